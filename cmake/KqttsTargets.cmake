@@ -1,0 +1,30 @@
+# What every target of this tree is built with; nothing here reaches a consumer, nor a tree that
+# this one is a part of.
+
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
+set(KQTTS_PLUGIN_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib/kqtts)
+
+set(KQTTS_SANITIZE "" CACHE STRING "Sanitizers for -fsanitize=, for example address,undefined")
+
+# kqtts_target(<target>): warnings as errors, the chosen sanitizers, no machine's paths in the result.
+function(kqtts_target target)
+  target_compile_options(${target} PRIVATE
+    -Wall -Wextra -Wpedantic -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
+    $<$<CXX_COMPILER_ID:GNU>:-Wshadow=local> $<$<CXX_COMPILER_ID:Clang>:-Wshadow>
+    -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+  set_target_properties(${target} PROPERTIES COMPILE_WARNING_AS_ERROR ${PROJECT_IS_TOP_LEVEL})
+  if(KQTTS_SANITIZE)
+    target_compile_options(${target} PRIVATE
+      -fsanitize=${KQTTS_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(${target} PRIVATE -fsanitize=${KQTTS_SANITIZE})
+  endif()
+endfunction()
