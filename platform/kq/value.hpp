@@ -1,0 +1,50 @@
+#pragma once
+
+#include <initializer_list>
+#include <string>
+#include <variant>
+#include <vector>
+#include <zu/export.hpp>
+
+/// The framework's dynamic value: null, bool, int, float, string or array of values.
+///
+/// A plain value: copies are deep. Access to a value of another kind throws KQError (module
+/// "KQValue"), and nothing is converted: an int is not a float. One instance may be read from
+/// several threads, not changed.
+class ZU_EXPORT KQValue {
+ public:
+  KQValue();
+  KQValue(bool value);
+  KQValue(int value);
+  KQValue(float value);
+  KQValue(const char* value);  ///< a string; null gives the null value
+  KQValue(std::string value);
+  KQValue(const KQValue& other);
+  KQValue(KQValue&& other) noexcept;
+  KQValue& operator=(const KQValue& other);
+  KQValue& operator=(KQValue&& other) noexcept;
+  ~KQValue();
+
+  static KQValue array(std::initializer_list<KQValue> elements = {});
+
+  /// Appends an element. \throws KQError unless this is an array.
+  void push_back(KQValue element);
+
+  /// The number of elements. \throws KQError unless this is an array.
+  int getSize() const;
+
+  /// The element at `index`, from 0. \throws KQError unless this is an array that holds it.
+  KQValue& operator[](int index);
+  const KQValue& operator[](int index) const;
+
+  /// The string. \throws KQError unless this is a string.
+  operator std::string&();
+  operator const std::string&() const;
+
+  /// The number. \throws KQError unless this is a float.
+  operator float&();
+  operator const float&() const;
+
+ private:
+  std::variant<std::monostate, bool, int, float, std::string, std::vector<KQValue>> content;
+};

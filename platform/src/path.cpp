@@ -1,0 +1,111 @@
+#include <dlfcn.h>
+#include <stdlib.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <mutex>
+#include <sstream>
+#include <zu/path.hpp>
+
+#include "immortal.hpp"
+
+namespace zu::path {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct AddedDirs {
+  std::mutex mutex;
+  std::vector<std::string> dirs;  // newest first
+};
+
+bool hasNul(const std::string& text) {
+  return text.find('\0') != std::string::npos;
+}
+
+// The full path of a folder, without a slash at its end; "" when there is none.
+std::string fullPath(const std::string& directory) {
+  std::error_code error;
+  std::string path = fs::absolute(directory, error).string();
+  if (error || hasNul(path)) {
+    return "";
+  }
+  while (path.size() > 1 && path.back() == '/') {
+    path.pop_back();
+  }
+  return path;
+}
+
+// The folder of this library. Asked once: a relative answer holds for the first working folder only.
+struct OwnFolder {
+  OwnFolder() {
+    Dl_info info{};
+    // Not an exported function: its address may be one in the program.
+    if (dladdr(reinterpret_cast<const void*>(&hasNul), &info) != 0) {
+      path = fullPath(fs::path(info.dli_fname).parent_path());
+    }
+  }
+
+  std::string path;
+};
+
+void append(std::vector<std::string>& dirs, const std::string& directory) {
+  if (!directory.empty() && std::find(dirs.begin(), dirs.end(), directory) == dirs.end()) {
+    dirs.push_back(directory);
+  }
+}
+
+void appendEnvironment(std::vector<std::string>& dirs) {
+  const char* value = secure_getenv("ZU_LIBRARY_PATH");
+  std::istringstream list(value != nullptr ? value : "");
+  for (std::string directory; std::getline(list, directory, ':');) {
+    append(dirs, fullPath(directory));
+  }
+}
+
+bool isAcceptable(const std::string& name) {
+  const fs::path path(name);
+  return !name.empty() && !hasNul(name) && path.is_relative() &&
+         std::find(path.begin(), path.end(), "..") == path.end();
+}
+
+}  // namespace
+
+std::string findLib(const std::string& name) {
+  if (isAcceptable(name)) {
+    for (const std::string& directory : libDirs()) {
+      std::string path = directory;
+      path.append("/").append(name).append(".so");
+      std::error_code error;
+      if (fs::is_regular_file(path, error)) {
+        return path;
+      }
+    }
+  }
+  return "";
+}
+
+std::vector<std::string> libDirs() {
+  auto& added = immortal<AddedDirs>();
+  std::unique_lock<std::mutex> lock(added.mutex);
+  std::vector<std::string> dirs = added.dirs;
+  lock.unlock();
+  appendEnvironment(dirs);
+  append(dirs, immortal<OwnFolder>().path);
+  append(dirs, ZU_INSTALL_LIBDIR);
+  return dirs;
+}
+
+void addLibDir(const std::string& directory) {
+  const std::string path = fullPath(directory);
+  if (path.empty()) {
+    return;
+  }
+  auto& added = immortal<AddedDirs>();
+  const std::lock_guard<std::mutex> lock(added.mutex);
+  added.dirs.erase(std::remove(added.dirs.begin(), added.dirs.end(), path), added.dirs.end());
+  added.dirs.insert(added.dirs.begin(), path);
+}
+
+}  // namespace zu::path

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+namespace zu {
+
+/// One installed package, as the host found it.
+struct PackageInfo {
+  std::string uuid;
+  std::string version;  ///< numbers separated by dots
+  std::string path;     ///< the package's folder
+};
+
+}  // namespace zu
