@@ -1,0 +1,426 @@
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <QtCore/QRegExp>
+#include <QtCore/QString>
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <kqtts/tts_preference.hpp>
+#include <limits>
+#include <locale>
+#include <numeric>
+#include <string_view>
+#include <utility>
+
+namespace KQ {
+
+namespace {
+
+constexpr char tagMark = '\\';
+constexpr auto npos = std::string_view::npos;
+
+// Known tags ---------------------------------------------------------------------------------
+
+constexpr std::string_view knownTags[] = {R"(\Pau=)", R"(\Vol=)", R"(\VCT=)",   R"(\RSPD=)",
+                                          R"(\RST)",  R"(\mrk=)", R"(\Style=)", R"(\last)"};
+constexpr std::size_t longestKnownTag = 7;
+
+using ByteTable = std::array<char, 256>;
+
+constexpr ByteTable makeAsciiUpperCase() {
+  ByteTable table{};
+  for (std::size_t byte = 0; byte < table.size(); ++byte) {
+    const bool lower = byte >= 'a' && byte <= 'z';
+    table[byte] = static_cast<char>(lower ? byte - 'a' + 'A' : byte);
+  }
+  return table;
+}
+
+constexpr ByteTable asciiUpperCase = makeAsciiUpperCase();
+
+/// What the global locale, as it was when this was made, says of characters.
+class Characters {
+ public:
+  Characters() : type(typeOf(locale)) {
+    if (locale != std::locale::classic()) {
+      for (std::size_t byte = 0; byte < upperCase.size(); ++byte) {
+        upperCase[byte] = static_cast<char>(byte);
+      }
+      type.toupper(upperCase.data(), upperCase.data() + upperCase.size());
+      upper = upperCase.data();
+    }
+  }
+  Characters(const Characters&) = delete;
+  Characters& operator=(const Characters&) = delete;
+
+  bool isSpace(char character) const { return type.is(std::ctype_base::space, character); }
+
+  bool beginsWithKnownTag(std::string_view text) const {
+    return std::any_of(std::begin(knownTags), std::end(knownTags), [&](std::string_view tag) {
+      return tag.size() <= text.size() &&
+             std::equal(tag.begin(), tag.end(), text.begin(),
+                        [this](char left, char right) { return upperOf(left) == upperOf(right); });
+    });
+  }
+
+ private:
+  /// Looking up a facet would be much of the time that a sentence takes.
+  static const std::ctype<char>& typeOf(const std::locale& locale) {
+    static const auto& classicType = std::use_facet<std::ctype<char>>(std::locale::classic());
+    return locale == std::locale::classic() ? classicType
+                                            : std::use_facet<std::ctype<char>>(locale);
+  }
+
+  char upperOf(char character) const { return upper[static_cast<unsigned char>(character)]; }
+
+  std::locale locale;
+  const std::ctype<char>& type;
+  ByteTable upperCase;  // set only where the locale is not the classic one
+  const char* upper = asciiUpperCase.data();
+};
+
+/// The text that takes the place of each known tag: what nothing can change any more, and from its last
+/// mark on what may make a tag together with what follows it.
+class Replacement {
+ public:
+  Replacement(std::string_view text, const Characters& characters) : head(text), known(characters) {
+    std::size_t begin = text.find(tagMark);
+    std::size_t last = npos;
+    while (begin != npos) {
+      const std::size_t close = text.find(tagMark, begin + 1);
+      if (close != npos && known.beginsWithKnownTag(text.substr(begin))) {
+        return;  // to search what was inserted would never end
+      }
+      last = begin;
+      begin = close;
+    }
+    if (last != npos) {
+      head = text.substr(0, last);
+      tail = text.substr(last);
+    }
+  }
+
+  /// Appends to `result` what takes the place of the tag in `source` that ends at `end`, and of those
+  /// that are made thereby.
+  /// \return the end of all that was replaced
+  std::size_t appendTo(std::string& result, std::string_view source, std::size_t end) const {
+    result.append(head);
+    while (makesKnownTagWith(source.substr(end))) {
+      const std::size_t close = source.find(tagMark, end);
+      if (close == npos) {
+        break;
+      }
+      result.append(head);
+      end = close + 1;
+    }
+    result.append(tail);
+    return end;
+  }
+
+ private:
+  bool makesKnownTagWith(std::string_view following) const {
+    if (tail.empty()) {
+      return false;
+    }
+    std::string beginning(tail.substr(0, longestKnownTag));
+    beginning.append(following.substr(0, longestKnownTag - beginning.size()));
+    return known.beginsWithKnownTag(beginning);
+  }
+
+  std::string_view head;
+  std::string_view tail;
+  const Characters& known;
+};
+
+/// Makes room. Much of it is asked for in large pages: most of the time that a long text takes would
+/// else go into having the system map small ones.
+void reserve(std::string& text, std::size_t size) {
+  constexpr std::size_t large = std::size_t{4} * 1024 * 1024;
+  text.reserve(size);
+  if (size >= large) {
+    const auto pageSize = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+    const auto beyondPage = reinterpret_cast<std::uintptr_t>(text.data()) % pageSize;
+    const std::size_t firstPage = beyondPage == 0 ? 0 : pageSize - beyondPage;
+    ::madvise(text.data() + firstPage, size - firstPage, MADV_HUGEPAGE);
+  }
+}
+
+void trim(std::string& text, const Characters& characters) {
+  const auto isInk = [&](char character) { return !characters.isSpace(character); };
+  text.erase(std::find_if(text.rbegin(), text.rend(), isInk).base(), text.end());
+  text.erase(text.begin(), std::find_if(text.begin(), text.end(), isInk));
+}
+
+// Tokens and characters ----------------------------------------------------------------------
+
+/// By byte: 1 for a delimiter, else 0.
+using DelimiterTable = std::array<unsigned char, 256>;
+
+DelimiterTable makeDelimiterTable(std::string_view delimiters) {
+  DelimiterTable table{};
+  for (const char delimiter : delimiters) {
+    table[static_cast<unsigned char>(delimiter)] = 1;
+  }
+  return table;
+}
+
+/// The ends of separators are counted without a branch, which no processor could predict.
+std::size_t countTokens(std::string_view text, const DelimiterTable& delimiterTable) {
+  std::size_t count = 0;
+  unsigned previous = 1;
+  for (const char byte : text) {
+    const unsigned current = delimiterTable[static_cast<unsigned char>(byte)];
+    count += previous & ~current;
+    previous = current;
+  }
+  return count;
+}
+
+/// The bytes that are no UTF-8 continuation bytes.
+std::size_t countLeadBytes(const char* text, std::size_t size) {
+  constexpr std::size_t lanes = 32;
+  constexpr std::size_t stripesBeforeOverflow = 255;
+  const auto isLead = [](char byte) { return static_cast<signed char>(byte) >= -0x40; };
+  std::size_t count = 0;
+  // Sums of single bytes, side by side: what compilers turn into vector instructions.
+  while (size >= lanes) {
+    std::array<unsigned char, lanes> sums{};
+    const std::size_t stripes = std::min(size / lanes, stripesBeforeOverflow);
+    for (std::size_t stripe = 0; stripe < stripes; ++stripe, text += lanes) {
+      for (std::size_t lane = 0; lane < lanes; ++lane) {
+        sums[lane] = static_cast<unsigned char>(sums[lane] + (isLead(text[lane]) ? 1 : 0));
+      }
+    }
+    count = std::accumulate(sums.begin(), sums.end(), count);
+    size -= stripes * lanes;
+  }
+  return count + static_cast<std::size_t>(std::count_if(text, text + size, isLead));
+}
+
+// Rewriting in place -------------------------------------------------------------------------
+
+/// Rewrites the places of a text that begin with a mark, from front to back and without a second
+/// text. Whole when destroyed.
+template <std::size_t size>
+class Rewriting {
+ public:
+  Rewriting(std::string& original, const char (&literal)[size]) : text(original), mark(literal) {}
+  Rewriting(const Rewriting&) = delete;
+  Rewriting& operator=(const Rewriting&) = delete;
+  ~Rewriting() {
+    if (position != 0) {
+      keepUntil(text.size());
+      text.resize(written);
+    }
+  }
+
+  /// The next mark's position, or npos.
+  std::size_t next() const {
+    const char* const begin = text.data();
+    for (std::size_t at = position; at + markSize <= text.size(); ++at) {
+      const void* const found = std::memchr(begin + at, mark[0], text.size() - markSize + 1 - at);
+      if (found == nullptr) {
+        break;
+      }
+      at = static_cast<std::size_t>(static_cast<const char*>(found) - begin);
+      if (std::memcmp(found, mark, markSize) == 0) {
+        return at;
+      }
+    }
+    return npos;
+  }
+
+  /// Replaces what stands between the two, and keeps what stands before.
+  void replace(std::size_t begin, std::size_t end, std::string_view replacement) {
+    keepUntil(begin);
+    position = end;
+    if (position - written < replacement.size()) {
+      // Room in proportion to what is left, so that this seldom moves all of it.
+      const std::size_t room = replacement.size() + (text.size() - position) / 8;
+      text.insert(position, room, '\0');
+      position += room;
+    }
+    std::memcpy(text.data() + written, replacement.data(), replacement.size());
+    written += replacement.size();
+  }
+
+  static constexpr std::size_t markSize = size - 1;
+
+ private:
+  void keepUntil(std::size_t end) {
+    std::memmove(text.data() + written, text.data() + position, end - position);
+    written += end - position;
+    position = end;
+  }
+
+  std::string& text;
+  const char (&mark)[size];
+  std::size_t position = 0;  // all before it is written
+  std::size_t written = 0;
+};
+
+/// As atoi() reads it; out of its range, the nearest long cut down to its low bits.
+int readNumber(const char* text) {
+  constexpr int safeDigits = std::numeric_limits<int>::digits10;
+  int number = 0;
+  int digits = 0;
+  for (; text[digits] >= '0' && text[digits] <= '9'; ++digits) {
+    if (digits == safeDigits) {
+      return static_cast<int>(std::strtol(text, nullptr, 10));
+    }
+    number = number * 10 + (text[digits] - '0');
+  }
+  return digits > 0 ? number : static_cast<int>(std::strtol(text, nullptr, 10));
+}
+
+/// The mark "\mrk=ID\ ".
+class EngineMark {
+ public:
+  explicit EngineMark(int id) {
+    char* end = append(buffer.data(), R"(\mrk=)");
+    end = std::to_chars(end, buffer.data() + buffer.size(), id).ptr;
+    size = static_cast<std::size_t>(append(end, R"(\ )") - buffer.data());
+  }
+  std::string_view text() const { return {buffer.data(), size}; }
+
+ private:
+  static char* append(char* end, std::string_view text) {
+    return std::copy(text.begin(), text.end(), end);
+  }
+
+  std::array<char, 24> buffer;
+  std::size_t size;
+};
+
+// Sentences of tags --------------------------------------------------------------------------
+
+/// The longest text that the regular expression gets to see: it takes about 50 ns a byte, and a string
+/// of its kind cannot be as long as a text.
+constexpr std::size_t longestMatched = std::size_t{64} * 1024;
+
+bool matchesTagsOnly(std::string_view text) {
+  static const QRegExp tagsOnlyRegExp(QStringLiteral(R"(^ *(\\[^\\]*\\ *)*$)"),
+                                      Qt::CaseInsensitive);
+  // A copy, as matching writes to the expression.
+  QRegExp matcher(tagsOnlyRegExp);
+  return matcher.indexIn(QString::fromLatin1(text.data(), static_cast<int>(text.size()))) == 0;
+}
+
+/// Tells the same, of a text of any length that begins with a mark.
+bool scanTagsOnly(std::string_view text) {
+  for (std::size_t begin = 0; begin != npos; begin = text.find_first_not_of(' ', begin)) {
+    const std::size_t close = text[begin] == tagMark ? text.find(tagMark, begin + 1) : npos;
+    if (close == npos) {
+      return false;
+    }
+    begin = close + 1;
+  }
+  return true;
+}
+
+}  // namespace
+
+// Tokenizing and pause marks -----------------------------------------------------------------
+
+void tokenizeString(std::string& text, std::vector<std::string>& tokens,
+                    const std::string& delimiters) {
+  const DelimiterTable delimiterTable = makeDelimiterTable(delimiters);
+  const auto isDelimiter = [&](char byte) {
+    return delimiterTable[static_cast<unsigned char>(byte)] != 0;
+  };
+  const char* const end = text.data() + text.size();
+  const std::size_t needed = tokens.size() + countTokens(text, delimiterTable);
+  if (needed > tokens.capacity()) {
+    tokens.reserve(std::max(needed, 2 * tokens.capacity()));
+  }
+  const char* begin = std::find_if_not<const char*>(text.data(), end, isDelimiter);
+  while (begin != end) {
+    const char* const behind = std::find_if(begin, end, isDelimiter);
+    tokens.emplace_back(begin, behind);
+    begin = std::find_if_not(behind, end, isDelimiter);
+  }
+}
+
+int makeSpecificId(int id) {
+  return static_cast<int>(65536U - static_cast<unsigned>(id));
+}
+
+void replaceMrkPause(std::string& text) {
+  Rewriting rewriting(text, R"(\mrkpause=)");
+  for (std::size_t start = rewriting.next(); start != npos; start = rewriting.next()) {
+    const std::size_t valueStart = start + rewriting.markSize;
+    const std::size_t close = text.find(tagMark, valueStart);
+    if (close == npos) {
+      break;
+    }
+    const EngineMark mark(makeSpecificId(readNumber(text.c_str() + valueStart)));
+    rewriting.replace(start, close + 1, mark.text());
+  }
+}
+
+void replaceIncorrectApostrophe(std::string& text) {
+  Rewriting rewriting(text, "\xE2\x80\x99");
+  for (std::size_t start = rewriting.next(); start != npos; start = rewriting.next()) {
+    rewriting.replace(start, start + rewriting.markSize, "'");
+  }
+}
+
+std::size_t countUtf8Chars(const char* text) {
+  constexpr std::size_t blockSize = 4096;  // stays in the nearest cache between the two looks
+  std::size_t count = 0;
+  for (;; text += blockSize) {
+    const std::size_t size = strnlen(text, blockSize);
+    count += countLeadBytes(text, size);
+    if (size < blockSize) {
+      return count;
+    }
+  }
+}
+
+// Tags ---------------------------------------------------------------------------------------
+
+bool checkLastTag(const std::string& text) {
+  return text.find(R"(\last)") != std::string::npos;
+}
+
+std::string replaceTags(const std::string& text, const char* replacement) {
+  const Characters characters;
+  const Replacement replacing(replacement, characters);
+  const std::string_view source = text;
+  std::string result;
+  reserve(result, source.size());
+  std::size_t copied = 0;
+  std::size_t begin = source.find(tagMark);
+  while (begin != npos) {
+    const std::size_t close = source.find(tagMark, begin + 1);
+    if (close == npos || !characters.beginsWithKnownTag(source.substr(begin))) {
+      begin = close;
+      continue;
+    }
+    result.append(source, copied, begin - copied);
+    copied = replacing.appendTo(result, source, close + 1);
+    begin = source.find(tagMark, copied);
+  }
+  result.append(source, copied, npos);
+  trim(result, characters);
+  return result;
+}
+
+bool isTagsOnlySentence(const std::string& text) {
+  const std::string_view sentence = text.c_str();
+  const std::size_t begin = sentence.find_first_not_of(' ');
+  if (begin == npos) {
+    return true;
+  }
+  if (sentence[begin] != tagMark || sentence[sentence.find_last_not_of(' ')] != tagMark) {
+    return false;
+  }
+  return sentence.size() <= longestMatched ? matchesTagsOnly(sentence)
+                                           : scanTagsOnly(sentence.substr(begin));
+}
+
+}  // namespace KQ

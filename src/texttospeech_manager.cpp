@@ -1,0 +1,480 @@
+#include <algorithm>
+#include <boost/filesystem/path.hpp>
+#include <boost/make_shared.hpp>
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/lock_types.hpp>
+#include <kq/error.hpp>
+#include <kqtts/texttospeech_manager.hpp>
+#include <kqtts/tts_language_info.hpp>
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include "engine_libraries.hpp"
+#include "log_sites.hpp"
+
+namespace KQ {
+
+namespace {
+
+// Spelled so, and used by no message: hosts set levels by the registered name.
+const LogCategory category("textospeechmanager");
+
+constexpr const char* managerName = "TextToSpeechManager";
+
+using EnginePtr = boost::shared_ptr<TextToSpeechEngine>;
+using Lock = boost::unique_lock<boost::mutex>;
+using TablesLock = boost::lock_guard<boost::mutex>;
+
+KQError managerError(const char* method, const std::string& description) {
+  return {managerName, method, description, nullptr, 0};
+}
+
+KQError notSupported(const char* method, const std::string& what) {
+  return managerError(method, what + " is not currently supported or not installed.");
+}
+
+KQError noEngineFound(const std::string& language) {
+  // Names the operation that asks; consumers match on it.
+  return managerError("xGetDefaultVoiceForLanguage",
+                      "No engine found for " + language + " language");
+}
+
+/// Runs an operation of an engine. Every call into an engine of the registry goes through here, for
+/// what it may throw.
+template <typename Operation>
+decltype(auto) route(const EnginePtr& engine, Operation operation) {
+  try {
+    return operation(*engine);
+  } catch (...) {
+    EngineLibraries::keepOpenForException(engine);
+    throw;
+  }
+}
+
+using StringsGetter = std::vector<std::string> (TextToSpeechEngine::*)() const;
+
+std::vector<std::string> concatenate(const std::vector<std::pair<std::string, EnginePtr>>& registry,
+                                     StringsGetter getter) {
+  std::vector<std::string> all;
+  for (const auto& entry : registry) {
+    const std::vector<std::string> some =
+        route(entry.second, [&](const TextToSpeechEngine& target) { return (target.*getter)(); });
+    all.insert(all.end(), some.begin(), some.end());
+  }
+  return all;
+}
+
+void overwrite(std::map<std::string, std::string>& table,
+               const std::map<std::string, std::string>& entries) {
+  for (const auto& [key, value] : entries) {
+    table[key] = value;
+  }
+}
+
+}  // namespace
+
+TextToSpeechManager::TextToSpeechManager(TextToSpeechEngineCallbackInterface* callback,
+                                         boost::shared_ptr<TTSLanguageInfo> languageInfo)
+    : TextToSpeechEngine(callback, languageInfo),
+      sharedLanguageInfo(std::move(languageInfo)),
+      engineCallback(callback),
+      libraries(boost::make_shared<EngineLibraries>(pluginManager)) {}
+
+TextToSpeechManager::~TextToSpeechManager() {
+  terminate();
+  libraries->detach();
+}
+
+// Registry ------------------------------------------------------------------------------------
+
+bool TextToSpeechManager::xLoadPlugin(const std::string& name,
+                                      const std::vector<zu::PackageInfo>& packages,
+                                      boost::shared_ptr<TTSLanguageInfo> languageInfo) {
+  std::unique_ptr<TextToSpeechEngine> loaded(libraries->load(name, engineCallback, languageInfo));
+  if (!loaded) {
+    return false;
+  }
+  if (!loaded->initialize(packages)) {
+    log(sites::initializeRefused, "Unable to initialize " + name + " engine");
+    TextToSpeechEngine* engine = loaded.release();
+    libraries->unload(&engine);
+    return false;
+  }
+  EnginePtr engine = libraries->own(std::move(loaded));
+  {
+    const TablesLock lock(tablesMutex);
+    engines[name].swap(engine);
+  }
+  libraries->retire(std::move(engine));
+  return true;
+}
+
+bool TextToSpeechManager::xUnloadPlugin(const std::string& name) {
+  EnginePtr engine = registered(name);
+  if (!engine) {
+    log(sites::nothingToUnload, "Unable to unload " + name + " engine.");
+    return false;
+  }
+  route(engine, [](TextToSpeechEngine& target) { target.terminate(); });
+  {
+    const TablesLock lock(tablesMutex);
+    const auto entry = engines.find(name);
+    if (entry != engines.end() && entry->second == engine) {
+      engines.erase(entry);
+    }
+  }
+  libraries->retire(std::move(engine));
+  return true;
+}
+
+bool TextToSpeechManager::xTerminate() {
+  {
+    const TablesLock lock(tablesMutex);
+    voiceLanguages.clear();
+    languageEngines.clear();
+  }
+  xUnloadPlugin("log");
+  xUnloadPlugin("aitalk");
+  xUnloadPlugin("nuance");
+  std::map<std::string, EnginePtr> remaining;
+  {
+    const TablesLock lock(tablesMutex);
+    remaining.swap(engines);
+  }
+  for (auto& entry : remaining) {
+    libraries->retire(std::move(entry.second));
+  }
+  return true;
+}
+
+EnginePtr TextToSpeechManager::registered(const std::string& name) const {
+  const TablesLock lock(tablesMutex);
+  const auto entry = engines.find(name);
+  return entry == engines.end() ? EnginePtr() : entry->second;
+}
+
+TextToSpeechManager::Registry TextToSpeechManager::registry() const {
+  const TablesLock lock(tablesMutex);
+  return {engines.begin(), engines.end()};
+}
+
+std::string TextToSpeechManager::xGetName() const {
+  return managerName;
+}
+
+// Initialisation ------------------------------------------------------------------------------
+
+bool TextToSpeechManager::xInitialize(const std::vector<zu::PackageInfo>& packages) {
+  const Lock lock(managerMutex);
+  const bool aitalkLoaded = xLoadPlugin("aitalk", packages, sharedLanguageInfo);
+  const bool nuanceLoaded = xLoadPlugin("nuance", packages, sharedLanguageInfo);
+  if (nuanceLoaded || aitalkLoaded) {
+    adoptCurrentLanguageOf(registered(nuanceLoaded ? "nuance" : "aitalk"));
+  }
+  xLoadPlugin("log", packages, sharedLanguageInfo);
+  const auto loaded = registry();
+  for (const auto& [name, engine] : loaded) {
+    mergeTablesOf(name, engine);
+  }
+  return !loaded.empty();
+}
+
+void TextToSpeechManager::mergeTablesOf(const std::string& name, const EnginePtr& engine) {
+  route(engine, [&](const TextToSpeechEngine& target) {
+    const std::vector<std::string> languages = target.getAvailableLanguages();
+    {
+      const TablesLock lock(tablesMutex);
+      for (const std::string& language : languages) {
+        languageEngines[language] = name;
+      }
+    }
+    const std::map<std::string, std::string> allVoices = target.getAllAvailableVoices();
+    {
+      const TablesLock lock(tablesMutex);
+      overwrite(voiceLanguages, allVoices);
+    }
+    const std::map<std::string, std::string> voices = target.getAvailableVoices();
+    const TablesLock lock(tablesMutex);
+    overwrite(availableVoices, voices);
+  });
+}
+
+void TextToSpeechManager::adoptCurrentLanguageOf(const EnginePtr& engine) {
+  std::string language =
+      route(engine, [](const TextToSpeechEngine& target) { return target.getCurrentLanguage(); });
+  const TablesLock lock(tablesMutex);
+  currentLanguage.swap(language);
+}
+
+// Language routing ----------------------------------------------------------------------------
+
+EnginePtr TextToSpeechManager::findEngine(const std::string& language) const {
+  const auto name = languageEngines.find(language);
+  if (name == languageEngines.end()) {
+    return {};
+  }
+  const auto entry = engines.find(name->second);
+  return entry == engines.end() ? EnginePtr() : entry->second;
+}
+
+EnginePtr TextToSpeechManager::serving(const std::string& language) const {
+  const TablesLock lock(tablesMutex);
+  return findEngine(language);
+}
+
+EnginePtr TextToSpeechManager::engineOf(const std::string& language) const {
+  EnginePtr engine = findEngine(language);
+  if (!engine) {
+    throw notSupported("xGetEngine", language);
+  }
+  return engine;
+}
+
+EnginePtr TextToSpeechManager::currentEngineFor(const char* method) const {
+  const TablesLock lock(tablesMutex);
+  if (currentLanguage.empty()) {
+    throw managerError(method, "You need to specify a language first.");
+  }
+  return engineOf(currentLanguage);
+}
+
+// These two throw where nothing is left to release: each frame that an exception has to clean up
+// costs as much again as the rest of it.
+
+EnginePtr TextToSpeechManager::xGetEngine(const std::string& language) const {
+  if (EnginePtr engine = serving(language)) {
+    return engine;
+  }
+  throw notSupported("xGetEngine", language);
+}
+
+EnginePtr TextToSpeechManager::xGetRelevantEngine() const {
+  const TablesLock lock(tablesMutex);
+  return engineOf(currentLanguage);
+}
+
+EnginePtr TextToSpeechManager::xGetRelevantEngine(const std::string& language) const {
+  if (EnginePtr engine = serving(language)) {
+    return engine;
+  }
+  throw noEngineFound(language);
+}
+
+void TextToSpeechManager::refuseIfOutdated(const std::string& language, const char* method) const {
+  const std::vector<std::string> outdated = xGetOldLanguagesDetected();
+  if (std::find(outdated.begin(), outdated.end(), language) == outdated.end()) {
+    return;
+  }
+  // No blank between the two sentences: consumers match on this text.
+  throw managerError(
+      method, "The " + language +
+                  " language package installed in /home/kelo/behaviors/ is outdated." +
+                  "Please contact Marvane hotline to get the updated version of this package.");
+}
+
+void TextToSpeechManager::xSetCurrentLanguage(const std::string& language) {
+  const Lock lock(managerMutex);
+  try {
+    refuseIfOutdated(language, "xSetCurrentLanguage");
+    route(xGetEngine(language),
+          [&](TextToSpeechEngine& target) { target.setCurrentLanguage(language); });
+    adoptCurrentLanguageOf(xGetEngine(language));
+  } catch (const KQError& error) {
+    adoptCurrentLanguageOf(xGetRelevantEngine());
+    throw managerError("setCurrentLanguage", error.what());
+  }
+}
+
+std::string TextToSpeechManager::xGetCurrentLanguage() const {
+  const TablesLock lock(tablesMutex);
+  return currentLanguage;
+}
+
+std::vector<std::string> TextToSpeechManager::xGetAvailableLanguages() const {
+  return concatenate(registry(), &TextToSpeechEngine::getAvailableLanguages);
+}
+
+std::vector<std::string> TextToSpeechManager::xGetOldLanguagesDetected() const {
+  return concatenate(registry(), &TextToSpeechEngine::getOldLanguagesDetected);
+}
+
+std::optional<std::string> TextToSpeechManager::languageOf(const std::string& voice) const {
+  const TablesLock lock(tablesMutex);
+  const auto entry = voiceLanguages.find(voice);
+  return entry == voiceLanguages.end() ? std::nullopt : std::make_optional(entry->second);
+}
+
+std::string TextToSpeechManager::getLanguage(const std::string& voice) {
+  const std::optional<std::string> language = languageOf(voice);
+  if (!language) {
+    throw notSupported("getLanguage", voice);
+  }
+  return *language;
+}
+
+// Voice routing -------------------------------------------------------------------------------
+
+void TextToSpeechManager::xSetCurrentVoice(const std::string& voice) {
+  const std::optional<std::string> language = languageOf(voice);
+  if (!language) {
+    throw managerError("setCurrentVoice", "Voice " + voice + " not found");
+  }
+  refuseIfOutdated(*language, "xSetCurrentVoice");
+  if (*language != xGetCurrentLanguage()) {
+    setCurrentLanguage(*language);
+  }
+  const Lock lock(managerMutex);
+  try {
+    route(xGetRelevantEngine(), [&](TextToSpeechEngine& target) { target.setCurrentVoice(voice); });
+  } catch (const KQError& error) {
+    throw managerError("setCurrentVoice", error.what());
+  }
+}
+
+std::map<std::string, std::string> TextToSpeechManager::xGetAvailableVoices() const {
+  const TablesLock lock(tablesMutex);
+  return availableVoices;
+}
+
+std::map<std::string, std::string> TextToSpeechManager::xGetAllAvailableVoices() const {
+  const TablesLock lock(tablesMutex);
+  return voiceLanguages;
+}
+
+std::string TextToSpeechManager::xGetCurrentVoice() const {
+  return route(xGetRelevantEngine(),
+               [](const TextToSpeechEngine& target) { return target.getCurrentVoice(); });
+}
+
+std::string TextToSpeechManager::xGetDefaultVoiceForLanguage(const std::string& language) const {
+  if (const EnginePtr engine = serving(language)) {
+    return route(engine, [&](const TextToSpeechEngine& target) {
+      return target.getDefaultVoiceForLanguage(language);
+    });
+  }
+  throw noEngineFound(language);
+}
+
+std::string TextToSpeechManager::xGetVoiceInstallDir(const std::string& voice) const {
+  const std::optional<std::string> language = languageOf(voice);
+  if (!language) {
+    return "";
+  }
+  return route(xGetEngine(*language),
+               [&](const TextToSpeechEngine& target) { return target.getVoiceInstallDir(voice); });
+}
+
+void TextToSpeechManager::setDefaultVoice() {
+  route(xGetRelevantEngine(), [](TextToSpeechEngine& target) { target.setDefaultVoice(); });
+}
+
+// Forwarded operations ------------------------------------------------------------------------
+
+// Method texts that name another operation are part of the contract; consumers match on them.
+
+template <typename Operation>
+auto TextToSpeechManager::routeExclusively(const char* method, Operation operation) const {
+  EnginePtr engine;  // let go after the lock: it may be the last one to use the engine
+  const Lock lock(managerMutex);
+  engine = currentEngineFor(method);
+  return route(engine, operation);
+}
+
+void TextToSpeechManager::xStartSynthetizer(const std::string& text) {
+  routeExclusively("startSynthetizer",
+                   [&](TextToSpeechEngine& target) { target.startSynthetizer(text); });
+}
+
+void TextToSpeechManager::xStopSynthetizer() {
+  route(currentEngineFor("stopSynthetizer"),
+        [](TextToSpeechEngine& target) { target.stopSynthetizer(); });
+}
+
+void TextToSpeechManager::xPauseSynthetizer() {
+  route(currentEngineFor("pauseSynthetizer"),
+        [](TextToSpeechEngine& target) { target.pauseSynthetizer(); });
+}
+
+void TextToSpeechManager::xRestartSynthetizer() {
+  route(currentEngineFor("pauseSynthetizer"),
+        [](TextToSpeechEngine& target) { target.restartSynthetizer(); });
+}
+
+void TextToSpeechManager::xResetSpeed() {
+  routeExclusively("resetSpeed", [](TextToSpeechEngine& target) { target.resetSpeed(); });
+}
+
+void TextToSpeechManager::xSetParameter(const std::string& name, const float& value) {
+  routeExclusively("setParameter",
+                   [&](TextToSpeechEngine& target) { target.setParameter(name, value); });
+}
+
+float TextToSpeechManager::xGetParameter(const std::string& name) const {
+  return routeExclusively(
+      "getParameter", [&](const TextToSpeechEngine& target) { return target.getParameter(name); });
+}
+
+std::vector<std::string> TextToSpeechManager::xGetAvailableParameters() const {
+  return route(currentEngineFor("getAvailableParameters"),
+               [](const TextToSpeechEngine& target) { return target.getAvailableParameters(); });
+}
+
+int TextToSpeechManager::xGetCurrentSamplingRate() const {
+  return route(currentEngineFor("getAvailableParameters"),
+               [](const TextToSpeechEngine& target) { return target.getCurrentSamplingRate(); });
+}
+
+int TextToSpeechManager::xTestTextEncoding(const std::string& first, const std::string& second) {
+  return route(xGetRelevantEngine(),
+               [&](TextToSpeechEngine& target) { return target.testTextEncoding(first, second); });
+}
+
+int TextToSpeechManager::testTextEncoding(const std::string& first, const std::string& second) {
+  return route(xGetEngine(second),
+               [&](TextToSpeechEngine& target) { return target.testTextEncoding(first, second); });
+}
+
+void TextToSpeechManager::enableFilter(bool enable) {
+  route(currentEngineFor("pauseSynthetizer"),
+        [&](TextToSpeechEngine& target) { target.enableFilter(enable); });
+}
+
+void TextToSpeechManager::loadEffect(const std::string& file) {
+  route(currentEngineFor("pauseSynthetizer"),
+        [&](TextToSpeechEngine& target) { target.loadEffect(boost::filesystem::path(file)); });
+}
+
+void TextToSpeechManager::applyEffect(const std::string& effect, bool flag) {
+  route(currentEngineFor("pauseSynthetizer"),
+        [&](TextToSpeechEngine& target) { target.applyEffect(effect, flag); });
+}
+
+void TextToSpeechManager::loadDictionary() {
+  route(xGetRelevantEngine(), [](TextToSpeechEngine& target) { target.loadDictionary(); });
+}
+
+void TextToSpeechManager::unloadDictionary() {
+  route(xGetRelevantEngine(), [](TextToSpeechEngine& target) { target.unloadDictionary(); });
+}
+
+void TextToSpeechManager::showDictionary() {
+  route(xGetRelevantEngine(), [](TextToSpeechEngine& target) { target.showDictionary(); });
+}
+
+bool TextToSpeechManager::deleteFromDictionary(const std::string& first,
+                                               const std::string& second) {
+  return route(xGetRelevantEngine(), [&](TextToSpeechEngine& target) {
+    return target.deleteFromDictionary(first, second);
+  });
+}
+
+bool TextToSpeechManager::addToDictionary(const std::string& first, const std::string& second,
+                                          const std::string& third, const std::string& fourth,
+                                          const std::string& fifth) {
+  return route(xGetRelevantEngine(), [&](TextToSpeechEngine& target) {
+    return target.addToDictionary(first, second, third, fourth, fifth);
+  });
+}
+
+}  // namespace KQ

@@ -1,0 +1,241 @@
+// A handler can stand between parser and document only with the reader that the document itself uses,
+// which Qt 5.15 calls deprecated.
+#define QT_NO_DEPRECATED_WARNINGS
+
+#include "xml_settings.hpp"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <QtCore/QBuffer>
+#include <QtCore/QHash>
+#include <QtXml/QDomDocument>
+#include <QtXml/QXmlDefaultHandler>
+#include <QtXml/QXmlInputSource>
+#include <QtXml/QXmlSimpleReader>
+#include <algorithm>
+
+namespace KQ {
+
+namespace {
+
+constexpr qint64 maximumFileSize = qint64{8} * 1024 * 1024;
+constexpr int maximumDepth = 256;
+
+// The parser descends for each parenthesis of a document type, and what a type declares can cost the
+// cube of its size.
+constexpr int maximumDocumentTypeSize = 2048;
+constexpr qint64 maximumExpansion = qint64{4} * 1024 * 1024;
+constexpr int longestPredefinedEntity = 8;
+
+/// Gives the parser its characters. They end too early, so that the document is malformed, where its
+/// type is too large or where its entities stand for too much.
+class LimitedSource : public QXmlInputSource {
+ public:
+  explicit LimitedSource(QIODevice* device) : QXmlInputSource(device) {}
+
+  QChar next() override {
+    const QChar character = QXmlInputSource::next();
+    if (inDocumentType) {
+      ++documentTypeSize;
+    } else if (character == QLatin1Char('&')) {
+      expansion += largestEntity;
+    }
+    const bool tooMuch = documentTypeSize > maximumDocumentTypeSize || expansion > maximumExpansion;
+    return tooMuch ? QChar(EndOfDocument) : character;
+  }
+
+  void startDocumentType() { inDocumentType = true; }
+  void endDocumentType() { inDocumentType = false; }
+
+  /// \return whether it is known what the entity can stand for: it names only entities before it
+  bool declareEntity(const QString& name, const QString& text) {
+    if (name.startsWith(QLatin1Char('%'))) {
+      return true;  // stands for text within the document type only
+    }
+    if (entitySizes.contains(name) && text.size() > longestPredefinedEntity) {
+      return false;
+    }
+    qint64 size = text.size();
+    for (int begin = text.indexOf(QLatin1Char('&')); begin >= 0;
+         begin = text.indexOf(QLatin1Char('&'), begin + 1)) {
+      const int end = text.indexOf(QLatin1Char(';'), begin);
+      const QString named = text.mid(begin + 1, end - begin - 1);
+      if (!named.startsWith(QLatin1Char('#')) && !entitySizes.contains(named)) {
+        return false;
+      }
+      size += entitySizes.value(named);
+    }
+    entitySizes.insert(name, size);
+    largestEntity = std::max(largestEntity, size);
+    return true;
+  }
+
+ private:
+  bool inDocumentType = false;
+  int documentTypeSize = 0;
+  QHash<QString, qint64> entitySizes = {{QStringLiteral("amp"), longestPredefinedEntity},
+                                        {QStringLiteral("apos"), longestPredefinedEntity},
+                                        {QStringLiteral("gt"), longestPredefinedEntity},
+                                        {QStringLiteral("lt"), longestPredefinedEntity},
+                                        {QStringLiteral("quot"), longestPredefinedEntity}};
+  qint64 largestEntity = 0;
+  qint64 expansion = 0;
+};
+
+bool isSettingAttribute(const QString& name) {
+  return name == QLatin1String("name") || name == QLatin1String("value");
+}
+
+/// Hears all that the parser finds, and passes on to the document no more than the root and its
+/// settings: whatever else a file is full of takes no memory.
+class SettingsHandler : public QXmlDefaultHandler {
+ public:
+  explicit SettingsHandler(LimitedSource& limitedSource) : source(limitedSource) {}
+
+  void setDocument(QXmlContentHandler* handler) { document = handler; }
+
+  void setDocumentLocator(QXmlLocator* locator) override { document->setDocumentLocator(locator); }
+
+  bool startElement(const QString& uri, const QString& localName, const QString& name,
+                    const QXmlAttributes& attributes) override {
+    if (depth == maximumDepth) {
+      return false;
+    }
+    ++depth;
+    if (depth == 1) {
+      return document->startElement(uri, localName, name, QXmlAttributes());
+    }
+    if (depth == 2) {
+      inSetting = attributes.index(QLatin1String("name")) >= 0 &&
+                  attributes.index(QLatin1String("value")) >= 0;
+      return !inSetting ||
+             document->startElement(uri, localName, name, settingAttributes(attributes));
+    }
+    return true;
+  }
+
+  bool endElement(const QString& uri, const QString& localName, const QString& name) override {
+    const bool passed = depth == 1 || (depth == 2 && inSetting);
+    --depth;
+    return !passed || document->endElement(uri, localName, name);
+  }
+
+  bool startDTD(const QString& /*name*/, const QString& /*publicId*/,
+                const QString& /*systemId*/) override {
+    source.startDocumentType();
+    return true;
+  }
+  bool endDTD() override {
+    source.endDocumentType();
+    return true;
+  }
+  bool internalEntityDecl(const QString& name, const QString& text) override {
+    return source.declareEntity(name, text);
+  }
+
+ private:
+  static QXmlAttributes settingAttributes(const QXmlAttributes& attributes) {
+    QXmlAttributes result;
+    for (int i = 0; i < attributes.count(); ++i) {
+      if (isSettingAttribute(attributes.qName(i))) {
+        result.append(attributes.qName(i), QString(), QString(), attributes.value(i));
+      }
+    }
+    return result;
+  }
+
+  LimitedSource& source;
+  QXmlContentHandler* document = nullptr;
+  int depth = 0;
+  bool inSetting = false;
+};
+
+/// A reader set up as the document sets up its own for parsing without namespaces, but for the handler
+/// that it lets the document have.
+class SettingsReader : public QXmlSimpleReader {
+ public:
+  explicit SettingsReader(SettingsHandler& settingsHandler) : handler(settingsHandler) {
+    setFeature(QStringLiteral("http://xml.org/sax/features/namespaces"), false);
+    setFeature(QStringLiteral("http://xml.org/sax/features/namespace-prefixes"), true);
+    setFeature(QStringLiteral("http://trolltech.com/xml/features/report-whitespace-only-CharData"),
+               false);
+    QXmlSimpleReader::setContentHandler(&handler);
+    QXmlSimpleReader::setLexicalHandler(&handler);
+    QXmlSimpleReader::setDeclHandler(&handler);
+  }
+
+  void setContentHandler(QXmlContentHandler* document) override { handler.setDocument(document); }
+  void setLexicalHandler(QXmlLexicalHandler* /*document*/) override {}
+  void setDeclHandler(QXmlDeclHandler* /*document*/) override {}
+  void setDTDHandler(QXmlDTDHandler* /*document*/) override {}
+
+ private:
+  SettingsHandler& handler;
+};
+
+/// An open file, closed in the end.
+class Descriptor {
+ public:
+  explicit Descriptor(int openedFile) : file(openedFile) {}
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  ~Descriptor() { ::close(file); }
+
+  const int file;
+};
+
+/// The file's bytes; none when it is no regular file, too large or not readable. Opened by the bytes of
+/// its path and without waiting, so that neither the locale nor a pipe matters.
+QByteArray readRegularFile(const std::string& path) {
+  if (path.find('\0') != std::string::npos) {
+    return {};
+  }
+  const Descriptor descriptor(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  struct stat status {};
+  if (::fstat(descriptor.file, &status) != 0 || !S_ISREG(status.st_mode) ||
+      status.st_size > maximumFileSize) {
+    return {};
+  }
+  QByteArray bytes(static_cast<int>(status.st_size), Qt::Uninitialized);
+  int size = 0;
+  ssize_t count = 0;
+  do {
+    count =
+        ::read(descriptor.file, bytes.data() + size, static_cast<std::size_t>(bytes.size() - size));
+    size += static_cast<int>(std::max<ssize_t>(count, 0));
+  } while (count > 0 && size < bytes.size());
+  bytes.truncate(size);
+  return bytes;
+}
+
+bool parse(QByteArray& bytes, QDomDocument& document) {
+  QBuffer buffer(&bytes);
+  buffer.open(QIODevice::ReadOnly);
+  LimitedSource source(&buffer);
+  SettingsHandler handler(source);
+  SettingsReader reader(handler);
+  return document.setContent(&source, &reader);
+}
+
+}  // namespace
+
+bool forEachXmlSetting(
+    const boost::filesystem::path& file,
+    const std::function<void(const std::string& name, const std::string& value)>& visit) {
+  QByteArray bytes = readRegularFile(file.native());
+  QDomDocument document(QStringLiteral("voiceSettingsDoc"));
+  if (!parse(bytes, document)) {
+    return false;
+  }
+  const QString name = QStringLiteral("name");
+  const QString value = QStringLiteral("value");
+  for (QDomElement setting = document.documentElement().firstChildElement(); !setting.isNull();
+       setting = setting.nextSiblingElement()) {
+    visit(setting.attribute(name).toStdString(), setting.attribute(value).toStdString());
+  }
+  return true;
+}
+
+}  // namespace KQ

@@ -1,0 +1,73 @@
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <functional>
+#include <thread>
+#include <vector>
+
+#include "support/fake_engine.hpp"
+#include "support/latch.hpp"
+#include "support/storm.hpp"
+
+namespace {
+
+using test::FakeEngine;
+
+TEST(EngineThreadsTest, StopPauseAndRestartAreNotHeldUpByARunningStart) {
+  FakeEngine engine;
+  engine.initialize({});
+  test::Latch entered;
+  test::Latch release;
+  engine.onCall = [&](const std::string& call) {
+    if (call == "xStartSynthetizer hello") {
+      entered.open();
+      release.wait();
+    }
+  };
+  std::thread speaker([&] { engine.startSynthetizer("hello"); });
+  ASSERT_TRUE(entered.wait());
+  engine.takeCalls();
+
+  engine.pauseSynthetizer();
+  engine.restartSynthetizer();
+  engine.stopSynthetizer();
+
+  EXPECT_THAT(engine.takeCalls(),
+              testing::ElementsAre("xPauseSynthetizer", "xRestartSynthetizer", "xStopSynthetizer"));
+  release.open();
+  speaker.join();
+}
+
+TEST(EngineThreadsTest, StopPauseAndRestartExcludeOneAnother) {
+  FakeEngine engine;
+  engine.initialize({});
+  std::atomic<int> inside{0};
+  std::atomic<int> most{0};
+  engine.onCall = [&](const std::string&) {
+    const int now = ++inside;
+    if (now > most) {
+      most = now;
+    }
+    std::this_thread::yield();
+    --inside;
+  };
+
+  test::storm(500, {[&] { engine.stopSynthetizer(); }, [&] { engine.pauseSynthetizer(); },
+                    [&] { engine.restartSynthetizer(); }});
+
+  EXPECT_EQ(most, 1);
+}
+
+TEST(EngineThreadsTest, OperationsStormWithoutARace) {
+  FakeEngine engine;
+  engine.initialize({});
+
+  test::storm(300, test::everyOperationOf(engine));
+
+  engine.stopSynthetizer();
+  EXPECT_TRUE(engine.isInitialized());
+  EXPECT_FALSE(engine.isTalking());
+  EXPECT_EQ(engine.getCurrentSamplingRate(), 22050);
+}
+
+}  // namespace

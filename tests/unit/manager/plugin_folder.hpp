@@ -1,0 +1,64 @@
+#pragma once
+
+#include <boost/filesystem/operations.hpp>
+#include <fstream>
+#include <string>
+#include <zu/path.hpp>
+
+#include "fixtures/journal.hpp"
+#include "support/temp_folder.hpp"
+
+namespace test {
+
+/// A folder in which plug-ins are looked for first. The three that managers load are there from the
+/// start, without an engine, so that none is found elsewhere.
+class PluginFolder {
+ public:
+  PluginFolder() {
+    zu::path::addLibDir(folder.path().string());
+    for (const char* name : {"aitalk", "nuance", "log"}) {
+      install(name, "null_engine");
+    }
+    journal::setListener(nullptr);
+    journal::take();
+  }
+  ~PluginFolder() { journal::setListener(nullptr); }
+  PluginFolder(const PluginFolder&) = delete;
+  PluginFolder& operator=(const PluginFolder&) = delete;
+
+  /// Puts a fixture where the plug-in of this name is looked for. \return its path
+  std::string install(const std::string& name, const std::string& fixture) const {
+    return copy("libkqtts-" + name, fixture);
+  }
+
+  /// The same under the second name that is looked for.
+  std::string installUnderSecondName(const std::string& name, const std::string& fixture) const {
+    return copy("kqtts-" + name, fixture);
+  }
+
+  /// Whether the library of this plug-in is in the process.
+  bool isMapped(const std::string& name) const {
+    std::ifstream maps("/proc/self/maps");
+    const std::string file = folder.path().string() + "/kqtts/libkqtts-" + name + ".so";
+    for (std::string line; std::getline(maps, line);) {
+      if (line.find(file) != std::string::npos) {
+        return true;
+      }
+    }
+    return false;
+  }
+
+ private:
+  std::string copy(const std::string& name, const std::string& fixture) const {
+    const boost::filesystem::path file = folder.path() / "kqtts" / (name + ".so");
+    boost::filesystem::create_directories(file.parent_path());
+    // A new file each time: the loader takes the same file for the same library.
+    boost::filesystem::remove(file);
+    boost::filesystem::copy_file(PLUGIN_FIXTURES "/" + fixture + ".so", file);
+    return file.string();
+  }
+
+  TempFolder folder;
+};
+
+}  // namespace test
