@@ -1,0 +1,130 @@
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <kqtts/tts_preference.hpp>
+#include <limits>
+#include <type_traits>
+
+namespace {
+
+using KQ::VoiceSetting;
+using testing::ElementsAre;
+using testing::Pair;
+
+constexpr auto otherType = static_cast<KQ::VOICE_SETTING_TYPE>(2);
+
+VoiceSetting makeSetting() {
+  return {KQ::VOICE_SETTING_PREFERENCES, "voice1"};
+}
+
+TEST(VoiceSettingTest, StartsWithTheSixDefaults) {
+  EXPECT_THAT(makeSetting().parameters,
+              ElementsAre(Pair("defaultVoiceSpeed", 100.0F), Pair("doubleVoice", 0.0F),
+                          Pair("doubleVoiceLevel", 0.0F), Pair("doubleVoiceTimeShift", 0.0F),
+                          Pair("pitchShift", 0.0F), Pair("voiceLevel", 1.0F)));
+}
+
+TEST(VoiceSettingTest, KeepsTypeAndName) {
+  const VoiceSetting setting(otherType, "voice1");
+
+  EXPECT_EQ(setting.type, otherType);
+  EXPECT_EQ(setting.voiceName, "voice1");
+}
+
+TEST(VoiceSettingTest, HasTheSameDefaultsForEveryTypeAndName) {
+  EXPECT_EQ(VoiceSetting(otherType, "").parameters, makeSetting().parameters);
+}
+
+TEST(VoiceSettingTest, TypeIs32BitsWideAndPreferencesAreOne) {
+  EXPECT_EQ(sizeof(KQ::VOICE_SETTING_TYPE), 4U);
+  EXPECT_EQ(static_cast<int>(KQ::VOICE_SETTING_PREFERENCES), 1);
+}
+
+TEST(VoiceSettingTest, IsAPlainValueThatMovesWithoutThrowing) {
+  EXPECT_FALSE(std::is_polymorphic_v<VoiceSetting>);
+  EXPECT_TRUE(std::is_nothrow_move_constructible_v<VoiceSetting>);
+  EXPECT_TRUE(std::is_nothrow_move_assignable_v<VoiceSetting>);
+}
+
+TEST(VoiceSettingTest, MovesAndAssignsWithAllItsFields) {
+  VoiceSetting source(otherType, "voice2");
+  source.parameters["foo"] = 2.0F;
+  const VoiceSetting copy = source;
+
+  VoiceSetting assigned = makeSetting();
+  assigned = copy;
+  VoiceSetting moved = makeSetting();
+  moved = std::move(source);
+
+  EXPECT_TRUE(assigned == copy);
+  EXPECT_TRUE(moved == copy);
+  EXPECT_TRUE(VoiceSetting(std::move(assigned)) == copy);
+}
+
+TEST(VoiceSettingEquality, HoldsForTheSameTypeNameAndParameters) {
+  EXPECT_TRUE(makeSetting() == makeSetting());
+}
+
+TEST(VoiceSettingEquality, HoldsWithoutParameters) {
+  VoiceSetting left = makeSetting();
+  VoiceSetting right = makeSetting();
+  left.parameters.clear();
+  right.parameters.clear();
+
+  EXPECT_TRUE(left == right);
+}
+
+TEST(VoiceSettingEquality, TellsTypesApart) {
+  EXPECT_FALSE(makeSetting() == VoiceSetting(otherType, "voice1"));
+}
+
+TEST(VoiceSettingEquality, TellsLetterCasesOfTheNameApart) {
+  EXPECT_FALSE(makeSetting() == VoiceSetting(KQ::VOICE_SETTING_PREFERENCES, "Voice1"));
+}
+
+class VoiceSettingParameter : public testing::TestWithParam<std::string> {};
+
+TEST_P(VoiceSettingParameter, DiffersByTheSmallestStep) {
+  VoiceSetting changed = makeSetting();
+  float& value = changed.parameters.at(GetParam());
+  value = std::nextafter(value, std::numeric_limits<float>::infinity());
+
+  EXPECT_FALSE(changed == makeSetting());
+}
+
+INSTANTIATE_TEST_SUITE_P(Defaults, VoiceSettingParameter,
+                         testing::Values("defaultVoiceSpeed", "doubleVoice", "doubleVoiceLevel",
+                                         "doubleVoiceTimeShift", "pitchShift", "voiceLevel"));
+
+TEST(VoiceSettingEquality, NaNEqualsNothing) {
+  VoiceSetting setting = makeSetting();
+  setting.parameters["pitchShift"] = std::numeric_limits<float>::quiet_NaN();
+
+  EXPECT_FALSE(setting == setting);
+}
+
+TEST(VoiceSettingEquality, ZeroEqualsMinusZero) {
+  VoiceSetting setting = makeSetting();
+  setting.parameters["pitchShift"] = -0.0F;
+
+  EXPECT_TRUE(setting == makeSetting());
+}
+
+TEST(VoiceSettingEquality, CountsAnExtraParameterOnEitherSide) {
+  VoiceSetting extended = makeSetting();
+  extended.parameters["foo"] = 1.0F;
+
+  EXPECT_FALSE(extended == makeSetting());
+  EXPECT_FALSE(makeSetting() == extended);
+}
+
+TEST(VoiceSettingEquality, TellsParameterNamesApart) {
+  VoiceSetting left = makeSetting();
+  VoiceSetting right = makeSetting();
+  left.parameters["foo"] = 1.0F;
+  right.parameters["fop"] = 1.0F;
+
+  EXPECT_FALSE(left == right);
+}
+
+}  // namespace
