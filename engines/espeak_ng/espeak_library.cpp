@@ -1,0 +1,269 @@
+#include "espeak_ng/espeak_library.hpp"
+
+#include <array>
+#include <boost/filesystem/directory.hpp>
+#include <boost/filesystem/operations.hpp>
+#include <chrono>
+#include <clocale>
+#include <condition_variable>
+#include <kq/error.hpp>
+#include <map>
+#include <mutex>
+#include <set>
+#include <thread>
+#include <utility>
+
+namespace KQ::engines {
+
+namespace {
+
+/// Of one audio buffer. The shorter, the sooner come the first sound and the end after a stop.
+constexpr int bufferMilliseconds = 20;
+
+/// A voice that a name stands for, the better the lower its priority.
+struct KnownVoice {
+  std::string file;
+  int priority;
+};
+
+/// What is known of eSpeak NG, and who speaks with it.
+struct Process {
+  std::mutex lifeMutex;  ///< held while eSpeak NG is loaded and unloaded
+  int uses = 0;          ///< guarded by lifeMutex
+
+  // Set while uses goes from 0 to 1, constant as long as it is in use.
+  int samplingRate = 0;
+  std::map<std::string, KnownVoice> voices;  ///< by name, language and file
+  std::set<std::string> variants;
+
+  std::mutex turnMutex;
+  std::condition_variable turnChanged;
+  std::thread::id speaker;               ///< guarded by turnMutex; none when nobody speaks
+  unsigned long long nextTicket = 0;     ///< guarded by turnMutex
+  std::set<unsigned long long> waiting;  ///< tickets; guarded by turnMutex
+
+  // Used by the speaker. What eSpeak NG is set to, 0 or "" for unknown.
+  std::string voiceFile;
+  std::map<espeak_PARAMETER, int> parameters;
+};
+
+Process& process() {
+  static Process theProcess;
+  return theProcess;
+}
+
+std::string statusText(espeak_ng_STATUS status) {
+  std::array<char, 512> text{};
+  espeak_ng_GetStatusCodeMessage(status, text.data(), text.size());
+  return text.data();
+}
+
+KQError espeakError(const char* method, const std::string& what, espeak_ng_STATUS status) {
+  return {espeakName, method, what + ": " + statusText(status), nullptr, 0};
+}
+
+/// Puts the process's character type locale back, which eSpeak NG changes when it is loaded.
+class LocaleKeeper {
+ public:
+  LocaleKeeper() : name(std::setlocale(LC_CTYPE, nullptr)) {}
+  ~LocaleKeeper() { std::setlocale(LC_CTYPE, name.c_str()); }
+  LocaleKeeper(const LocaleKeeper&) = delete;
+  LocaleKeeper& operator=(const LocaleKeeper&) = delete;
+
+ private:
+  const std::string name;
+};
+
+int onBuffer(short* samples, int count, espeak_EVENT* events) {
+  auto* const listener = static_cast<EspeakTurn::Listener*>(events->user_data);
+  const bool goesOn =
+      listener->take(samples, samples == nullptr ? 0 : static_cast<std::size_t>(count), events);
+  return goesOn ? 0 : 1;
+}
+
+/// Ends eSpeak NG, whose thread takes nothing but commands of its asynchronous mode. Unless it had one
+/// since it was last ended, it cannot be ended: its state is that of a running command then, and
+/// espeak_ng_Terminate() would wait for that one's end for ever.
+void unload() {
+  espeak_ng_InitializeOutput(static_cast<espeak_ng_OUTPUT_MODE>(0), bufferMilliseconds, nullptr);
+  espeak_ng_SetParameter(espeakRATE, espeakRATE_NORMAL, 0);
+  while (espeak_IsPlaying() != 0) {
+    std::this_thread::sleep_for(std::chrono::microseconds(100));
+  }
+  espeak_ng_Terminate();
+}
+
+void load() {
+  const LocaleKeeper keeper;
+  espeak_ng_InitializePath(nullptr);
+  espeak_ng_ERROR_CONTEXT context = nullptr;
+  const espeak_ng_STATUS status = espeak_ng_Initialize(&context);
+  espeak_ng_ClearErrorContext(&context);
+  if (status != ENS_OK) {
+    const char* path = nullptr;
+    espeak_Info(&path);
+    throw espeakError("initialize", "Cannot load the data of eSpeak NG from " + std::string(path),
+                      status);
+  }
+  const espeak_ng_STATUS outputStatus =
+      espeak_ng_InitializeOutput(ENOUTPUT_MODE_SYNCHRONOUS, bufferMilliseconds, nullptr);
+  if (outputStatus != ENS_OK) {
+    unload();
+    throw espeakError("initialize", "Cannot prepare the output of eSpeak NG", outputStatus);
+  }
+  espeak_SetSynthCallback(onBuffer);
+}
+
+void listVoices(Process& known) {
+  known.voices.clear();
+  const auto add = [&](const std::string& name, const KnownVoice& voice) {
+    const auto entry = known.voices.emplace(name, voice).first;
+    if (voice.priority < entry->second.priority) {
+      entry->second = voice;
+    }
+  };
+  for (const espeak_VOICE* const* voice = espeak_ListVoices(nullptr); *voice != nullptr; ++voice) {
+    const std::string file = (*voice)->identifier;
+    add(file, {file, 0});
+    add((*voice)->name, {file, 0});
+    // Each language has its priority in front.
+    for (const char* language = (*voice)->languages; *language != '\0';
+         language += std::char_traits<char>::length(language) + 1) {
+      const int priority = static_cast<unsigned char>(*language++);
+      add(language, {file, priority});
+    }
+  }
+}
+
+void listVariants(Process& known) {
+  known.variants.clear();
+  const char* path = nullptr;
+  espeak_Info(&path);
+  boost::system::error_code error;
+  const boost::filesystem::path folder = boost::filesystem::path(path) / "voices" / "!v";
+  for (boost::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+       entry.increment(error)) {
+    known.variants.insert(entry->path().filename().string());
+  }
+}
+
+void forgetSettings(Process& known) {
+  known.voiceFile.clear();
+  known.parameters.clear();
+}
+
+}  // namespace
+
+EspeakLibrary::EspeakLibrary() {
+  Process& known = process();
+  const std::lock_guard<std::mutex> lock(known.lifeMutex);
+  if (known.uses == 0) {
+    load();
+    known.samplingRate = espeak_ng_GetSampleRate();
+    listVoices(known);
+    listVariants(known);
+    forgetSettings(known);
+  }
+  ++known.uses;
+}
+
+EspeakLibrary::~EspeakLibrary() {
+  Process& known = process();
+  const std::lock_guard<std::mutex> lock(known.lifeMutex);
+  if (--known.uses == 0) {
+    unload();
+  }
+}
+
+int EspeakLibrary::samplingRate() const {
+  return process().samplingRate;
+}
+
+std::string EspeakLibrary::voiceFile(const std::string& name) const {
+  const Process& known = process();
+  const std::size_t plus = name.find('+');
+  const auto voice = known.voices.find(name.substr(0, plus));
+  if (voice == known.voices.end()) {
+    return "";
+  }
+  if (plus == std::string::npos) {
+    return voice->second.file;
+  }
+  const bool isVariant = known.variants.count(name.substr(plus + 1)) != 0;
+  return isVariant ? voice->second.file + name.substr(plus) : "";
+}
+
+EspeakTurn::EspeakTurn(const Utterance& utterance) {
+  Process& known = process();
+  std::unique_lock<std::mutex> lock(known.turnMutex);
+  if (known.speaker == std::this_thread::get_id()) {
+    throw KQError(espeakName, "startSynthetizer",
+                  "An utterance cannot be started from an event of another one.", nullptr, 0);
+  }
+  const auto ticket = known.waiting.insert(known.nextTicket++).first;
+  known.turnChanged.wait(lock, [&] {
+    return utterance.isStopped() ||
+           (known.speaker == std::thread::id() && ticket == known.waiting.begin());
+  });
+  known.waiting.erase(ticket);
+  granted = !utterance.isStopped();
+  if (granted) {
+    known.speaker = std::this_thread::get_id();
+  } else {
+    known.turnChanged.notify_all();
+  }
+}
+
+EspeakTurn::~EspeakTurn() {
+  if (granted) {
+    Process& known = process();
+    const std::lock_guard<std::mutex> lock(known.turnMutex);
+    known.speaker = std::thread::id();
+    known.turnChanged.notify_all();
+  }
+}
+
+void EspeakTurn::wakeWaiting() {
+  Process& known = process();
+  const std::lock_guard<std::mutex> lock(known.turnMutex);
+  known.turnChanged.notify_all();
+}
+
+void EspeakTurn::apply(const std::string& voiceFile, const EspeakParameters& parameters) {
+  Process& known = process();
+  if (voiceFile != known.voiceFile) {
+    forgetSettings(known);
+    const espeak_ng_STATUS status = espeak_ng_SetVoiceByName(voiceFile.c_str());
+    if (status != ENS_OK) {
+      throw espeakError("startSynthetizer", "Cannot load the voice \"" + voiceFile + '"', status);
+    }
+    known.voiceFile = voiceFile;
+  }
+  const std::array<std::pair<espeak_PARAMETER, int>, 4> wanted{{{espeakRATE, parameters.rate},
+                                                                {espeakPITCH, parameters.pitch},
+                                                                {espeakRANGE, parameters.range},
+                                                                {espeakVOLUME, parameters.volume}}};
+  for (const auto& [parameter, value] : wanted) {
+    const auto set = known.parameters.find(parameter);
+    if (set == known.parameters.end() || set->second != value) {
+      espeak_ng_SetParameter(parameter, value, 0);
+      known.parameters[parameter] = value;
+    }
+  }
+}
+
+bool EspeakTurn::speak(const EspeakText& text, Listener& listener) {
+  const unsigned int flags = espeakCHARS_UTF8 | espeakENDPAUSE | (text.isMarkup ? espeakSSML : 0U);
+  const espeak_ng_STATUS status = espeak_ng_Synthesize(text.text.c_str(), text.text.size() + 1, 0,
+                                                       POS_CHARACTER, 0, flags, nullptr, &listener);
+  if (status != ENS_OK || text.isMarkup) {
+    // Markup that was cut short may leave its parameters behind.
+    process().parameters.clear();
+  }
+  if (status != ENS_OK && status != ENS_SPEECH_STOPPED) {
+    throw espeakError("startSynthetizer", "Cannot speak", status);
+  }
+  return status == ENS_OK;
+}
+
+}  // namespace KQ::engines

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "espeak_ng/espeak_library.hpp"
+#include "support/synthesizer.hpp"
+
+namespace KQ::engines {
+
+/// eSpeak NG as the engines' common code drives it. Utterances of all engines of the process are
+/// spoken one after another, in the order in which they were started.
+class EspeakSynthesizer : public Synthesizer {
+ public:
+  int samplingRate() const override { return library.samplingRate(); }
+  bool hasVoice(const std::string& sourceVoice) const override {
+    return !library.voiceFile(sourceVoice).empty();
+  }
+  void speak(const std::string& text, const SpeechSettings& settings,
+             Utterance& utterance) override;
+  void wakeWaiting() override { EspeakTurn::wakeWaiting(); }
+
+ private:
+  EspeakLibrary library;
+};
+
+}  // namespace KQ::engines

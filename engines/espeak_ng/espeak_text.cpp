@@ -1,0 +1,262 @@
+#include "espeak_ng/espeak_text.hpp"
+
+#include <espeak-ng/speak_lib.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <utility>
+
+#include "support/utf8.hpp"
+
+namespace KQ::engines {
+
+namespace {
+
+using Kind = MarkupItem::Kind;
+
+bool isBlank(std::string_view text) {
+  return text.find_first_not_of(" \t") == std::string_view::npos;
+}
+
+struct Script {
+  char32_t first;
+  char32_t last;
+  std::string_view languages;  ///< each with a blank before and behind
+};
+
+/// The alphabets that eSpeak NG knows, with the languages whose voices speak them. With other voices
+/// it takes a second language's rules for them, and at characters that these do not know it frees the
+/// rules while it uses them; so to those voices they are blanks, as is what belongs to none.
+constexpr std::array<Script, 29> ownVoicesScripts{
+    {{0x0370, 0x03FF, " el grc "},
+     {0x0400, 0x052F, " ru uk be bg mk sr kk ky tt ba cv mn uz "},
+     {0x0530, 0x058F, " hy hyw "},
+     {0x0590, 0x05FF, " he "},
+     {0x0600, 0x06FF, " ar fa ur sd ug ku "},
+     {0x0700, 0x074F, ""},
+     {0x0900, 0x097F, " hi mr ne kok "},
+     {0x0980, 0x09FF, " bn as bpy "},
+     {0x0A00, 0x0A7F, " pa "},
+     {0x0A80, 0x0AFF, " gu "},
+     {0x0B00, 0x0B7F, " or "},
+     {0x0B80, 0x0BFF, " ta "},
+     {0x0C00, 0x0C7F, " te "},
+     {0x0C80, 0x0CFF, " kn "},
+     {0x0D00, 0x0D7F, " ml "},
+     {0x0D80, 0x0DFF, " si "},
+     {0x0E00, 0x0E7F, " th "},
+     {0x0E80, 0x0EFF, " lo "},
+     {0x0F00, 0x0FFF, ""},
+     {0x1000, 0x109F, " my shn "},
+     {0x10A0, 0x10FF, " ka "},
+     {0x1100, 0x11FF, " ko "},
+     {0x1200, 0x139F, " am "},
+     {0x1F00, 0x1FFF, " el grc "},
+     {0x2800, 0x28FF, ""},
+     {0x3040, 0x30FF, " ja "},
+     {0x3100, 0x9FFF, " cmn yue hak ja ko "},
+     {0xA700, 0xD7FF, " ko "},
+     {0xFF00, 0xFFEF, " cmn yue hak ja ko "}}};
+
+/// Latin letters, punctuation and signs of money, which every voice knows.
+bool isCommon(char32_t point) {
+  return point <= 0x024F || (point >= 0x1E00 && point <= 0x1EFF) ||
+         (point >= 0x2010 && point <= 0x2027) || (point >= 0x20A0 && point <= 0x20BF) ||
+         (point >= 0x3000 && point <= 0x3020);
+}
+
+bool isSpoken(std::string_view character, const std::string& language) {
+  const char32_t point = codePoint(character);
+  return isCommon(point) ||
+         std::any_of(ownVoicesScripts.begin(), ownVoicesScripts.end(), [&](const Script& script) {
+           return point >= script.first && point <= script.last &&
+                  script.languages.find(' ' + language + ' ') != std::string_view::npos;
+         });
+}
+
+/// The language of "inc/hi-x+f2" is "hi".
+std::string languageOf(const std::string& voiceFile) {
+  const std::string name = voiceFile.substr(voiceFile.rfind('/') + 1);
+  return name.substr(0, name.find_first_of("-+"));
+}
+
+/// The character, or a blank in its place. \param character  one byte if it is no valid one
+std::string_view toBeRead(std::string_view character, const std::string& language) {
+  const char byte = character.front();
+  const bool isControl = (byte >= 0 && byte < ' ' && byte != '\n' && byte != '\t') || byte == 0x7F;
+  const bool isRead = utf8Length(character) != 0 && !isControl && byte != '\\' &&
+                      (character.size() == 1 || isSpoken(character, language));
+  return isRead ? character : " ";
+}
+
+const char* entity(char byte) {
+  switch (byte) {
+    case '<':
+      return "&lt;";
+    case '>':
+      return "&gt;";
+    case '&':
+      return "&amp;";
+    default:
+      return nullptr;
+  }
+}
+
+/// Appends to an EspeakText and counts its characters.
+class Appender {
+ public:
+  Appender(EspeakText& target, const std::string& language) : target(target), language(language) {
+    target.runs.push_back({0, 0, 0});
+  }
+
+  /// What does not stand in the source.
+  void addMarkup(std::string_view markup) {
+    target.text += markup;
+    characters += markup.size();
+    inRun = false;
+  }
+
+  /// A text of the source, each of whose bytes stands for itself or a blank unless it is escaped.
+  void addSource(std::string_view text, std::size_t offset) {
+    for (std::size_t i = 0; i < text.size();) {
+      const std::size_t length = std::max<std::size_t>(utf8Length(text.substr(i)), 1);
+      addCharacter(text.substr(i, length), offset + i);
+      i += length;
+    }
+  }
+
+ private:
+  void addCharacter(std::string_view character, std::size_t offset) {
+    const char* const escaped = target.isMarkup ? entity(character.front()) : nullptr;
+    if (!inRun || escaped != nullptr) {
+      startRun(offset);
+    }
+    if (escaped != nullptr) {
+      addMarkup(escaped);
+      target.isSilent = false;
+      return;
+    }
+    const std::string_view read = toBeRead(character, language);
+    target.text += read;
+    target.isSilent = target.isSilent && read.find_first_not_of(" \t\n") == std::string_view::npos;
+    ++characters;
+    inRun = read.size() == character.size();
+  }
+
+  void startRun(std::size_t offset) {
+    const EspeakText::Run run{characters, target.text.size(), offset};
+    if (target.runs.back().character == characters) {
+      target.runs.back() = run;
+    } else {
+      target.runs.push_back(run);
+    }
+    inRun = true;
+  }
+
+  EspeakText& target;
+  const std::string& language;
+  std::size_t characters = 0;
+  bool inRun = false;
+};
+
+}  // namespace
+
+EspeakParameters::EspeakParameters(const SpeechSettings& settings, int pitchPercent,
+                                   int volumePercent) {
+  const double speed = std::clamp<double>(settings.speed, 46, 400);
+  const double factor = std::clamp<double>(double{settings.pitch} * pitchPercent / 100, 0.5, 2);
+  const double level = std::clamp<double>(double{settings.level} * volumePercent / 100, 0, 4);
+  rate = static_cast<int>(std::lround(espeakRATE_NORMAL * speed / 100));
+  // The mean pitch of speech lies above the base that the pitch's number moves, 50 steps an octave:
+  // it takes more than the factor, and the range with it, to move the mean by the factor.
+  const double base = std::clamp<double>(1 + (factor - 1) / 0.8, 0.5, 2);
+  pitch = static_cast<int>(std::lround(50 + 50 * std::log2(base)));
+  range = static_cast<int>(std::lround(50 * factor));
+  volume = static_cast<int>(std::lround(100 * level));
+}
+
+EspeakTextWriter::EspeakTextWriter(std::string_view sourceText,
+                                   const SpeechSettings& speechSettings,
+                                   const std::string& voiceFile)
+    : source(sourceText), settings(speechSettings), language(languageOf(voiceFile)) {}
+
+EspeakText EspeakTextWriter::write(const TextChunk& chunk) {
+  EspeakText written;
+  written.isMarkup = needsMarkup(chunk);
+  Appender appender(written, language);
+  std::string tags = written.isMarkup ? openingTag() : "";
+  std::size_t marked = 0;
+  for (const MarkupItem& item : chunk) {
+    const std::string_view piece = source.substr(item.offset, item.length);
+    if (item.kind == Kind::text && !isBlank(piece)) {
+      if (written.insertions.size() > marked) {
+        marked = written.insertions.size();
+        tags += "<mark name=\"" + std::to_string(marked - 1) + "\"/>";
+      }
+      appender.addMarkup(std::exchange(tags, ""));
+      appender.addSource(piece, item.offset);
+    } else if (item.kind == Kind::text || item.kind == Kind::ignored) {
+      appender.addMarkup(" ");
+    } else if (item.kind == Kind::mark || item.kind == Kind::pause) {
+      written.insertions.push_back(item);
+    } else {
+      change(item);
+      tags = "</prosody>" + openingTag();
+    }
+  }
+  appender.addMarkup(written.isMarkup ? "</prosody>" : "");
+  return written;
+}
+
+bool EspeakTextWriter::needsMarkup(const TextChunk& chunk) const {
+  return prosody.volume != 100 || prosody.speed != 100 || prosody.pitch != 100 ||
+         std::any_of(chunk.begin(), chunk.end(), [](const MarkupItem& item) {
+           return item.kind != Kind::text && item.kind != Kind::ignored;
+         });
+}
+
+void EspeakTextWriter::change(const MarkupItem& item) {
+  switch (item.kind) {
+    case Kind::volume:
+      prosody.volume = item.value;
+      break;
+    case Kind::speed:
+      prosody.speed = item.value;
+      break;
+    case Kind::pitch:
+      prosody.pitch = item.value;
+      break;
+    default:
+      prosody = Percentages();
+  }
+}
+
+std::string EspeakTextWriter::openingTag() const {
+  // The speed is relative to the engine's, the others are absolute.
+  const EspeakParameters absolute(settings, prosody.pitch, prosody.volume);
+  return "<prosody rate=\"" + std::to_string(prosody.speed) + "%\" pitch=\"" +
+         std::to_string(absolute.pitch) + "\" range=\"" + std::to_string(absolute.range) +
+         "\" volume=\"" + std::to_string(absolute.volume) + "\">";
+}
+
+std::size_t SourcePositions::offsetOf(std::size_t character) {
+  if (character < cursor.character) {
+    cursor = text.runs.front();
+    nextRun = 1;
+  }
+  for (; nextRun < text.runs.size() && text.runs[nextRun].character <= character; ++nextRun) {
+    cursor = text.runs[nextRun];
+  }
+  const std::size_t end = nextRun < text.runs.size() ? text.runs[nextRun].byte : text.text.size();
+  while (cursor.character < character && cursor.byte < end) {
+    do {
+      ++cursor.byte;
+      ++cursor.source;
+    } while (cursor.byte < end && isUtf8Continuation(text.text[cursor.byte]));
+    ++cursor.character;
+  }
+  return cursor.source;
+}
+
+}  // namespace KQ::engines

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace KQ::engines {
+
+/// What a parameter may be.
+struct ParameterRow {
+  const char* name;
+  float normal;  ///< the value at first
+  float lowest;
+  float highest;
+  bool zeroIsNormal;  ///< 0 is taken too, and stands for `normal`
+
+  /// Whether a value is in range. A NaN never is.
+  bool accepts(float value) const;
+};
+
+namespace parameters {
+constexpr ParameterRow speed{"speed", 100, 50, 400, false};         ///< percent of the voice's own
+constexpr ParameterRow pitchShift{"pitchShift", 1, 0.5F, 2, true};  ///< factor to the voice's own
+constexpr ParameterRow voiceLevel{"voiceLevel", 1, 0, 2, false};    ///< factor to the voice's own
+}  // namespace parameters
+
+/// The numeric parameters of one engine. May be used from several threads at once.
+class ParameterTable {
+ public:
+  /// \param engineName  the module of its errors
+  ParameterTable(std::string engineName, std::vector<ParameterRow> rows);
+
+  /// \throws KQError (method "setParameter") for an unknown name or a value out of range, which
+  /// leaves
+  ///         all as it was
+  void set(const std::string& name, float value);
+
+  /// \throws KQError (method "getParameter") for an unknown name
+  float get(const std::string& name) const;
+
+  void reset(const ParameterRow& row);
+
+  /// The names, in the order of the rows.
+  std::vector<std::string> names() const;
+
+ private:
+  const ParameterRow& row(const std::string& name, const char* method) const;
+
+  const std::string engineName;
+  const std::vector<ParameterRow> rows;
+  mutable std::mutex mutex;
+  std::map<std::string, float> values;  ///< guarded by mutex; the keys never change
+};
+
+}  // namespace KQ::engines

@@ -1,0 +1,223 @@
+#include "support/speech_engine.hpp"
+
+#include <algorithm>
+#include <kq/error.hpp>
+#include <utility>
+#include <zu/log.hpp>
+
+#include "support/utf8.hpp"
+#include "support/warning.hpp"
+
+namespace KQ::engines {
+
+namespace {
+
+using Lock = std::lock_guard<std::mutex>;
+
+/// Voice name to language name; of one language, or of all if that is null.
+std::map<std::string, std::string> voiceMap(const PackageCatalogue& catalogue,
+                                            const std::string* language) {
+  std::map<std::string, std::string> voices;
+  for (const auto& [name, voice] : catalogue.voices()) {
+    if (language == nullptr || voice.language == *language) {
+      voices[name] = voice.language;
+    }
+  }
+  return voices;
+}
+
+bool contains(const std::vector<std::string>& names, const std::string& name) {
+  return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+std::string firstLanguage(const PackageCatalogue& catalogue) {
+  const std::vector<std::string>& languages = catalogue.languages();
+  return contains(languages, "English") ? "English" : languages.front();
+}
+
+}  // namespace
+
+SpeechEngine::SpeechEngine(EngineTraits engineTraits, TextToSpeechEngineCallbackInterface* host,
+                           boost::shared_ptr<TTSLanguageInfo> languages)
+    : TextToSpeechEngine(host, std::move(languages)),
+      traits(std::move(engineTraits)),
+      parameterTable(traits.name,
+                     {parameters::speed, parameters::pitchShift, parameters::voiceLevel}) {
+  zu::log::registerCategory(traits.logCategory);
+}
+
+SpeechEngine::~SpeechEngine() = default;
+
+std::string SpeechEngine::xGetName() const {
+  return traits.name;
+}
+
+// Life cycle ----------------------------------------------------------------------------------
+
+bool SpeechEngine::xInitialize(const std::vector<zu::PackageInfo>& packages) {
+  State opened;
+  try {
+    opened.synthesizer = traits.openSynthesizer();
+  } catch (const KQError& error) {
+    warn(traits.logCategory, error.getDescription());
+    return false;
+  }
+  const PackageRules rules{
+      traits.packageEngine, traits.minimumVersion, traits.logCategory,
+      [&](const std::string& source) { return opened.synthesizer->hasVoice(source); }};
+  opened.catalogue = std::make_shared<PackageCatalogue>(*this, packages, rules);
+  if (opened.catalogue->languages().empty()) {
+    warn(traits.logCategory, "None of the " + std::to_string(packages.size()) +
+                                 " installed packages can be used by " + traits.name);
+    return false;
+  }
+  opened.language = firstLanguage(*opened.catalogue);
+  opened.voice = opened.catalogue->defaultVoice(opened.language);
+  const Lock lock(stateMutex);
+  std::swap(guardedState, opened);
+  return true;
+}
+
+bool SpeechEngine::xTerminate() {
+  State closed;
+  {
+    const Lock lock(stateMutex);
+    std::swap(guardedState, closed);
+  }
+  control.stop();
+  if (closed.synthesizer) {
+    closed.synthesizer->wakeWaiting();
+  }
+  return true;
+}
+
+SpeechEngine::State SpeechEngine::state() const {
+  const Lock lock(stateMutex);
+  return guardedState;
+}
+
+// Synthesis -----------------------------------------------------------------------------------
+
+void SpeechEngine::xStartSynthetizer(const std::string& text) {
+  Utterance utterance(control, callback);
+  const State now = state();
+  if (!now.synthesizer) {
+    throw KQError(traits.name, "startSynthetizer", "The engine has been shut down.", nullptr, 0);
+  }
+  now.synthesizer->speak(text, settings(now), utterance);
+}
+
+void SpeechEngine::xStopSynthetizer() {
+  control.stop();
+  if (const auto synthesizer = state().synthesizer) {
+    synthesizer->wakeWaiting();
+  }
+}
+
+void SpeechEngine::xPauseSynthetizer() {
+  control.pause();
+}
+
+void SpeechEngine::xRestartSynthetizer() {
+  control.resume();
+}
+
+SpeechSettings SpeechEngine::settings(const State& now) const {
+  const PackagedVoice& voice = *now.catalogue->voice(now.voice);
+  const float shift = parameterTable.get(parameters::pitchShift.name);
+  return {voice.sourceVoice, voice.tuning.speed * parameterTable.get(parameters::speed.name) / 100,
+          voice.tuning.pitch * (shift == 0 ? parameters::pitchShift.normal : shift),
+          voice.tuning.level * parameterTable.get(parameters::voiceLevel.name)};
+}
+
+// Parameters ----------------------------------------------------------------------------------
+
+void SpeechEngine::xSetParameter(const std::string& name, const float& value) {
+  parameterTable.set(name, value);
+}
+
+void SpeechEngine::xResetSpeed() {
+  parameterTable.reset(parameters::speed);
+}
+
+float SpeechEngine::xGetParameter(const std::string& name) const {
+  return parameterTable.get(name);
+}
+
+std::vector<std::string> SpeechEngine::xGetAvailableParameters() const {
+  return parameterTable.names();
+}
+
+int SpeechEngine::xGetCurrentSamplingRate() const {
+  const auto synthesizer = state().synthesizer;
+  return synthesizer ? synthesizer->samplingRate() : 0;
+}
+
+int SpeechEngine::xTestTextEncoding(const std::string& first, const std::string& second) {
+  const bool offered = second.empty() || contains(state().catalogue->languages(), second);
+  return offered && isValidUtf8(first) && first.find('\0') == std::string::npos ? 1 : 0;
+}
+
+// Languages and voices ------------------------------------------------------------------------
+
+void SpeechEngine::xSetCurrentLanguage(const std::string& language) {
+  const Lock lock(stateMutex);
+  if (guardedState.language == language) {
+    return;
+  }
+  const std::string voice = guardedState.catalogue->defaultVoice(language);
+  if (!voice.empty()) {
+    guardedState.language = language;
+    guardedState.voice = voice;
+  }
+}
+
+void SpeechEngine::xSetCurrentVoice(const std::string& voice) {
+  const Lock lock(stateMutex);
+  if (const PackagedVoice* chosen = guardedState.catalogue->voice(voice)) {
+    guardedState.language = chosen->language;
+    guardedState.voice = voice;
+  }
+}
+
+void SpeechEngine::xSetDefaultVoice() {
+  const Lock lock(stateMutex);
+  guardedState.voice = guardedState.catalogue->defaultVoice(guardedState.language);
+}
+
+std::string SpeechEngine::xGetCurrentLanguage() const {
+  return state().language;
+}
+
+std::string SpeechEngine::xGetCurrentVoice() const {
+  return state().voice;
+}
+
+std::string SpeechEngine::xGetDefaultVoiceForLanguage(const std::string& language) const {
+  return state().catalogue->defaultVoice(language);
+}
+
+std::vector<std::string> SpeechEngine::xGetAvailableLanguages() const {
+  return state().catalogue->languages();
+}
+
+std::map<std::string, std::string> SpeechEngine::xGetAvailableVoices() const {
+  const State now = state();
+  return voiceMap(*now.catalogue, &now.language);
+}
+
+std::map<std::string, std::string> SpeechEngine::xGetAllAvailableVoices() const {
+  return voiceMap(*state().catalogue, nullptr);
+}
+
+std::vector<std::string> SpeechEngine::xGetOldLanguagesDetected() const {
+  return state().catalogue->outdatedLanguages();
+}
+
+std::string SpeechEngine::xGetVoiceInstallDir(const std::string& voice) const {
+  const State now = state();
+  const PackagedVoice* found = now.catalogue->voice(voice);
+  return found == nullptr ? std::string() : found->directory.string();
+}
+
+}  // namespace KQ::engines

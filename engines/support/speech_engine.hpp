@@ -1,0 +1,99 @@
+#pragma once
+
+#include <boost/shared_ptr.hpp>
+#include <functional>
+#include <kqtts/texttospeech_engine.hpp>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "support/package_catalogue.hpp"
+#include "support/parameter_table.hpp"
+#include "support/synthesizer.hpp"
+#include "support/utterance.hpp"
+
+namespace KQ::engines {
+
+/// What tells one engine from another.
+struct EngineTraits {
+  std::string name;            ///< as getName() says
+  std::string packageEngine;   ///< what a manifest's "engine" says of its packages
+  std::string minimumVersion;  ///< of its packages
+  std::string logCategory;
+  /// Opens the synthesiser. \throws KQError when it cannot be used
+  std::function<std::shared_ptr<Synthesizer>()> openSynthesizer;
+};
+
+/// An engine that offers what its packages hold and speaks with a synthesiser.
+///
+/// It is usable when the synthesiser is and at least one package can be used. Its first language is
+/// English if it has that, else its first one. All hooks may be called from any thread; what is set
+/// while it speaks holds from the next utterance on.
+///
+/// Each startSynthetizer() tells the host exactly one onStart() and one onEnd(), unless it throws
+/// before its utterance begins. Several at once are spoken one after another, and a stop ends them
+/// all.
+class SpeechEngine : public TextToSpeechEngine {
+ public:
+  SpeechEngine(EngineTraits traits, TextToSpeechEngineCallbackInterface* callback,
+               boost::shared_ptr<TTSLanguageInfo> languageInfo);
+  ~SpeechEngine() override;
+
+ protected:
+  std::string xGetName() const override;
+  bool xInitialize(const std::vector<zu::PackageInfo>& packages) override;
+  /// Stops what is being spoken, and does not wait for its end.
+  bool xTerminate() override;
+
+  void xStartSynthetizer(const std::string& text) override;
+  void xStopSynthetizer() override;
+  void xPauseSynthetizer() override;
+  void xRestartSynthetizer() override;
+
+  void xSetParameter(const std::string& name, const float& value) override;
+  void xResetSpeed() override;
+  float xGetParameter(const std::string& name) const override;
+  std::vector<std::string> xGetAvailableParameters() const override;
+  int xGetCurrentSamplingRate() const override;
+  /// \param first   a text
+  /// \param second  a language, or "" for the current one
+  /// \return 1 if the text is valid UTF-8 without NUL and the engine offers the language, else 0
+  int xTestTextEncoding(const std::string& first, const std::string& second) override;
+
+  /// Also chooses the language's default voice, unless the current voice speaks it.
+  void xSetCurrentLanguage(const std::string& language) override;
+  /// Also chooses the voice's language.
+  void xSetCurrentVoice(const std::string& voice) override;
+  void xSetDefaultVoice() override;
+  std::string xGetCurrentLanguage() const override;
+  std::string xGetCurrentVoice() const override;
+  /// "" for a language that the engine does not offer.
+  std::string xGetDefaultVoiceForLanguage(const std::string& language) const override;
+  std::vector<std::string> xGetAvailableLanguages() const override;
+  std::map<std::string, std::string> xGetAvailableVoices() const override;
+  std::map<std::string, std::string> xGetAllAvailableVoices() const override;
+  std::vector<std::string> xGetOldLanguagesDetected() const override;
+  std::string xGetVoiceInstallDir(const std::string& voice) const override;
+
+ private:
+  /// What changes with the life cycle and the choice of language and voice.
+  struct State {
+    std::shared_ptr<Synthesizer> synthesizer;  ///< null unless active
+    std::shared_ptr<const PackageCatalogue> catalogue = std::make_shared<PackageCatalogue>();
+    std::string language;
+    std::string voice;
+  };
+
+  State state() const;
+  SpeechSettings settings(const State& state) const;
+
+  const EngineTraits traits;
+  ParameterTable parameterTable;
+  UtteranceControl control;
+  mutable std::mutex stateMutex;
+  State guardedState;  ///< guarded by stateMutex
+};
+
+}  // namespace KQ::engines

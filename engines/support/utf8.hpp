@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+namespace KQ::engines {
+
+/// The number of bytes of the character that `text` begins with, or 0 if it begins with none: it is
+/// empty, or its first bytes are not valid UTF-8.
+std::size_t utf8Length(std::string_view text);
+
+/// The code point of a valid character.
+char32_t codePoint(std::string_view character);
+
+bool isValidUtf8(std::string_view text);
+
+/// Whether a byte is not the first one of a character.
+inline bool isUtf8Continuation(char byte) {
+  return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+}
+
+}  // namespace KQ::engines

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <exception>
+#include <functional>
+#include <kq/speech_callback.hpp>
+#include <mutex>
+
+namespace KQ::engines {
+
+/// Stops, holds and resumes the utterances of one engine, from any thread.
+class UtteranceControl {
+ public:
+  /// Ends all utterances that have begun, and none that begins later.
+  void stop();
+
+  /// Holds the engine: no audio, word or mark is told until resume(), except the one that is being
+  /// told just now. Lasts over the end of an utterance; the next one is held at its first audio.
+  void pause();
+  void resume();
+
+ private:
+  friend class Utterance;
+
+  std::mutex mutex;
+  std::condition_variable changed;
+  // Written under mutex, read anywhere.
+  std::atomic<std::uint64_t> stops{0};
+  std::atomic<bool> paused{false};
+};
+
+/// One text on its way to the host, from one start to one end. Used by the thread that speaks it.
+///
+/// What the host's functions throw is kept, ends the utterance as failed, and leaves through run().
+class Utterance {
+ public:
+  /// From here on stop() reaches it. \param callback  the host's, may be null
+  Utterance(UtteranceControl& control, TextToSpeechEngineCallbackInterface* callback);
+  Utterance(const Utterance&) = delete;
+  Utterance& operator=(const Utterance&) = delete;
+
+  /// Tells the start, lets `speak` speak unless stopped already, and tells the end.
+  /// \throws what `speak` or the host throws
+  void run(const std::function<void()>& speak);
+
+  /// Whether it is over before its text is: stopped, refused by the sink, or failed.
+  bool isOver() const noexcept;
+
+  /// Waits while the engine is paused. \return whether the utterance goes on
+  bool mayGoOn() noexcept;
+
+  /// Whether the utterance was stopped by UtteranceControl::stop(). May be asked by any thread.
+  bool isStopped() const noexcept;
+
+  /// \name Telling the host
+  /// Each waits while the engine is paused, and returns whether the utterance goes on. None throws.
+  /// Positions count from the start of the utterance.
+  /// @{
+  bool tellAudio(const std::int16_t* samples, std::size_t count, int samplingRate) noexcept;
+  bool tellSilence(std::uint64_t count, int samplingRate) noexcept;
+  bool tellMark(int number, std::uint64_t samplePosition) noexcept;
+  bool tellWord(const SpeechWord& word) noexcept;
+  /// @}
+
+  /// The number of samples told so far.
+  std::uint64_t samplesTold() const noexcept { return samples; }
+
+ private:
+  template <typename Tell>
+  bool guarded(Tell tell) noexcept;
+  void keepFirstFailure() noexcept;
+  SpeechEnd outcome() const noexcept;
+
+  UtteranceControl& control;
+  TextToSpeechEngineCallbackInterface& host;
+  const std::uint64_t stopsBefore;
+  std::uint64_t samples = 0;
+  bool refused = false;
+  std::exception_ptr failure;
+};
+
+}  // namespace KQ::engines

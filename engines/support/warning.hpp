@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+#include <zu/log.hpp>
+
+namespace KQ::engines {
+
+/// Logs a warning with the place of the call.
+inline void warn(const std::string& category, const std::string& message,
+                 const char* file = __builtin_FILE(), const char* function = __builtin_FUNCTION(),
+                 int line = __builtin_LINE()) {
+  zu::log::write(zu::log::Level::warning, category, message, file, function, line);
+}
+
+}  // namespace KQ::engines

@@ -1,0 +1,219 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <cstdlib>
+#include <kqtts/texttospeech_manager.hpp>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "espeak_engine.hpp"
+#include "support/errors.hpp"
+#include "support/row_name.hpp"
+#include "support/temp_folder.hpp"
+
+namespace {
+
+using test::Samples;
+using test::SpeakingEngine;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::Pair;
+
+struct LanguageRow {
+  const char* name;
+  const char* sentence;
+  const char* program;  ///< what the synthesiser's own program calls the voice
+};
+
+const LanguageRow languageRows[] = {
+    {"Arabic", "مرحبا، كيف حالك اليوم؟", "ar"},
+    {"Brazilian", "Bom dia, como você está hoje?", "pt-br"},
+    {"CantoneseHK", "你好，今日天氣好好。", "yue"},
+    {"Chinese", "你好，今天天气很好。", "cmn"},
+    {"Czech", "Dobrý den, jak se dnes máte?", "cs"},
+    {"Danish", "Goddag, hvordan har du det i dag?", "da"},
+    {"Dutch", "Goedendag, hoe gaat het met u?", "nl"},
+    {"English", "Good morning, how are you today?", "en-us"},
+    {"EnglishAustralia", "Good morning, how are you today?", "en-gb"},
+    {"EnglishGB", "Good morning, how are you today?", "en-gb"},
+    {"EnglishIndian", "Good morning, how are you today?", "en-gb"},
+    {"Finnish", "Hyvää päivää, mitä kuuluu?", "fi"},
+    {"French", "Bonjour, comment allez-vous aujourd'hui ?", "fr-fr"},
+    {"FrenchCanadian", "Bonjour, comment allez-vous aujourd'hui ?", "fr-fr"},
+    {"German", "Guten Tag, wie geht es Ihnen heute?", "de"},
+    {"Greek", "Καλημέρα σας, τι κάνετε σήμερα;", "el"},
+    {"Italian", "Buongiorno, come sta oggi?", "it"},
+    {"Japanese", "こんにちは、おげんきですか。", "ja"},
+    {"Korean", "안녕하세요, 만나서 반갑습니다.", "ko"},
+    {"MandarinTaiwan", "你好，今天天氣很好。", "cmn"},
+    {"Norwegian", "God dag, hvordan har du det i dag?", "nb"},
+    {"Polish", "Dzień dobry, jak się pan ma?", "pl"},
+    {"Portuguese", "Bom dia, como está hoje?", "pt"},
+    {"Russian", "Добрый день, как ваши дела?", "ru"},
+    {"Spanish", "Buenos días, ¿cómo está usted hoy?", "es"},
+    {"SpanishMexico", "Buenos días, ¿cómo está usted hoy?", "es-419"},
+    {"Swedish", "God dag, hur mår du i dag?", "sv"},
+    {"Turkish", "İyi günler, bugün nasılsınız?", "tr"},
+};
+
+class EveryLanguage : public ::testing::TestWithParam<LanguageRow> {
+ protected:
+  /// What the synthesiser's own program makes of the sentence.
+  Samples programsSamples() const {
+    const std::string file = (folder.path() / "program.wav").string();
+    const std::string text = folder.write("sentence.txt", GetParam().sentence).string();
+    const std::string command = std::string("espeak-ng -v ") + GetParam().program + " -w '" + file +
+                                "' -f '" + text + "' >'" + (folder.path() / "log").string() +
+                                "' 2>&1";
+    return std::system(command.c_str()) == 0 ? test::readWav(file) : Samples();
+  }
+
+  test::TempFolder folder;
+};
+
+TEST_P(EveryLanguage, SoundsAsFromTheSynthesisersOwnProgram) {
+  SpeakingEngine speaking(test::builtPackages());
+  speaking->setCurrentLanguage(GetParam().name);
+  speaking->startSynthetizer(GetParam().sentence);
+
+  const Samples samples = speaking.host.samples();
+  const Samples expected = programsSamples();
+  ASSERT_FALSE(expected.empty());
+  EXPECT_NEAR(test::length(samples), test::length(expected), test::length(expected) * 0.01);
+  EXPECT_GT(test::level(samples), 500);
+  EXPECT_NEAR(test::level(samples), test::level(expected), test::level(expected) * 0.02);
+}
+
+TEST_P(EveryLanguage, HasASecondVoiceThatSoundsHigher) {
+  SpeakingEngine speaking(test::builtPackages());
+  speaking->setCurrentLanguage(GetParam().name);
+  speaking->startSynthetizer(GetParam().sentence);
+  std::map<std::string, std::string> voices = speaking->getAvailableVoices();
+  voices.erase(speaking->getCurrentVoice());
+  ASSERT_EQ(voices.size(), 1U);
+  SpeakingEngine second(test::builtPackages());
+  second->setCurrentVoice(voices.begin()->first);
+  second->startSynthetizer(GetParam().sentence);
+
+  const int rate = speaking.host.samplingRate();
+  EXPECT_GT(test::pitch(second.host.samples(), rate),
+            test::pitch(speaking.host.samples(), rate) * 1.2);
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, EveryLanguage, ::testing::ValuesIn(languageRows), test::RowName());
+
+TEST(Languages, AreThoseOfTheLanguageTable) {
+  SpeakingEngine speaking(test::builtPackages());
+  std::vector<std::string> languages = speaking->getAvailableLanguages();
+  std::sort(languages.begin(), languages.end());
+  EXPECT_EQ(languages, KQ::TTSLanguageInfo().getLanguages());
+}
+
+TEST(Languages, StandInTheOrderOfThePackages) {
+  SpeakingEngine speaking({test::builtPackage("turkish"), test::builtPackage("czech")});
+  EXPECT_THAT(speaking->getAvailableLanguages(), ElementsAre("Turkish", "Czech"));
+}
+
+TEST(Languages, TheFirstOneIsEnglishIfThatIsInstalled) {
+  SpeakingEngine speaking({test::builtPackage("czech"), test::builtPackage("english")});
+  EXPECT_EQ(speaking->getCurrentLanguage(), "English");
+}
+
+TEST(Languages, WithoutEnglishTheFirstPackagesLanguageIsChosen) {
+  SpeakingEngine speaking({test::builtPackage("turkish"), test::builtPackage("czech")});
+  EXPECT_EQ(speaking->getCurrentLanguage(), "Turkish");
+  EXPECT_EQ(speaking->getCurrentVoice(), "turkish-male");
+}
+
+TEST(Languages, ChoosingOneChoosesItsDefaultVoice) {
+  SpeakingEngine speaking;
+  speaking->setCurrentLanguage("French");
+  EXPECT_EQ(speaking->getCurrentLanguage(), "French");
+  EXPECT_EQ(speaking->getCurrentVoice(), "french-male");
+}
+
+TEST(Languages, ChoosingTheCurrentOneKeepsTheVoice) {
+  SpeakingEngine speaking;
+  speaking->setCurrentVoice("english-female");
+  speaking->setCurrentLanguage("English");
+  EXPECT_EQ(speaking->getCurrentVoice(), "english-female");
+}
+
+TEST(Languages, OneWithoutPackageIsRefusedUnderTheEnginesName) {
+  SpeakingEngine speaking;
+  EXPECT_THAT([&] { speaking->setCurrentLanguage("German"); },
+              test::throwsKQError("eSpeak NG", "setCurrentLanguage",
+                                  "This engine does not support the following language: German"));
+}
+
+TEST(Voices, ChoosingOneOfAnotherLanguageChoosesTheLanguage) {
+  SpeakingEngine speaking;
+  speaking->setCurrentVoice("french-female");
+  EXPECT_EQ(speaking->getCurrentLanguage(), "French");
+  EXPECT_EQ(speaking->getCurrentVoice(), "french-female");
+}
+
+TEST(Voices, ThoseOfTheCurrentLanguageAreAvailable) {
+  SpeakingEngine speaking;
+  speaking->setCurrentLanguage("French");
+  EXPECT_THAT(speaking->getAvailableVoices(),
+              ElementsAre(Pair("french-female", "French"), Pair("french-male", "French")));
+}
+
+TEST(Voices, ThoseOfAllLanguagesAreAvailableToo) {
+  SpeakingEngine speaking;
+  EXPECT_EQ(speaking->getAllAvailableVoices().size(), 4U);
+  EXPECT_THAT(speaking->getAllAvailableVoices(), Contains(Pair("english-male", "English")));
+  EXPECT_THAT(speaking->getAllAvailableVoices(), Contains(Pair("french-male", "French")));
+}
+
+TEST(Voices, TheDefaultOneIsToldForEachLanguage) {
+  SpeakingEngine speaking;
+  EXPECT_EQ(speaking->getDefaultVoiceForLanguage("French"), "french-male");
+  EXPECT_EQ(speaking->getDefaultVoiceForLanguage("German"), "");
+}
+
+TEST(Voices, TheDefaultOneCanBeReturnedTo) {
+  SpeakingEngine speaking;
+  speaking->setCurrentVoice("french-female");
+  speaking->setDefaultVoice();
+  EXPECT_EQ(speaking->getCurrentVoice(), "french-male");
+}
+
+TEST(Voices, TheirFolderIsInThePackage) {
+  SpeakingEngine speaking;
+  EXPECT_EQ(speaking->getVoiceInstallDir("french-female"),
+            BUILT_PACKAGES "/french/voices/french-female");
+  EXPECT_EQ(speaking->getVoiceInstallDir("nobody"), "");
+}
+
+TEST(Engine, IsNamedAfterTheSynthesiser) {
+  EXPECT_EQ(SpeakingEngine()->getName(), "eSpeak NG");
+}
+
+TEST(Engine, HasTheSynthesisersSamplingRate) {
+  SpeakingEngine speaking;
+  speaking->startSynthetizer("Hello");
+  EXPECT_EQ(speaking->getCurrentSamplingRate(), 22050);
+  EXPECT_EQ(speaking.host.samplingRate(), 22050);
+}
+
+TEST(Engine, SpeaksBehindTheManager) {
+  zu::path::addLibDir(BUILT_LIBRARIES);
+  test::SpeechRecorder host;
+  KQ::TextToSpeechManager manager(&host, test::languageTable());
+  ASSERT_TRUE(manager.initialize(test::builtPackages()));
+  manager.setCurrentLanguage("French");
+  manager.startSynthetizer("Bonjour");
+  EXPECT_GT(test::level(host.samples()), 500);
+}
+
+TEST(Engine, LeavesTheLocaleAsItIs) {
+  const std::string before = std::setlocale(LC_ALL, nullptr);
+  SpeakingEngine speaking;
+  EXPECT_EQ(std::setlocale(LC_ALL, nullptr), before);
+}
+
+}  // namespace

@@ -1,0 +1,92 @@
+#include "support/text_chunks.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <numeric>
+#include <string>
+#include <vector>
+
+#include "support/row_name.hpp"
+
+namespace {
+
+using KQ::engines::TextChunk;
+using KQ::engines::TextChunks;
+using ::testing::ElementsAre;
+
+std::string repeat(const std::string& piece, std::size_t size) {
+  std::string text;
+  while (text.size() < size) {
+    text += piece;
+  }
+  return text;
+}
+
+/// The chunks of a text, tags included.
+std::vector<std::string> cut(const std::string& text) {
+  std::vector<std::string> all;
+  TextChunks chunks(text);
+  while (const std::optional<TextChunk> chunk = chunks.next()) {
+    all.emplace_back();
+    for (const auto& item : *chunk) {
+      all.back() += text.substr(item.offset, item.length);
+    }
+  }
+  return all;
+}
+
+TEST(TextChunks, OfAnEmptyTextAreOneEmptyOne) {
+  EXPECT_THAT(cut(""), ElementsAre(""));
+}
+
+TEST(TextChunks, OfAShortTextAreItself) {
+  const std::string text = "One.\n\nTwo. \\mrk=1\\ Three!";
+  EXPECT_THAT(cut(text), ElementsAre(text));
+}
+
+TEST(TextChunks, OfTheLongestSizeAreOne) {
+  EXPECT_EQ(cut(std::string(TextChunks::longest, 'a')).size(), 1U);
+  EXPECT_EQ(cut(std::string(TextChunks::longest + 1, 'a')).size(), 2U);
+}
+
+TEST(TextChunks, LoseNothingAndAreNotTooLong) {
+  const std::string text = repeat("Words, \\mrk=7\\ words. É日本\\", 100000);
+  const std::vector<std::string> chunks = cut(text);
+  EXPECT_EQ(std::accumulate(chunks.begin(), chunks.end(), std::string()), text);
+  for (const std::string& chunk : chunks) {
+    EXPECT_LE(chunk.size(), TextChunks::longest);
+  }
+}
+
+TEST(TextChunks, AreNotCutWithinACharacter) {
+  EXPECT_EQ(cut(repeat("日", 12000)).front().size(), TextChunks::longest / 3 * 3);
+}
+
+struct CutRow {
+  const char* name;
+  std::string best;   ///< where it is cut
+  std::string worse;  ///< what stands behind it, and is no place for a cut
+};
+
+const CutRow cuts[] = {
+    {"ParagraphBeforeSentence", "one\n\n", "two! "},
+    {"LineBeforeFullStop", "one\n", "two. "},
+    {"QuestionBeforeFullStop", "one? ", "two. "},
+    {"IdeographicStopBeforeFullStop", "一。", "two. "},
+    {"FullStopBeforeComma", "one. ", "two, "},
+    {"CommaBeforeBlank", "one, ", "two "},
+    {"BlankBeforeLetter", "one ", "two"},
+};
+
+class Cut : public ::testing::TestWithParam<CutRow> {};
+
+TEST_P(Cut, IsMadeAtTheBestPlace) {
+  const std::string before = std::string(6000, 'x') + GetParam().best;
+  const std::string after = GetParam().worse + std::string(6000, 'y');
+  EXPECT_EQ(cut(before + after).front(), before);
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, Cut, ::testing::ValuesIn(cuts), test::RowName());
+
+}  // namespace
