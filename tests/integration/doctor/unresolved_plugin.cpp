@@ -1,0 +1,7 @@
+// A plug-in that needs a function which nobody has.
+
+extern "C" void* functionThatNobodyHas();
+
+extern "C" __attribute__((visibility("default"))) void* load_plugin() {
+  return functionThatNobodyHas();
+}

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tool_test {
+
+struct Sound {
+  std::vector<std::int16_t> samples;
+  int samplingRate = 0;  ///< 0 when the file is no mono 16-bit WAV
+};
+
+Sound readSound(const std::string& path);
+
+/// All bytes of a file.
+std::string readBytes(const std::string& path);
+
+}  // namespace tool_test

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+#include "checks.hpp"
+#include "examination.hpp"
+
+namespace tool {
+
+/// What came of one check.
+struct CheckOutcome {
+  enum class Status { passed, failed, notRun };
+
+  explicit CheckOutcome(const Check& what) : check(&what) {}
+
+  const Check* check;
+  Status status = Status::notRun;
+  std::vector<std::string> findings;  ///< where the contract is not kept
+  std::vector<std::string> notes;     ///< worth knowing
+  std::string reason;                 ///< why it was not run
+  bool complete = false;              ///< whether it came to its end, so that others can follow
+  std::chrono::milliseconds duration{0};
+};
+
+/// A plug-in and what came of its checks.
+struct Checkup {
+  std::string plugin;
+  std::vector<CheckOutcome> outcomes;
+
+  std::size_t count(CheckOutcome::Status status) const;
+};
+
+/// "passed", "failed" or "not run".
+const char* nameOf(CheckOutcome::Status status);
+
+/// Runs checks, each in a process of its own, and what they need before them.
+/// \param names  those to run; all when empty
+/// \throws UsageError when there is no check of such a name
+Checkup checkEngine(const Candidate& candidate, const std::vector<std::string>& names);
+
+}  // namespace tool
