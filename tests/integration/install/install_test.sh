@@ -1,0 +1,165 @@
+#!/usr/bin/env bash
+# install_test.sh CASE SOURCE BUILD WORK: one test of what `cmake --install` leaves behind. WORK is a
+# scratch folder; the first case puts the installed tree there and the others use it.
+set -euo pipefail
+
+case_name=$1 source=$2 build=$3 work=$4
+prefix=$work/moved
+export ZU_LOG_LEVEL=error
+export CMAKE_PREFIX_PATH=$prefix
+unset ZU_LIBRARY_PATH LD_LIBRARY_PATH DESTDIR
+
+fail() {
+  echo "$*" >&2
+  exit 1
+}
+
+# speaks COMMAND...: the example's host with the example's engine: 8 letters, 80 ms of 16 kHz each.
+speaks() {
+  local bytes
+  bytes=$("$@" English 'do re mi' | wc -c)
+  [ "$bytes" -eq $((8 * 1280 * 2)) ] || fail "$* wrote $bytes bytes of audio"
+}
+
+# build_project FOLDER BUILD [CMAKE OPTION...]
+build_project() {
+  local from=$1 into=$2
+  shift 2
+  rm -rf "$into"
+  "$CMAKE" -S "$from" -B "$into" -G Ninja -DCMAKE_CXX_FLAGS='-Wall -Wextra -Werror' "$@"
+  "$CMAKE" --build "$into"
+}
+
+into_moved_prefix() {
+  rm -rf "$work"
+  "$CMAKE" --install "$build" --prefix "$work/first"
+  mv "$work/first" "$prefix"
+}
+
+names_no_folder_of_the_build() {
+  local file run_path
+  ! grep -rlF -e "$source" -e "$build" -e "$work" "$prefix" || fail 'These name a folder of the build'
+  while read -r file; do
+    run_path=$(readelf -d "$file" 2>/dev/null | sed -n 's/.*R\(UN\)\?PATH.*\[\(.*\)\]/\2/p')
+    [[ -z $run_path || $run_path =~ ^\$ORIGIN[./a-z0-9_-]*$ ]] || fail "$file: run path $run_path"
+    if ldd "$file" 2>/dev/null | grep 'not found'; then fail "$file: libraries are missing"; fi
+  done < <(find "$prefix" -type f \( -perm -u+x -o -name '*.so*' \))
+}
+
+examples_with() {
+  local into=$work/examples-$1
+  build_project "$source/examples/host" "$into/host" -DCMAKE_CXX_COMPILER="$1"
+  build_project "$source/examples/engine" "$into/engine" -DCMAKE_CXX_COMPILER="$1"
+  ZU_LIBRARY_PATH=$into/engine speaks "$into/host/host"
+  if [ -x "$prefix/bin/kqtts" ]; then
+    "$prefix/bin/kqtts" check-engine "$into/engine/kqtts/libkqtts-aitalk.so"
+  fi
+}
+
+examples_with_gcc() { examples_with g++; }
+examples_with_clang() { examples_with clang++-14; }
+
+# Here the engine lies beside the installed ones, and the whole has been moved once more.
+examples_with_pkg_config() {
+  local again=$work/moved-again
+  rm -rf "$again"
+  cp -a "$prefix" "$again"
+  export PKG_CONFIG_PATH=$again/$LIBDIR/pkgconfig
+  local flags plugins
+  read -ra flags < <(pkg-config --cflags --libs kqtts)
+  plugins=$(pkg-config --variable=plugindir kqtts)
+  mkdir -p "$plugins" "$again/bin"
+  g++ -std=c++17 "$source/examples/host/host.cpp" "${flags[@]}" -o "$again/bin/host"
+  g++ -std=c++17 -shared -fPIC -fno-gnu-unique "$source/examples/engine/tone_engine.cpp" "${flags[@]}" \
+    -o "$plugins/libkqtts-aitalk.so"
+  LD_LIBRARY_PATH=$again/$LIBDIR speaks "$again/bin/host"
+}
+
+# What the library sets for its own targets must not be seen by the tree that it is a part of.
+as_sub_project() {
+  local project=$work/sub-project
+  mkdir -p "$project"
+  cat >"$project/CMakeLists.txt" <<END
+cmake_minimum_required(VERSION 3.25)
+project(outer LANGUAGES CXX)
+include(FetchContent)
+FetchContent_Declare(kqtts SOURCE_DIR $source OVERRIDE_FIND_PACKAGE)
+FetchContent_MakeAvailable(kqtts)
+foreach(name CMAKE_CXX_STANDARD CMAKE_CXX_VISIBILITY_PRESET CMAKE_RUNTIME_OUTPUT_DIRECTORY)
+  if(DEFINED \${name})
+    message(FATAL_ERROR "\${name} is set to \${\${name}}")
+  endif()
+endforeach()
+foreach(unwanted kqtts_program kqtts-nuance)
+  if(TARGET \${unwanted})
+    message(FATAL_ERROR "\${unwanted} is built")
+  endif()
+endforeach()
+get_directory_property(options COMPILE_OPTIONS)
+if(options)
+  message(FATAL_ERROR "Compiled with \${options}")
+endif()
+add_subdirectory($source/examples/host host)
+END
+  build_project "$project" "$project/build" -DCMAKE_CXX_FLAGS=-O0
+  [ -x "$project/build/host/host" ] || fail 'The host was not built'
+}
+
+speaks_with_its_own_plug_ins() {
+  local speech=$work/hello.wav
+  env -i HOME="$work" XDG_DATA_DIRS="$work" "$prefix/bin/kqtts" say -l English -o "$speech" 'Hello, I am a robot'
+  [ "$(stat -c %s "$speech")" -gt 20000 ] || fail 'There is hardly any audio'
+}
+
+# The sub-commands, and the options of all of them, as the program tells them.
+usage_words() {
+  local program=$prefix/bin/kqtts command
+  for command in '' $("$program" --help | sed -n '/^Subcommands:/,$ s/^  \([a-z][a-z-]*\) .*/\1/p'); do
+    echo "$command"
+    # shellcheck disable=SC2086 # no sub-command is no word
+    "$program" $command --help | grep -oE -- '--[a-z][a-z-]*'
+  done | sort -u
+}
+
+manual_page_names_all() {
+  local page word
+  page=$(sed 's/\\-/-/g' "$prefix/share/man/man1/kqtts.1")
+  while read -r word; do
+    grep -qF -- "$word" <<<"$page" || fail "The manual page does not tell about $word"
+  done < <(usage_words)
+}
+
+# completions WORD...: what bash offers for the last word.
+completions() {
+  COMP_WORDS=("$prefix/bin/kqtts" "$@") COMP_CWORD=$# COMPREPLY=()
+  # shellcheck disable=SC2317 # called by the completion
+  compopt() { :; }
+  _kqtts
+  printf '%s ' "${COMPREPLY[@]}"
+}
+
+# offers EXPECTED WORD...
+offers() {
+  local expected=$1 offered
+  shift
+  offered=$(completions "$@")
+  [ "$offered" = "$expected" ] || fail "kqtts $* is completed by: $offered, not: $expected"
+}
+
+completion_in_bash() {
+  # shellcheck source=/dev/null
+  source "$prefix/share/bash-completion/completions/kqtts"
+  offers 'say ' sa
+  offers '--log-level ' --log
+  offers '--voice ' say --vo
+  offers 'engines ' list e
+  offers 'warning ' --log-level w
+  offers 'EnglishGB ' say -l EnglishG
+  offers 'english-male ' --log-level error say --voice english-mal
+  offers 'speed= ' say -p sp
+  offers 'EnglishGB ' explain EnglishG
+  offers 'english-male ' explain english-mal
+  offers 'entry-points ' check-engine --check entry
+}
+
+"$case_name"
