@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+
 #include "espeak_ng/espeak_library.hpp"
 #include "support/synthesizer.hpp"
 
@@ -13,6 +15,8 @@ class EspeakSynthesizer : public Synthesizer {
   bool hasVoice(const std::string& sourceVoice) const override {
     return !library.voiceFile(sourceVoice).empty();
   }
+  /// What it reaches with all voices.
+  float ownPitchShift(float factor) const override { return std::clamp(factor, 0.75F, 1.6F); }
   void speak(const std::string& text, const SpeechSettings& settings,
              Utterance& utterance) override;
   void wakeWaiting() override { EspeakTurn::wakeWaiting(); }

@@ -9,7 +9,6 @@
 #include <kqtts/tts_preference.hpp>
 #include <set>
 
-#include "support/parameter_table.hpp"
 #include "support/warning.hpp"
 
 namespace KQ::engines {
@@ -62,39 +61,16 @@ std::vector<fs::path> foldersIn(const fs::path& directory) {
   return folders;
 }
 
-/// A preference as far as it is in range.
-float preference(const VoiceSetting& setting, const char* name, const ParameterRow& row,
-                 const fs::path& directory, const std::string& logCategory) {
-  const auto found = setting.parameters.find(name);
-  const float value = found == setting.parameters.end() ? row.normal : found->second;
-  if (row.zeroIsNormal && value == 0) {
-    return row.normal;
-  }
-  if (!row.accepts(value)) {
-    warn(logCategory,
-         directory.string() + ": preference \"" + name + "\" is out of range, ignored");
-    return row.normal;
-  }
-  return value;
-}
-
 VoiceTuning readTuning(const fs::path& directory, const std::string& logCategory) {
-  VoiceTuning tuning;
   try {
     fs::path file = xRetrieveVoiceSettingsFile(directory.filename().string(), directory);
-    if (!file.empty()) {
-      const VoiceSetting setting = makeVoiceSettingFromXml(file);
-      const auto read = [&](const char* name, const ParameterRow& row) {
-        return preference(setting, name, row, directory, logCategory);
-      };
-      tuning.speed = read("defaultVoiceSpeed", parameters::speed);
-      tuning.pitch = read("pitchShift", parameters::pitchShift);
-      tuning.level = read("voiceLevel", parameters::voiceLevel);
-    }
+    return tuningOf(makeVoiceSettingFromXml(file), [&](const std::string& complaint) {
+      warn(logCategory, directory.string() + ": " + complaint + ", ignored");
+    });
   } catch (const fs::filesystem_error& error) {
     warn(logCategory, error.what());
+    return {};
   }
-  return tuning;
 }
 
 }  // namespace

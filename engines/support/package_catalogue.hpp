@@ -7,18 +7,13 @@
 #include <vector>
 #include <zu/package_info.hpp>
 
+#include "support/voice_tuning.hpp"
+
 namespace KQ {
 class TextToSpeechEngine;
 }
 
 namespace KQ::engines {
-
-/// How a voice differs from the synthesiser's voice that it is based on.
-struct VoiceTuning {
-  float speed = 100;  ///< percent
-  float pitch = 1;    ///< factor
-  float level = 1;    ///< factor
-};
 
 /// A voice of an installed package.
 struct PackagedVoice {

@@ -23,6 +23,12 @@ namespace parameters {
 constexpr ParameterRow speed{"speed", 100, 50, 400, false};         ///< percent of the voice's own
 constexpr ParameterRow pitchShift{"pitchShift", 1, 0.5F, 2, true};  ///< factor to the voice's own
 constexpr ParameterRow voiceLevel{"voiceLevel", 1, 0, 2, false};    ///< factor to the voice's own
+
+// Only preferences of voices and effects have these.
+constexpr ParameterRow doubleVoice{"doubleVoice", 0, 0.5F, 4, true};  ///< factor; 0 for none
+constexpr ParameterRow doubleVoiceLevel{"doubleVoiceLevel", 0, 0, 4, false};  ///< factor
+constexpr ParameterRow doubleVoiceTimeShift{"doubleVoiceTimeShift", 0, 0, 0.5F,
+                                            false};  ///< seconds
 }  // namespace parameters
 
 /// The numeric parameters of one engine. May be used from several threads at once.

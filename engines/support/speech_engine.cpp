@@ -42,7 +42,8 @@ SpeechEngine::SpeechEngine(EngineTraits engineTraits, TextToSpeechEngineCallback
     : TextToSpeechEngine(host, std::move(languages)),
       traits(std::move(engineTraits)),
       parameterTable(traits.name,
-                     {parameters::speed, parameters::pitchShift, parameters::voiceLevel}) {
+                     {parameters::speed, parameters::pitchShift, parameters::voiceLevel}),
+      effectSet(*this) {
   zu::log::registerCategory(traits.logCategory);
 }
 
@@ -104,7 +105,9 @@ void SpeechEngine::xStartSynthetizer(const std::string& text) {
   if (!now.synthesizer) {
     throw KQError(traits.name, "startSynthetizer", "The engine has been shut down.", nullptr, 0);
   }
-  now.synthesizer->speak(text, settings(now), utterance);
+  const Sound wanted = sound(now);
+  utterance.setEffects(wanted.effects);
+  now.synthesizer->speak(text, wanted.settings, utterance);
 }
 
 void SpeechEngine::xStopSynthetizer() {
@@ -122,12 +125,45 @@ void SpeechEngine::xRestartSynthetizer() {
   control.resume();
 }
 
-SpeechSettings SpeechEngine::settings(const State& now) const {
+SpeechEngine::Sound SpeechEngine::sound(const State& now) const {
   const PackagedVoice& voice = *now.catalogue->voice(now.voice);
   const float shift = parameterTable.get(parameters::pitchShift.name);
-  return {voice.sourceVoice, voice.tuning.speed * parameterTable.get(parameters::speed.name) / 100,
-          voice.tuning.pitch * (shift == 0 ? parameters::pitchShift.normal : shift),
-          voice.tuning.level * parameterTable.get(parameters::voiceLevel.name)};
+  Sound sound{{voice.sourceVoice, parameterTable.get(parameters::speed.name),
+               shift == 0 ? parameters::pitchShift.normal : shift,
+               parameterTable.get(parameters::voiceLevel.name)},
+              {}};
+  const auto add = [&](const VoiceTuning& tuning) {
+    sound.settings.speed *= tuning.speed / 100;
+    sound.settings.pitch *= tuning.pitch;
+    sound.settings.level *= tuning.level;
+    if (tuning.doubleVoice.isHeard()) {
+      sound.effects.doubleVoices.push_back(tuning.doubleVoice);
+    }
+  };
+  add(voice.tuning);
+  for (const VoiceTuning& effect : effectSet.applied()) {
+    add(effect);
+  }
+  const float pitch = std::clamp(sound.settings.pitch, 0.25F, 4.0F);
+  sound.settings.pitch = now.synthesizer->ownPitchShift(pitch);
+  sound.effects.pitch = pitch / sound.settings.pitch;
+  sound.effects.highPass = highPass;
+  return sound;
+}
+
+// Effects -------------------------------------------------------------------------------------
+
+void SpeechEngine::enableFilter(bool enable) {
+  TextToSpeechEngine::enableFilter(enable);
+  highPass = enable;
+}
+
+void SpeechEngine::xLoadEffect(const boost::filesystem::path& file) {
+  effectSet.load(file);
+}
+
+void SpeechEngine::xApplyEffect(const std::string& effect, bool flag) {
+  effectSet.apply(effect, flag);
 }
 
 // Parameters ----------------------------------------------------------------------------------

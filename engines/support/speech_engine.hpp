@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <boost/shared_ptr.hpp>
 #include <functional>
 #include <kqtts/texttospeech_engine.hpp>
@@ -9,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "support/effect_set.hpp"
 #include "support/package_catalogue.hpp"
 #include "support/parameter_table.hpp"
 #include "support/synthesizer.hpp"
@@ -77,6 +79,12 @@ class SpeechEngine : public TextToSpeechEngine {
   std::vector<std::string> xGetOldLanguagesDetected() const override;
   std::string xGetVoiceInstallDir(const std::string& voice) const override;
 
+  /// The high-pass, which is off until it is first switched on: a host that asks for nothing gets the
+  /// synthesiser's own sound.
+  void enableFilter(bool enable) override;
+  void xLoadEffect(const boost::filesystem::path& file) override;
+  void xApplyEffect(const std::string& effect, bool flag) override;
+
  private:
   /// What changes with the life cycle and the choice of language and voice.
   struct State {
@@ -86,11 +94,19 @@ class SpeechEngine : public TextToSpeechEngine {
     std::string voice;
   };
 
+  /// What an utterance begins with.
+  struct Sound {
+    SpeechSettings settings;
+    AudioEffects effects;
+  };
+
   State state() const;
-  SpeechSettings settings(const State& state) const;
+  Sound sound(const State& state) const;
 
   const EngineTraits traits;
   ParameterTable parameterTable;
+  EffectSet effectSet;
+  std::atomic<bool> highPass{false};
   UtteranceControl control;
   mutable std::mutex stateMutex;
   State guardedState;  ///< guarded by stateMutex

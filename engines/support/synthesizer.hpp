@@ -26,6 +26,10 @@ class Synthesizer {
   /// Whether it has a voice of that name.
   virtual bool hasVoice(const std::string& sourceVoice) const = 0;
 
+  /// How much of a change of pitch it can make itself; the rest is made of its audio.
+  /// \param factor  0.25 to 4, of all the changes but inline tags together
+  virtual float ownPitchShift(float factor) const { return factor; }
+
   /// Speaks a text with its inline tags, whatever bytes it holds: waits for its turn, calls
   /// utterance.run() once and tells audio, words and marks within it, until all is told or the
   /// utterance is over. An utterance that is stopped while it waits is run to no purpose.

@@ -43,6 +43,7 @@ void Utterance::run(const std::function<void()>& speak) {
     host.onStart();
     if (!isOver()) {
       speak();
+      finishEffects();
     }
   } catch (...) {
     keepFirstFailure();
@@ -95,13 +96,24 @@ bool Utterance::guarded(Tell tell) noexcept {
 }
 
 bool Utterance::tellAudio(const std::int16_t* audio, std::size_t count, int samplingRate) noexcept {
-  if (count == 0) {
+  if (count == 0 || !mayGoOn()) {
     return mayGoOn();
   }
-  return guarded([&] {
-    samples += count;
-    return host.onAudio(audio, count, samplingRate);
-  });
+  samples += count;
+  rate = samplingRate;
+  if (!effects.isAny()) {
+    return tellHost(audio, count);
+  }
+  try {
+    change(audio, count);
+  } catch (...) {
+    keepFirstFailure();
+  }
+  return !isOver();
+}
+
+bool Utterance::tellHost(const std::int16_t* audio, std::size_t count) noexcept {
+  return guarded([&] { return host.onAudio(audio, count, rate); });
 }
 
 bool Utterance::tellSilence(std::uint64_t count, int samplingRate) noexcept {
@@ -115,17 +127,75 @@ bool Utterance::tellSilence(std::uint64_t count, int samplingRate) noexcept {
 }
 
 bool Utterance::tellMark(int number, std::uint64_t samplePosition) noexcept {
+  return tellEvent({number, {0, 0, samplePosition}});
+}
+
+bool Utterance::tellWord(const SpeechWord& word) noexcept {
+  return tellEvent({std::nullopt, word});
+}
+
+bool Utterance::tellEvent(const Event& event) noexcept {
+  if (!effects.isAny()) {
+    return tellHost(event);
+  }
+  try {
+    const auto place = std::upper_bound(
+        waiting.begin(), waiting.end(), event, [](const Event& added, const Event& other) {
+          return added.word.samplePosition < other.word.samplePosition;
+        });
+    waiting.insert(place, event);
+  } catch (...) {
+    keepFirstFailure();
+  }
+  tellWaitingEvents();
+  return mayGoOn();
+}
+
+bool Utterance::tellHost(const Event& event) noexcept {
   return guarded([&] {
-    host.onMark(number, samplePosition);
+    if (event.mark) {
+      host.onMark(*event.mark, event.word.samplePosition);
+    } else {
+      host.onWord(event.word);
+    }
     return true;
   });
 }
 
-bool Utterance::tellWord(const SpeechWord& word) noexcept {
-  return guarded([&] {
-    host.onWord(word);
-    return true;
-  });
+// Effects -------------------------------------------------------------------------------------
+
+void Utterance::change(const std::int16_t* audio, std::size_t count) {
+  if (!chain) {
+    chain = std::make_unique<EffectChain>(effects, rate);
+  }
+  tellChanged(chain->process(audio, count));
+}
+
+void Utterance::tellChanged(const std::vector<std::int16_t>& audio) {
+  const std::int16_t* next = audio.data();
+  for (std::uint64_t left = audio.size(); left > 0 && !isOver();) {
+    tellWaitingEvents();
+    const std::uint64_t some =
+        waiting.empty() ? left : std::min(left, waiting.front().word.samplePosition - given);
+    tellHost(next, some);
+    next += some;
+    given += some;
+    left -= some;
+  }
+  tellWaitingEvents();
+}
+
+void Utterance::tellWaitingEvents() noexcept {
+  while (!isOver() && !waiting.empty() && waiting.front().word.samplePosition <= given) {
+    tellHost(waiting.front());
+    waiting.pop_front();
+  }
+}
+
+void Utterance::finishEffects() {
+  if (chain && !isOver()) {
+    tellChanged(chain->finish());
+  }
 }
 
 SpeechEnd Utterance::outcome() const noexcept {

@@ -4,10 +4,16 @@
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <exception>
 #include <functional>
 #include <kq/speech_callback.hpp>
+#include <memory>
 #include <mutex>
+#include <optional>
+#include <vector>
+
+#include "support/audio_effects.hpp"
 
 namespace KQ::engines {
 
@@ -42,6 +48,10 @@ class Utterance {
   Utterance(const Utterance&) = delete;
   Utterance& operator=(const Utterance&) = delete;
 
+  /// Changes the audio on its way to the host. Marks and words stay with the audio that they belong
+  /// to. Before run().
+  void setEffects(const AudioEffects& wanted) { effects = wanted; }
+
   /// Tells the start, lets `speak` speak unless stopped already, and tells the end.
   /// \throws what `speak` or the host throws
   void run(const std::function<void()>& speak);
@@ -57,7 +67,7 @@ class Utterance {
 
   /// \name Telling the host
   /// Each waits while the engine is paused, and returns whether the utterance goes on. None throws.
-  /// Positions count from the start of the utterance.
+  /// Positions count from the start of the utterance. With effects, what is told may be held back.
   /// @{
   bool tellAudio(const std::int16_t* samples, std::size_t count, int samplingRate) noexcept;
   bool tellSilence(std::uint64_t count, int samplingRate) noexcept;
@@ -69,15 +79,32 @@ class Utterance {
   std::uint64_t samplesTold() const noexcept { return samples; }
 
  private:
+  struct Event {
+    std::optional<int> mark;  ///< none for a word
+    SpeechWord word;          ///< of a mark only the position
+  };
+
   template <typename Tell>
   bool guarded(Tell tell) noexcept;
+  bool tellHost(const std::int16_t* audio, std::size_t count) noexcept;
+  bool tellHost(const Event& event) noexcept;
+  void change(const std::int16_t* audio, std::size_t count);
+  void tellChanged(const std::vector<std::int16_t>& audio);
+  void tellWaitingEvents() noexcept;
+  bool tellEvent(const Event& event) noexcept;
+  void finishEffects();
   void keepFirstFailure() noexcept;
   SpeechEnd outcome() const noexcept;
 
   UtteranceControl& control;
   TextToSpeechEngineCallbackInterface& host;
   const std::uint64_t stopsBefore;
-  std::uint64_t samples = 0;
+  AudioEffects effects;
+  std::unique_ptr<EffectChain> chain;  ///< null before the first audio, and without effects
+  std::deque<Event> waiting;           ///< for the audio before them; by position
+  int rate = 0;
+  std::uint64_t samples = 0;  ///< that came from the synthesiser
+  std::uint64_t given = 0;    ///< that went to the host, with effects
   bool refused = false;
   std::exception_ptr failure;
 };

@@ -1,5 +1,6 @@
 #include "support/audio.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
@@ -50,6 +51,53 @@ double level(const Samples& samples) {
   return samples.empty() ? 0 : std::sqrt(energy / static_cast<double>(samples.size()));
 }
 
+Samples tone(double frequency, std::size_t count, int samplingRate, double amplitude) {
+  Samples samples(count);
+  for (std::size_t i = 0; i < count; ++i) {
+    const double angle = 2 * M_PI * frequency * static_cast<double>(i) / samplingRate;
+    samples[i] = static_cast<std::int16_t>(std::lround(amplitude * std::sin(angle)));
+  }
+  return samples;
+}
+
+double amplitudeAt(const Samples& samples, double frequency, int samplingRate) {
+  double real = 0;
+  double imaginary = 0;
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    const double angle = 2 * M_PI * frequency * static_cast<double>(i) / samplingRate;
+    real += samples[i] * std::cos(angle);
+    imaginary += samples[i] * std::sin(angle);
+  }
+  return samples.empty() ? 0
+                         : 2 * std::hypot(real, imaginary) / static_cast<double>(samples.size());
+}
+
+double delayBetween(const Samples& first, const Samples& second, int samplingRate) {
+  const auto step = static_cast<std::size_t>(samplingRate / 1000);
+  const auto envelope = [&](const Samples& samples) {
+    std::vector<double> levels;
+    for (std::size_t i = 0; i + 10 * step <= samples.size(); i += step) {
+      const auto begin = samples.begin() + static_cast<std::ptrdiff_t>(i);
+      levels.push_back(level(Samples(begin, begin + static_cast<std::ptrdiff_t>(10 * step))));
+    }
+    return levels;
+  };
+  const std::vector<double> left = envelope(first);
+  const std::vector<double> right = envelope(second);
+  double best = -1;
+  std::size_t bestShift = 0;
+  for (std::size_t shift = 0; shift < std::min<std::size_t>(1000, right.size()); ++shift) {
+    const std::size_t count = std::min(left.size(), right.size() - shift);
+    const double fit = std::inner_product(left.begin(), left.begin() + static_cast<long>(count),
+                                          right.begin() + static_cast<long>(shift), 0.0);
+    if (fit > best) {
+      best = fit;
+      bestShift = shift;
+    }
+  }
+  return static_cast<double>(bestShift * step);
+}
+
 Stretch longestSilence(const Samples& samples, int threshold) {
   Stretch longest{0, 0};
   std::size_t begin = 0;
@@ -65,14 +113,19 @@ Stretch longestSilence(const Samples& samples, int threshold) {
 
 double pitch(const Samples& samples, int samplingRate) {
   const auto longestPeriod = static_cast<std::size_t>(samplingRate / lowestPitch);
-  double sum = 0;
-  int voiced = 0;
+  std::vector<double> voiced;
   for (std::size_t i = 0; i + 2 * longestPeriod < samples.size(); i += longestPeriod) {
     const double here = pitchAt(samples.data() + i, longestPeriod, samplingRate);
-    sum += here;
-    voiced += here > 0 ? 1 : 0;
+    if (here > 0) {
+      voiced.push_back(here);
+    }
   }
-  return voiced == 0 ? 0 : sum / voiced;
+  if (voiced.empty()) {
+    return 0;
+  }
+  const auto middle = voiced.begin() + static_cast<std::ptrdiff_t>(voiced.size() / 2);
+  std::nth_element(voiced.begin(), middle, voiced.end());
+  return *middle;
 }
 
 Samples readWav(const std::string& file) {

@@ -23,11 +23,22 @@ struct Stretch {
 /// The root mean square of the samples, from 0 to 32768.
 double level(const Samples& samples);
 
+/// A sine tone.
+/// \param amplitude  0 to 32767
+Samples tone(double frequency, std::size_t count, int samplingRate, double amplitude = 8000);
+
+/// The amplitude of one frequency in the samples.
+double amplitudeAt(const Samples& samples, double frequency, int samplingRate);
+
+/// How many samples later than in `first` the same sound stands in `second`: where the envelopes, in
+/// steps of 1 ms, fit best. Looks up to a second ahead.
+double delayBetween(const Samples& first, const Samples& second, int samplingRate);
+
 /// The longest run of samples no louder than `threshold`.
 Stretch longestSilence(const Samples& samples, int threshold = 20);
 
-/// The mean fundamental frequency of the voiced parts, in Hz, from the autocorrelation of windows; 0
-/// if nothing is voiced.
+/// The median fundamental frequency of the voiced parts, in Hz, from the autocorrelation of windows;
+/// 0 if nothing is voiced.
 double pitch(const Samples& samples, int samplingRate);
 
 /// The samples of a mono 16-bit WAV file with a header of 44 bytes; none if it cannot be read.

@@ -1,0 +1,215 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <boost/filesystem/operations.hpp>
+#include <kqtts/tts_preference.hpp>
+
+#include "espeak_engine.hpp"
+#include "support/temp_folder.hpp"
+
+namespace {
+
+using test::Samples;
+using test::SpeakingEngine;
+using test::spoken;
+
+constexpr const char* sentence = "The quick brown fox jumps over the lazy dog";
+constexpr int rate = 22050;
+
+std::string document(const std::string& settings) {
+  return "<VoicePreferences>\n" + settings + "</VoicePreferences>\n";
+}
+
+std::string preference(const std::string& name, const std::string& value) {
+  return " <Preference name=\"" + name + "\" value=\"" + value + "\"/>\n";
+}
+
+std::string doubleVoice(const std::string& pitch, const std::string& level,
+                        const std::string& delay) {
+  return preference("doubleVoice", pitch) + preference("doubleVoiceLevel", level) +
+         preference("doubleVoiceTimeShift", delay);
+}
+
+/// What the second sounds have that the first have not.
+Samples difference(const Samples& first, const Samples& second) {
+  Samples rest = second;
+  for (std::size_t i = 0; i < std::min(first.size(), second.size()); ++i) {
+    rest[i] = static_cast<std::int16_t>(second[i] - first[i]);
+  }
+  return rest;
+}
+
+/// Effects and derived voices that are made for a test.
+class EffectsOfEspeak : public ::testing::Test {
+ protected:
+  Samples spokenWithEffect(const std::string& settings) {
+    return spoken(sentence, [&](KQ::TextToSpeechEngine& engine) {
+      engine.loadEffect(folder.write("effect.xml", document(settings)));
+      engine.applyEffect("effect", true);
+    });
+  }
+
+  /// With a voice that is derived from the usual one.
+  Samples spokenWithVoice(const std::string& settings) {
+    boost::filesystem::create_directories(folder.path() / "voices/derived");
+    folder.write("manifest.xml",
+                 document(preference("version", "1.0") + preference("engine", "espeak-ng") +
+                          preference("language", "English")));
+    folder.write("voices/derived/voice.xml", document(preference("sourceVoice", "en-us")));
+    folder.write("voices/derived/voiceSettings.xml", document(settings));
+    SpeakingEngine speaking({{"", "", folder.path().string()}});
+    speaking->startSynthetizer(sentence);
+    return speaking.host.samples();
+  }
+
+  test::TempFolder folder;
+  const Samples plain = spoken(sentence);
+};
+
+TEST_F(EffectsOfEspeak, DerivedVoiceWithoutPreferencesIsItsSource) {
+  EXPECT_EQ(spokenWithVoice(""), plain);
+}
+
+TEST_F(EffectsOfEspeak, DoubleVoiceOfADerivedVoiceHasLevelDelayAndPitch) {
+  const Samples copy = difference(plain, spokenWithVoice(doubleVoice("1.5", "0.5", "0.3")));
+  EXPECT_EQ(copy.size(), plain.size() + static_cast<std::size_t>(std::lround(rate * 0.3)));
+  EXPECT_NEAR(test::delayBetween(plain, copy, rate), rate * 0.3, rate * 0.03);
+  EXPECT_NEAR(test::level(copy) / test::level(plain), 0.5, 0.06);
+  EXPECT_NEAR(test::pitch(copy, rate) / test::pitch(plain, rate), 1.5, 0.1);
+}
+
+TEST_F(EffectsOfEspeak, DoubleVoiceOfAnEffectIsThatOfAVoice) {
+  const std::string settings = doubleVoice("1.5", "0.5", "0.1");
+  EXPECT_EQ(spokenWithEffect(settings), spokenWithVoice(settings));
+}
+
+TEST_F(EffectsOfEspeak, DoubleVoiceWithoutLevelIsNotHeard) {
+  EXPECT_EQ(spokenWithEffect(doubleVoice("1.5", "0", "0.1")), plain);
+}
+
+struct PitchRow {
+  const char* voice;  ///< whose shifted pitch can be measured
+  const char* value;
+  double factor;
+};
+
+class EspeakPitch : public EffectsOfEspeak, public ::testing::WithParamInterface<PitchRow> {};
+
+TEST_P(EspeakPitch, IsReachedWhereTheSynthesiserCannot) {
+  const auto shiftedBy = [&](const char* factor) {
+    return spoken(sentence, [&](KQ::TextToSpeechEngine& engine) {
+      engine.setCurrentVoice(GetParam().voice);
+      engine.loadEffect(folder.write("effect.xml", document(preference("pitchShift", factor))));
+      engine.applyEffect("effect", true);
+    });
+  };
+  const Samples normal = shiftedBy("1");
+  const Samples shifted = shiftedBy(GetParam().value);
+  EXPECT_NEAR(test::pitch(shifted, rate) / test::pitch(normal, rate), GetParam().factor,
+              GetParam().factor * 0.06);
+  EXPECT_NEAR(test::length(shifted), test::length(normal), test::length(normal) * 0.02);
+}
+
+INSTANTIATE_TEST_SUITE_P(Factors, EspeakPitch,
+                         ::testing::Values(PitchRow{"english-female", "0.5", 0.5},
+                                           PitchRow{"english-female", "0.75", 0.75},
+                                           PitchRow{"english-male", "1.6", 1.6},
+                                           PitchRow{"english-male", "2", 2}),
+                         [](const auto& row) { return "By" + std::to_string(row.index); });
+
+TEST_F(EffectsOfEspeak, EffectsMultiplyWithTheVoiceAndTheParameters) {
+  SpeakingEngine speaking;
+  speaking->setParameter("voiceLevel", 0.5F);
+  speaking->loadEffect(folder.write("half.xml", document(preference("voiceLevel", "0.5"))));
+  speaking->applyEffect("half", true);
+  speaking->startSynthetizer(sentence);
+  EXPECT_NEAR(test::level(speaking.host.samples()) / test::level(plain), 0.25, 0.025);
+}
+
+TEST_F(EffectsOfEspeak, SpeedOfAnEffectIsPercent) {
+  const Samples fast = spokenWithEffect(preference("defaultVoiceSpeed", "200"));
+  EXPECT_NEAR(test::length(fast) / test::length(plain), 0.5, 0.05);
+}
+
+TEST_F(EffectsOfEspeak, SwitchedOffAgainEverythingIsAsBefore) {
+  const Samples again = spoken(sentence, [&](KQ::TextToSpeechEngine& engine) {
+    engine.loadEffect(folder.write("effect.xml", document(doubleVoice("1.5", "1", "0.1"))));
+    engine.applyEffect("effect", true);
+    engine.enableFilter(true);
+    engine.applyEffect("effect", false);
+    engine.enableFilter(false);
+  });
+  EXPECT_EQ(again, plain);
+}
+
+TEST_F(EffectsOfEspeak, ARobotsPreferencesAreAnEffect) {
+  KQValue preferences = KQValue::array();
+  for (const auto& [name, value] :
+       {std::pair("doubleVoice", 1.5F), std::pair("doubleVoiceLevel", 0.5F),
+        std::pair("doubleVoiceTimeShift", 0.1F)}) {
+    preferences.push_back(KQValue::array({name, "", value}));
+  }
+  std::string file = (folder.path() / "robot.xml").string();
+  ASSERT_TRUE(
+      KQ::writeVoiceSettingInXml(file, KQ::makeVoiceSettingFromSysXml(preferences, "en-us")));
+  const Samples robot = spoken(sentence, [&](KQ::TextToSpeechEngine& engine) {
+    engine.loadEffect(file);
+    engine.applyEffect("robot", true);
+  });
+  EXPECT_EQ(robot, spokenWithVoice(doubleVoice("1.5", "0.5", "0.1")));
+}
+
+TEST_F(EffectsOfEspeak, FilterTakesAwayTheLowestPartAndLeavesTheRest) {
+  const Samples filtered =
+      spoken(sentence, [](KQ::TextToSpeechEngine& engine) { engine.enableFilter(true); });
+  ASSERT_EQ(filtered.size(), plain.size());
+  const auto power = [](const Samples& samples, double from, double to) {
+    double sum = 0;
+    for (double frequency = from; frequency < to; frequency += 5) {
+      sum += std::pow(test::amplitudeAt(samples, frequency, rate), 2);
+    }
+    return sum;
+  };
+  EXPECT_LT(power(filtered, 20, 100), 0.02 * power(plain, 20, 100));
+  EXPECT_NEAR(power(filtered, 500, 1000), power(plain, 500, 1000), 0.02 * power(plain, 500, 1000));
+}
+
+TEST_F(EffectsOfEspeak, MarksStayAtTheirPlaces) {
+  const auto position = [&](bool isChanged) {
+    SpeakingEngine speaking;
+    speaking->loadEffect(folder.write("effect.xml", document(doubleVoice("1.5", "1", "0.1"))));
+    speaking->applyEffect("effect", isChanged);
+    speaking->startSynthetizer("One \\mrk=1\\ two \\Pau=500\\ three");
+    return speaking.host.events(test::SpeechEvent::Kind::mark).at(0).word.samplePosition;
+  };
+  EXPECT_EQ(position(true), position(false));
+}
+
+TEST_F(EffectsOfEspeak, WordsAreToldBeforeTheirAudio) {
+  SpeakingEngine speaking;
+  speaking->loadEffect(folder.write("effect.xml", document(preference("pitchShift", "2"))));
+  speaking->applyEffect("effect", true);
+  speaking->startSynthetizer(sentence);
+  std::uint64_t heard = 0;
+  std::vector<std::string> late;
+  for (const test::SpeechEvent& event : speaking.host.events()) {
+    heard += event.count;
+    if (event.kind == test::SpeechEvent::Kind::word && event.word.samplePosition < heard) {
+      late.push_back(std::string(sentence).substr(event.word.textOffset, event.word.textLength));
+    }
+  }
+  EXPECT_THAT(late, ::testing::IsEmpty());
+  EXPECT_EQ(speaking.host.words(sentence).size(), 9U);
+}
+
+TEST(ShippedVoices, FrenchRobotIsADoubleVoice) {
+  const auto frenchBy = [](const char* voice) {
+    return spoken("Bonjour, je suis un robot",
+                  [&](KQ::TextToSpeechEngine& engine) { engine.setCurrentVoice(voice); });
+  };
+  const Samples robot = frenchBy("french-robot");
+  EXPECT_GT(test::level(robot), 500);
+  EXPECT_NE(robot, frenchBy("french-male"));
+}
+
+}  // namespace
