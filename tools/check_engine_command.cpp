@@ -88,9 +88,8 @@ CommandAction addCheckEngineCommand(CLI::App& parser) {
   return [options](StandardOutput& output) { return check(*options, output); };
 }
 
-const CommandRegistration registration("check-engine",
-                                       {"Tell whether an engine plug-in keeps the contract",
-                                        addCheckEngineCommand});
+const CommandRegistration checkEngineRegistration(
+    "check-engine", {"Tell whether an engine plug-in keeps the contract", addCheckEngineCommand});
 
 }  // namespace
 

@@ -213,8 +213,8 @@ CommandAction addDoctorCommand(CLI::App& parser) {
   return [options](StandardOutput& output) { return diagnose(*options, output); };
 }
 
-const CommandRegistration registration("doctor",
-                                       {"Find out why there is no speech", addDoctorCommand});
+const CommandRegistration doctorRegistration("doctor",
+                                             {"Find out why there is no speech", addDoctorCommand});
 
 }  // namespace
 

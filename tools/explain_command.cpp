@@ -274,8 +274,8 @@ CommandAction addExplainCommand(CLI::App& parser) {
   return [options](StandardOutput& output) { return explain(*options, output); };
 }
 
-const CommandRegistration registration("explain", {"Tell how a language or voice is routed",
-                                                   addExplainCommand});
+const CommandRegistration explainRegistration("explain", {"Tell how a language or voice is routed",
+                                                          addExplainCommand});
 
 }  // namespace
 

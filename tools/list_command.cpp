@@ -131,7 +131,7 @@ CommandAction addListCommand(CLI::App& parser) {
   return [options](StandardOutput& output) { return list(*options, output); };
 }
 
-const CommandRegistration registration("list", {"List what is installed", addListCommand});
+const CommandRegistration listRegistration("list", {"List what is installed", addListCommand});
 
 }  // namespace
 

@@ -191,7 +191,7 @@ CommandAction addSayCommand(CLI::App& parser) {
   };
 }
 
-const CommandRegistration registration("say", {"Speak a text", addSayCommand});
+const CommandRegistration sayRegistration("say", {"Speak a text", addSayCommand});
 
 }  // namespace
 

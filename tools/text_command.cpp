@@ -79,8 +79,8 @@ CommandAction addTextCommand(CLI::App& parser) {
   };
 }
 
-const CommandRegistration registration("text", {"Work on the tags of a text on standard input",
-                                                addTextCommand});
+const CommandRegistration textRegistration("text", {"Work on the tags of a text on standard input",
+                                                    addTextCommand});
 
 }  // namespace
 

@@ -133,13 +133,15 @@ int set(const VoiceSettingsOptions& options, const StandardOutput& /*output*/) {
 
 // The command -------------------------------------------------------------------------------------
 
-using Work = int (*)(const VoiceSettingsOptions&, const StandardOutput&);
+using SettingsWork = int (*)(const VoiceSettingsOptions&, const StandardOutput&);
 
-const std::map<std::string, Work> works = {{"show", show}, {"set", set}};
+const std::map<std::string, SettingsWork> settingsWorks = {{"show", show}, {"set", set}};
 
 CommandAction addVoiceSettingsCommand(CLI::App& parser) {
   const auto options = std::make_shared<VoiceSettingsOptions>();
-  parser.add_option("WORK", options->work, "show or set")->required()->check(CLI::IsMember(&works));
+  parser.add_option("WORK", options->work, "show or set")
+      ->required()
+      ->check(CLI::IsMember(&settingsWorks));
   parser.add_option("FILE", options->file, "A voice preference file; set makes it when missing")
       ->required()
       ->option_text("FILE");
@@ -148,11 +150,14 @@ CommandAction addVoiceSettingsCommand(CLI::App& parser) {
                   "What to set; all that the file does not say keeps its default")
       ->option_text("NAME=VALUE...");
   parser.add_flag("--json", options->json, "Show as JSON");
-  return [options](StandardOutput& output) { return works.at(options->work)(*options, output); };
+  return [options](StandardOutput& output) {
+    return settingsWorks.at(options->work)(*options, output);
+  };
 }
 
-const CommandRegistration registration("voice-settings", {"Show or change a voice preference file",
-                                                          addVoiceSettingsCommand});
+const CommandRegistration voiceSettingsRegistration("voice-settings",
+                                                    {"Show or change a voice preference file",
+                                                     addVoiceSettingsCommand});
 
 }  // namespace
 

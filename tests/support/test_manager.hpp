@@ -8,6 +8,9 @@
 
 namespace test {
 
+/// The module that the manager's errors name.
+constexpr const char* managerModule = "TextToSpeechManager";
+
 /// Shows the manager's fields and hooks, and takes fake engines into its registry.
 class TestManager : public KQ::TextToSpeechManager {
  public:

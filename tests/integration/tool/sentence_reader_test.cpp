@@ -50,17 +50,17 @@ std::vector<std::string> readAll(std::deque<std::string> pieces) {
   return sentences;
 }
 
-struct Row {
+struct SentenceRow {
   std::string name;
   std::string text;
   std::vector<std::string> sentences;
 };
 
-void PrintTo(const Row& row, std::ostream* stream) {
+void PrintTo(const SentenceRow& row, std::ostream* stream) {
   *stream << testing::PrintToString(row.text);
 }
 
-class Text : public testing::TestWithParam<Row> {};
+class Text : public testing::TestWithParam<SentenceRow> {};
 
 TEST_P(Text, IsCutIntoSentences) {
   EXPECT_THAT(readAll({GetParam().text}), ElementsAreArray(GetParam().sentences));
@@ -74,27 +74,28 @@ TEST_P(Text, IsCutTheSameWhenItComesByteByByte) {
 
 INSTANTIATE_TEST_SUITE_P(
     , Text,
-    testing::Values(Row{"Nothing", "", {}}, Row{"WhiteSpaceAlone", " \n\n \t", {}},
-                    Row{"OneWithoutMark", "Hello", {"Hello"}},
-                    Row{"Two", "One. Two.", {"One.", "Two."}},
-                    Row{"MarksOfAllKinds", "A b! C d? E f… G", {"A b!", "C d?", "E f…", "G"}},
-                    Row{"SeveralMarks", "What?! Well... Yes", {"What?!", "Well...", "Yes"}},
-                    Row{"ClosingMarks", "\"Go!\" (Now.) Yes", {"\"Go!\"", "(Now.)", "Yes"}},
-                    Row{"TypographicQuotes", "“Go.” «Now.» Yes", {"“Go.”", "«Now.»", "Yes"}},
-                    Row{"FullStopInANumber", "Pi is 3.14 or so. Yes", {"Pi is 3.14 or so.", "Yes"}},
-                    Row{"Title", "Dr. Who met Mr. Fox. Yes", {"Dr. Who met Mr. Fox.", "Yes"}},
-                    Row{"Initials",
-                        "J. S. Bach, e.g. his fugues. Yes",
-                        {"J. S. Bach, e.g. his fugues.", "Yes"}},
-                    Row{"EndsWithADigit", "It is 5. Yes", {"It is 5.", "Yes"}},
-                    Row{"LineEndInASentence", "One\nand more.\nTwo", {"One\nand more.", "Two"}},
-                    Row{"EmptyLine", "Title\n\nText", {"Title", "Text"}},
-                    Row{"EmptyLineWithBlanks", "Title\r\n \t\r\nText", {"Title", "Text"}},
-                    Row{"Chinese", "你好。再见！好吗？是", {"你好。", "再见！", "好吗？", "是"}},
-                    Row{"Arabic", "كيف حالك؟ بخير", {"كيف حالك؟", "بخير"}},
-                    Row{"Tag", "\\pau=500\\ Hello. Yes", {"\\pau=500\\ Hello.", "Yes"}},
-                    Row{"NulBytes", std::string("A\0b. \0 C", 8), {"A b.", "C"}},
-                    Row{"OnlyNulBytes", std::string(3, '\0'), {}}),
+    testing::Values(
+        SentenceRow{"Nothing", "", {}}, SentenceRow{"WhiteSpaceAlone", " \n\n \t", {}},
+        SentenceRow{"OneWithoutMark", "Hello", {"Hello"}},
+        SentenceRow{"Two", "One. Two.", {"One.", "Two."}},
+        SentenceRow{"MarksOfAllKinds", "A b! C d? E f… G", {"A b!", "C d?", "E f…", "G"}},
+        SentenceRow{"SeveralMarks", "What?! Well... Yes", {"What?!", "Well...", "Yes"}},
+        SentenceRow{"ClosingMarks", "\"Go!\" (Now.) Yes", {"\"Go!\"", "(Now.)", "Yes"}},
+        SentenceRow{"TypographicQuotes", "“Go.” «Now.» Yes", {"“Go.”", "«Now.»", "Yes"}},
+        SentenceRow{"FullStopInANumber", "Pi is 3.14 or so. Yes", {"Pi is 3.14 or so.", "Yes"}},
+        SentenceRow{"Title", "Dr. Who met Mr. Fox. Yes", {"Dr. Who met Mr. Fox.", "Yes"}},
+        SentenceRow{"Initials",
+                    "J. S. Bach, e.g. his fugues. Yes",
+                    {"J. S. Bach, e.g. his fugues.", "Yes"}},
+        SentenceRow{"EndsWithADigit", "It is 5. Yes", {"It is 5.", "Yes"}},
+        SentenceRow{"LineEndInASentence", "One\nand more.\nTwo", {"One\nand more.", "Two"}},
+        SentenceRow{"EmptyLine", "Title\n\nText", {"Title", "Text"}},
+        SentenceRow{"EmptyLineWithBlanks", "Title\r\n \t\r\nText", {"Title", "Text"}},
+        SentenceRow{"Chinese", "你好。再见！好吗？是", {"你好。", "再见！", "好吗？", "是"}},
+        SentenceRow{"Arabic", "كيف حالك؟ بخير", {"كيف حالك؟", "بخير"}},
+        SentenceRow{"Tag", "\\pau=500\\ Hello. Yes", {"\\pau=500\\ Hello.", "Yes"}},
+        SentenceRow{"NulBytes", std::string("A\0b. \0 C", 8), {"A b.", "C"}},
+        SentenceRow{"OnlyNulBytes", std::string(3, '\0'), {}}),
     test::RowName());
 
 TEST(SentenceReader, TellsWhereEachSentenceStands) {

@@ -14,8 +14,6 @@ using test::throwsNotActive;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr const char* manager = "TextToSpeechManager";
-
 class LanguageRoutingTest : public testing::Test {
  protected:
   LanguageRoutingTest() {
@@ -66,14 +64,14 @@ class UnservedLanguage : public LanguageRoutingTest,
 TEST_P(UnservedLanguage, HasNoEngine) {
   const std::string language = GetParam();
   EXPECT_THAT([&] { routes.xGetEngine(language); },
-              throwsKQError(manager, "xGetEngine",
+              throwsKQError(test::managerModule, "xGetEngine",
                             language + " is not currently supported or not installed."));
   EXPECT_THAT([&] { routes.xGetRelevantEngine(language); },
-              throwsKQError(manager, "xGetDefaultVoiceForLanguage",
+              throwsKQError(test::managerModule, "xGetDefaultVoiceForLanguage",
                             "No engine found for " + language + " language"));
   routes.currentLanguage = language;
   EXPECT_THAT([&] { routes.xGetRelevantEngine(); },
-              throwsKQError(manager, "xGetEngine",
+              throwsKQError(test::managerModule, "xGetEngine",
                             language + " is not currently supported or not installed."));
 }
 
@@ -84,10 +82,10 @@ INSTANTIATE_TEST_SUITE_P(Languages, UnservedLanguage,
 TEST_F(LanguageRoutingTest, ALanguageWhoseEngineWasUnloadedHasNoEngine) {
   routes.xUnloadPlugin("aitalk");
   EXPECT_THAT([&] { routes.xGetEngine("Japanese"); },
-              throwsKQError(manager, "xGetEngine",
+              throwsKQError(test::managerModule, "xGetEngine",
                             "Japanese is not currently supported or not installed."));
   EXPECT_THAT([&] { routes.xGetRelevantEngine("Japanese"); },
-              throwsKQError(manager, "xGetDefaultVoiceForLanguage",
+              throwsKQError(test::managerModule, "xGetDefaultVoiceForLanguage",
                             "No engine found for Japanese language"));
 }
 
@@ -136,40 +134,40 @@ TEST_F(LanguageRoutingTest, AnInactiveManagerRefuses) {
 
 TEST_F(LanguageRoutingTest, TheBaseRefusesWhatNoEngineOffers) {
   EXPECT_THAT([&] { routes.setCurrentLanguage("Klingon"); },
-              throwsKQError(manager, "setCurrentLanguage",
+              throwsKQError(test::managerModule, "setCurrentLanguage",
                             "This engine does not support the following language: Klingon"));
 }
 
 /// The hook's own words are seen when it is asked for a language that the base would have refused.
 TEST_F(LanguageRoutingTest, AnUnservedLanguageIsReportedWithTheFirstErrorsWords) {
   nuance->currentLanguage = "French";
-  const KQError first(manager, "xGetEngine", "Klingon is not currently supported or not installed.",
-                      nullptr, 0);
+  const KQError first(test::managerModule, "xGetEngine",
+                      "Klingon is not currently supported or not installed.", nullptr, 0);
 
   EXPECT_THAT([&] { routes.xSetCurrentLanguage("Klingon"); },
-              throwsKQError(manager, "setCurrentLanguage", first.what()));
+              throwsKQError(test::managerModule, "setCurrentLanguage", first.what()));
   EXPECT_EQ(routes.currentLanguage, "French");  // read anew from the engine of "English"
 }
 
 TEST_F(LanguageRoutingTest, ALanguageThatOnlyAnUnloadedEngineServedIsRefused) {
   routes.xUnloadPlugin("aitalk");
-  const KQError first(manager, "xGetEngine",
+  const KQError first(test::managerModule, "xGetEngine",
                       "Japanese is not currently supported or not installed.", nullptr, 0);
   EXPECT_THAT([&] { routes.xSetCurrentLanguage("Japanese"); },
-              throwsKQError(manager, "setCurrentLanguage", first.what()));
+              throwsKQError(test::managerModule, "setCurrentLanguage", first.what()));
 }
 
 TEST_F(LanguageRoutingTest, AnOutdatedLanguageIsRefusedBeforeAnyEngineIsTold) {
   nuance->oldLanguages = {"Arabic", "Japanese"};
   nuance->currentLanguage = "French";
   const KQError first(
-      manager, "xSetCurrentLanguage",
+      test::managerModule, "xSetCurrentLanguage",
       "The Japanese language package installed in /home/kelo/behaviors/ is outdated."
       "Please contact Marvane hotline to get the updated version of this package.",
       nullptr, 0);
 
   EXPECT_THAT([&] { routes.xSetCurrentLanguage("Japanese"); },
-              throwsKQError(manager, "setCurrentLanguage", first.what()));
+              throwsKQError(test::managerModule, "setCurrentLanguage", first.what()));
 
   EXPECT_THAT(aitalk->takeCalls(), ElementsAre("xGetOldLanguagesDetected"));
   EXPECT_THAT(nuance->takeCalls(), ElementsAre("xGetOldLanguagesDetected", "xGetCurrentLanguage"));
@@ -185,15 +183,15 @@ TEST_F(LanguageRoutingTest, AnErrorOfTheEngineIsReportedInTheManagersName) {
   const KQError first("Aitalk", "load", "no data", "aitalk.cpp", 12);
 
   EXPECT_THAT([&] { routes.setCurrentLanguage("Japanese"); },
-              throwsKQError(manager, "setCurrentLanguage", first.what()));
+              throwsKQError(test::managerModule, "setCurrentLanguage", first.what()));
   EXPECT_EQ(routes.currentLanguage, "English");
 }
 
 TEST_F(LanguageRoutingTest, WithoutACurrentLanguageTheFirstErrorIsLost) {
   routes.currentLanguage = "";
-  EXPECT_THAT(
-      [&] { routes.xSetCurrentLanguage("Klingon"); },
-      throwsKQError(manager, "xGetEngine", " is not currently supported or not installed."));
+  EXPECT_THAT([&] { routes.xSetCurrentLanguage("Klingon"); },
+              throwsKQError(test::managerModule, "xGetEngine",
+                            " is not currently supported or not installed."));
   EXPECT_EQ(routes.currentLanguage, "");
 }
 
@@ -287,7 +285,7 @@ TEST_F(LanguageRoutingTest, AnUnknownVoiceHasNoLanguage) {
   for (const char* voice : {"Peter", "", "anna", "English"}) {
     EXPECT_THAT(
         [&] { routes.getLanguage(voice); },
-        throwsKQError(manager, "getLanguage",
+        throwsKQError(test::managerModule, "getLanguage",
                       std::string(voice) + " is not currently supported or not installed."));
   }
   EXPECT_EQ(routes.voiceLanguages.size(), 3U);

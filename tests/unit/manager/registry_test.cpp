@@ -388,7 +388,7 @@ TEST_F(RegistryTest, APluginMayLoadAnotherWhileItIsLoaded) {
 }
 
 /// Shows the loader's map.
-class Loader : public KQ::TtsPluginManager {
+class OpenLoader : public KQ::TtsPluginManager {
  public:
   using TtsPluginManager::plugins;
 };
@@ -399,7 +399,7 @@ TEST_F(RegistryTest, AnEngineIsForgottenBeforeItsAddressIsFree) {
   std::size_t listed = 1;
   journal::setListener([&](const std::string& event) {
     if (event == "x destroyed") {
-      listed = (manager.pluginManager.*(&Loader::plugins)).size();
+      listed = (manager.pluginManager.*(&OpenLoader::plugins)).size();
     }
   });
 

@@ -17,8 +17,6 @@ using testing::IsEmpty;
 using testing::Not;
 using testing::Pair;
 
-constexpr const char* manager = "TextToSpeechManager";
-
 class VoiceRoutingTest : public testing::Test {
  protected:
   VoiceRoutingTest() {
@@ -71,11 +69,11 @@ TEST_F(VoiceRoutingTest, TheEngineIsThatOfTheLanguageAsItStandsAfterTheSwitch) {
       aitalk->currentLanguage = "Nihongo";
     }
   };
-  const KQError first(manager, "xGetEngine", "Nihongo is not currently supported or not installed.",
-                      nullptr, 0);
+  const KQError first(test::managerModule, "xGetEngine",
+                      "Nihongo is not currently supported or not installed.", nullptr, 0);
 
   EXPECT_THAT([&] { routes.setCurrentVoice("Yuki"); },
-              throwsKQError(manager, "setCurrentVoice", first.what()));
+              throwsKQError(test::managerModule, "setCurrentVoice", first.what()));
   EXPECT_EQ(routes.currentLanguage, "Nihongo");
 }
 
@@ -92,9 +90,9 @@ TEST_F(VoiceRoutingTest, TheBaseRefusesWhatNoEngineOffers) {
 
 TEST_F(VoiceRoutingTest, AnUnknownVoiceChangesNothing) {
   for (const char* voice : {"Peter", "", "anna"}) {
-    EXPECT_THAT(
-        [&] { routes.xSetCurrentVoice(voice); },
-        throwsKQError(manager, "setCurrentVoice", "Voice " + std::string(voice) + " not found"));
+    EXPECT_THAT([&] { routes.xSetCurrentVoice(voice); },
+                throwsKQError(test::managerModule, "setCurrentVoice",
+                              "Voice " + std::string(voice) + " not found"));
   }
   EXPECT_EQ(routes.currentLanguage, "English");
   EXPECT_EQ(routes.voiceLanguages.size(), 3U);
@@ -107,7 +105,7 @@ TEST_F(VoiceRoutingTest, AVoiceOfAnOutdatedLanguageIsRefusedBeforeAnySwitch) {
 
   EXPECT_THAT(
       [&] { routes.setCurrentVoice("Yuki"); },
-      throwsKQError(manager, "xSetCurrentVoice",
+      throwsKQError(test::managerModule, "xSetCurrentVoice",
                     "The Japanese language package installed in /home/kelo/behaviors/ is outdated."
                     "Please contact Marvane hotline to get the updated version of this package."));
 
@@ -119,7 +117,7 @@ TEST_F(VoiceRoutingTest, TheCurrentLanguageMayBeOutdatedToo) {
   nuance->oldLanguages = {"English"};
   EXPECT_THAT(
       [&] { routes.setCurrentVoice("Anna"); },
-      throwsKQError(manager, "xSetCurrentVoice",
+      throwsKQError(test::managerModule, "xSetCurrentVoice",
                     "The English language package installed in /home/kelo/behaviors/ is outdated."
                     "Please contact Marvane hotline to get the updated version of this package."));
 }
@@ -133,13 +131,13 @@ TEST_F(VoiceRoutingTest, AnErrorOfTheLanguageSwitchPassesUnchanged) {
   const KQError first("Aitalk", "load", "no data", nullptr, 0);
 
   EXPECT_THAT([&] { routes.setCurrentVoice("Yuki"); },
-              throwsKQError(manager, "setCurrentLanguage", first.what()));
+              throwsKQError(test::managerModule, "setCurrentLanguage", first.what()));
 }
 
 TEST_F(VoiceRoutingTest, ALanguageThatNoEngineServesIsRefusedByTheBase) {
   routes.voiceLanguages["Worf"] = "Klingon";
   EXPECT_THAT([&] { routes.setCurrentVoice("Worf"); },
-              throwsKQError(manager, "setCurrentLanguage",
+              throwsKQError(test::managerModule, "setCurrentLanguage",
                             "This engine does not support the following language: Klingon"));
 }
 
@@ -149,16 +147,16 @@ TEST_F(VoiceRoutingTest, AVoiceThatTheEngineRefusesIsReportedInTheManagersName) 
                       "The voice Anna is not installed or not supported.", nullptr, 0);
 
   EXPECT_THAT([&] { routes.setCurrentVoice("Anna"); },
-              throwsKQError(manager, "setCurrentVoice", first.what()));
+              throwsKQError(test::managerModule, "setCurrentVoice", first.what()));
 }
 
 TEST_F(VoiceRoutingTest, ACurrentLanguageWithoutEngineIsReportedInTheManagersName) {
   routes.languageEngines.clear();
-  const KQError first(manager, "xGetEngine", "English is not currently supported or not installed.",
-                      nullptr, 0);
+  const KQError first(test::managerModule, "xGetEngine",
+                      "English is not currently supported or not installed.", nullptr, 0);
 
   EXPECT_THAT([&] { routes.setCurrentVoice("Anna"); },
-              throwsKQError(manager, "setCurrentVoice", first.what()));
+              throwsKQError(test::managerModule, "setCurrentVoice", first.what()));
 }
 
 TEST_F(VoiceRoutingTest, OtherExceptionsPassUnchanged) {
@@ -225,7 +223,7 @@ TEST_F(VoiceRoutingTest, TheDefaultVoiceIsThatOfTheLanguagesEngine) {
 
 TEST_F(VoiceRoutingTest, ALanguageWithoutEngineHasNoDefaultVoice) {
   EXPECT_THAT([&] { routes.getDefaultVoiceForLanguage("Klingon"); },
-              throwsKQError(manager, "xGetDefaultVoiceForLanguage",
+              throwsKQError(test::managerModule, "xGetDefaultVoiceForLanguage",
                             "No engine found for Klingon language"));
 }
 
@@ -245,7 +243,7 @@ TEST_F(VoiceRoutingTest, AnUnknownVoiceHasNoFolderAndNoError) {
 TEST_F(VoiceRoutingTest, AVoiceWhoseLanguageHasNoEngineIsAnError) {
   routes.xUnloadPlugin("aitalk");
   EXPECT_THAT([&] { routes.getVoiceInstallDir("Yuki"); },
-              throwsKQError(manager, "xGetEngine",
+              throwsKQError(test::managerModule, "xGetEngine",
                             "Japanese is not currently supported or not installed."));
 }
 
@@ -256,8 +254,8 @@ TEST_F(VoiceRoutingTest, TheDefaultVoiceIsSetOnTheCurrentLanguagesEngine) {
 
 TEST_F(VoiceRoutingTest, WithoutEngineTheVoiceQueriesNameTheLanguage) {
   routes.currentLanguage = "Klingon";
-  const auto error =
-      throwsKQError(manager, "xGetEngine", "Klingon is not currently supported or not installed.");
+  const auto error = throwsKQError(test::managerModule, "xGetEngine",
+                                   "Klingon is not currently supported or not installed.");
   EXPECT_THAT([&] { routes.getCurrentVoice(); }, error);
   EXPECT_THAT([&] { routes.setDefaultVoice(); }, error);
 }
