@@ -45,19 +45,22 @@ constexpr ByteTable asciiUpperCase = makeAsciiUpperCase();
 /// What the global locale, as it was when this was made, says of characters.
 class Characters {
  public:
-  Characters() : type(typeOf(locale)) {
-    if (locale != std::locale::classic()) {
-      for (std::size_t byte = 0; byte < upperCase.size(); ++byte) {
-        upperCase[byte] = static_cast<char>(byte);
-      }
-      type.toupper(upperCase.data(), upperCase.data() + upperCase.size());
-      upper = upperCase.data();
+  Characters() {
+    // Looking up a facet would be much of the time that a sentence takes.
+    static const auto& classicType = std::use_facet<std::ctype<char>>(std::locale::classic());
+    if (locale == std::locale::classic()) {
+      type = &classicType;
+      return;
     }
+    type = &std::use_facet<std::ctype<char>>(locale);
+    for (std::size_t byte = 0; byte < upperCase.size(); ++byte) {
+      upperCase[byte] = static_cast<char>(byte);
+    }
+    type->toupper(upperCase.data(), upperCase.data() + upperCase.size());
+    upper = upperCase.data();
   }
   Characters(const Characters&) = delete;
   Characters& operator=(const Characters&) = delete;
-
-  bool isSpace(char character) const { return type.is(std::ctype_base::space, character); }
 
   bool beginsWithKnownTag(std::string_view text) const {
     return std::any_of(std::begin(knownTags), std::end(knownTags), [&](std::string_view tag) {
@@ -67,38 +70,53 @@ class Characters {
     });
   }
 
- private:
-  /// Looking up a facet would be much of the time that a sentence takes.
-  static const std::ctype<char>& typeOf(const std::locale& locale) {
-    static const auto& classicType = std::use_facet<std::ctype<char>>(std::locale::classic());
-    return locale == std::locale::classic() ? classicType
-                                            : std::use_facet<std::ctype<char>>(locale);
+  /// \return the text without the white space at its ends
+  std::string_view trimmed(std::string_view text) const {
+    while (!text.empty() && isSpace(text.back())) {
+      text.remove_suffix(1);
+    }
+    while (!text.empty() && isSpace(text.front())) {
+      text.remove_prefix(1);
+    }
+    return text;
   }
 
+ private:
+  bool isSpace(char character) const { return type->is(std::ctype_base::space, character); }
   char upperOf(char character) const { return upper[static_cast<unsigned char>(character)]; }
 
-  std::locale locale;
-  const std::ctype<char>& type;
+  const std::locale locale;  // keeps its facet
+  const std::ctype<char>* type;
   ByteTable upperCase;  // set only where the locale is not the classic one
   const char* upper = asciiUpperCase.data();
 };
+
+struct Tag {
+  std::size_t begin;  ///< npos: there is none
+  std::size_t end;    ///< behind the closing mark
+};
+
+/// The next known tag that is closed.
+inline Tag findKnownTag(std::string_view text, std::size_t from, const Characters& characters) {
+  std::size_t begin = text.find(tagMark, from);
+  while (begin != npos) {
+    const std::size_t close = text.find(tagMark, begin + 1);
+    if (close != npos && characters.beginsWithKnownTag(text.substr(begin))) {
+      return {begin, close + 1};
+    }
+    begin = close;
+  }
+  return {npos, npos};
+}
 
 /// The text that takes the place of each known tag: what nothing can change any more, and from its last
 /// mark on what may make a tag together with what follows it.
 class Replacement {
  public:
   Replacement(std::string_view text, const Characters& characters) : head(text), known(characters) {
-    std::size_t begin = text.find(tagMark);
-    std::size_t last = npos;
-    while (begin != npos) {
-      const std::size_t close = text.find(tagMark, begin + 1);
-      if (close != npos && known.beginsWithKnownTag(text.substr(begin))) {
-        return;  // to search what was inserted would never end
-      }
-      last = begin;
-      begin = close;
-    }
-    if (last != npos) {
+    const std::size_t last = text.rfind(tagMark);
+    // Where there is a whole tag, to search what was inserted would never end.
+    if (last != npos && findKnownTag(text, 0, known).begin == npos) {
       head = text.substr(0, last);
       tail = text.substr(last);
     }
@@ -150,9 +168,10 @@ void reserve(std::string& text, std::size_t size) {
 }
 
 void trim(std::string& text, const Characters& characters) {
-  const auto isInk = [&](char character) { return !characters.isSpace(character); };
-  text.erase(std::find_if(text.rbegin(), text.rend(), isInk).base(), text.end());
-  text.erase(text.begin(), std::find_if(text.begin(), text.end(), isInk));
+  const std::string_view kept = characters.trimmed(text);
+  const auto begin = static_cast<std::size_t>(kept.data() - text.data());
+  text.resize(begin + kept.size());
+  text.erase(0, begin);
 }
 
 // Tokens and characters ----------------------------------------------------------------------
@@ -389,21 +408,21 @@ bool checkLastTag(const std::string& text) {
 
 std::string replaceTags(const std::string& text, const char* replacement) {
   const Characters characters;
-  const Replacement replacing(replacement, characters);
   const std::string_view source = text;
   std::string result;
+  Tag tag = findKnownTag(source, 0, characters);
+  if (tag.begin == npos) {
+    const std::string_view kept = characters.trimmed(source);
+    reserve(result, kept.size());
+    result.append(kept);
+    return result;
+  }
+  const Replacement replacing(replacement, characters);
   reserve(result, source.size());
   std::size_t copied = 0;
-  std::size_t begin = source.find(tagMark);
-  while (begin != npos) {
-    const std::size_t close = source.find(tagMark, begin + 1);
-    if (close == npos || !characters.beginsWithKnownTag(source.substr(begin))) {
-      begin = close;
-      continue;
-    }
-    result.append(source, copied, begin - copied);
-    copied = replacing.appendTo(result, source, close + 1);
-    begin = source.find(tagMark, copied);
+  for (; tag.begin != npos; tag = findKnownTag(source, copied, characters)) {
+    result.append(source, copied, tag.begin - copied);
+    copied = replacing.appendTo(result, source, tag.end);
   }
   result.append(source, copied, npos);
   trim(result, characters);
@@ -411,16 +430,15 @@ std::string replaceTags(const std::string& text, const char* replacement) {
 }
 
 bool isTagsOnlySentence(const std::string& text) {
-  const std::string_view sentence = text.c_str();
-  const std::size_t begin = sentence.find_first_not_of(' ');
-  if (begin == npos) {
-    return true;
+  const char* const begin = text.c_str() + std::strspn(text.c_str(), " ");
+  if (*begin != tagMark) {
+    return *begin == '\0';  // without a look at the rest of what may be a long text
   }
-  if (sentence[begin] != tagMark || sentence[sentence.find_last_not_of(' ')] != tagMark) {
+  const std::string_view sentence = begin;
+  if (sentence[sentence.find_last_not_of(' ')] != tagMark) {
     return false;
   }
-  return sentence.size() <= longestMatched ? matchesTagsOnly(sentence)
-                                           : scanTagsOnly(sentence.substr(begin));
+  return sentence.size() <= longestMatched ? matchesTagsOnly(sentence) : scanTagsOnly(sentence);
 }
 
 }  // namespace KQ

@@ -26,16 +26,21 @@ constexpr std::pair<const char*, float> defaultParameters[] = {
     {"doubleVoiceTimeShift", 0.0F}, {"voiceLevel", 1.0F},  {"defaultVoiceSpeed", 100.0F},
 };
 
-// Writing ------------------------------------------------------------------------------------
+// Text ---------------------------------------------------------------------------------------
 
 bool isXmlCharacter(uint character) {
   return character == '\t' || character == '\n' || character == '\r' ||
          (character >= 0x20 && character != 0xFFFE && character != 0xFFFF);
 }
 
+/// The text with all its characters: alone, the conversion would drop a U+FEFF at the beginning.
+QString toQString(const std::string& text) {
+  return QString::fromStdString(' ' + text).mid(1);
+}
+
 /// A text as an attribute can hold it: what XML has no way to write becomes U+FFFD.
 QString toXmlText(const std::string& text) {
-  QString result = QString::fromUtf8(text.data(), static_cast<int>(text.size()));
+  QString result = toQString(text);
   for (QChar& character : result) {
     if (!isXmlCharacter(character.unicode())) {
       character = QChar::ReplacementCharacter;
@@ -121,7 +126,7 @@ VoiceSetting makeVoiceSettingFromXml(boost::filesystem::path& file) {
     // The setting holds the known parameters and no other.
     const auto parameter = setting.parameters.find(name);
     if (parameter != setting.parameters.end()) {
-      parameter->second = QString::fromUtf8(value.data(), static_cast<int>(value.size())).toFloat();
+      parameter->second = toQString(value).toFloat();
     }
   });
   return setting;

@@ -16,17 +16,20 @@ void RatioReporter::ReportRuns(const std::vector<Run>& runs) {
 
 bool RatioReporter::report(const std::vector<Figure>& figures) const {
   bool reached = true;
-  std::printf("\n%-40s %-40s %8s %8s\n", "subject", "yardstick", "asked", "ratio");
+  std::printf("\n| function | text | beside | at least | ratio |\n|---|---|---|---:|---:|\n");
   for (const Figure& figure : figures) {
-    const auto subject = bytesPerSecond.find(figure.subject);
-    const auto yardstick = bytesPerSecond.find(figure.yardstick);
+    const auto subject = bytesPerSecond.find(figure.subjectRun());
+    const auto yardstick = bytesPerSecond.find(figure.yardstickRun());
     if (subject == bytesPerSecond.end() || yardstick == bytesPerSecond.end()) {
       continue;
     }
     const double ratio = subject->second / yardstick->second;
-    std::printf("%-40s %-40s %8.2f %8.2f%s\n", figure.subject.c_str(), figure.yardstick.c_str(),
-                figure.atLeast, ratio, ratio < figure.atLeast ? "  MISSED" : "");
-    reached = reached && ratio >= figure.atLeast;
+    const bool missed = ratio < figure.atLeast;
+    std::printf("| %s | %s | %s | ", figure.function.c_str(), figure.text.c_str(),
+                figure.yardstick.c_str());
+    figure.atLeast > 0 ? std::printf("%.2f", figure.atLeast) : std::printf("–");
+    std::printf(" | %.2f%s |\n", ratio, missed ? " **missed**" : "");
+    reached = reached && !missed;
   }
   return reached;
 }

@@ -6,14 +6,19 @@
 #include <string>
 #include <vector>
 
-/// What one benchmark must reach beside another of the same run.
+/// What a function must reach on a text beside a yardstick in the same process.
 struct Figure {
-  std::string subject;    ///< the benchmark's name
-  std::string yardstick;  ///< the other's
-  double atLeast;         ///< the subject's bytes per second over the yardstick's
+  std::string function;
+  std::string text;
+  std::string yardstick;
+  double atLeast;  ///< the function's bytes per second over the yardstick's; 0: nothing is asked
+
+  std::string subjectRun() const { return function + ", " + text; }  ///< the benchmark's name
+  std::string yardstickRun() const { return subjectRun() + ": " + yardstick; }
 };
 
-/// Prints the runs, and then the figures that they give. Of several repetitions the fastest counts.
+/// Prints the runs, and then the figures that they give, as a table in Markdown. Of several repetitions
+/// the fastest counts.
 class RatioReporter : public benchmark::ConsoleReporter {
  public:
   void ReportRuns(const std::vector<Run>& runs) override;

@@ -116,29 +116,73 @@ std::size_t countByteByByte(const char* text) {
 // Runs ---------------------------------------------------------------------------------------
 
 template <typename Work>
-void add(const std::string& name, const std::string& text, Work work) {
-  benchmark::RegisterBenchmark(name.c_str(), [text, work](benchmark::State& state) {
-    for (auto step : state) {
-      benchmark::DoNotOptimize(work(text));
-    }
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * text.size()));
+benchmark::internal::Benchmark* add(const std::string& name, std::size_t bytes, Work work) {
+  return benchmark::RegisterBenchmark(name.c_str(), [bytes, work](benchmark::State& state) {
+    work(state);
+    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * bytes));
   });
 }
 
 class Comparison {
  public:
   template <typename Subject, typename Yardstick>
-  void add(const std::string& subjectName, Subject subject, const std::string& yardstickName,
+  void add(const std::string& function, Subject subject, const std::string& yardstickName,
            Yardstick yardstick, const std::string& textName, const std::string& text,
            double atLeast) {
-    const std::string name = subjectName + ", " + textName;
-    const std::string beside = yardstickName + ", " + textName + " (" + subjectName + ")";
-    ::add(name, text, subject);
-    ::add(beside, text, yardstick);
-    figures.push_back({name, beside, atLeast});
+    const Figure figure = {function, textName, yardstickName, atLeast};
+    addOn(figure.subjectRun(), text, subject);
+    addOn(figure.yardstickRun(), text, yardstick);
+    figures.push_back(figure);
+  }
+
+  /// The same amount of text, and of results that are kept, in one piece and in a hundred. The texts
+  /// live only as long as a run, as all of them would fill the memory.
+  template <typename Function>
+  void addLength(const std::string& name, Function function, const std::string& textName,
+                 const std::string& unit, double atLeast) {
+    constexpr std::size_t pieces = 100;
+    const Figure figure = {name, "100 MB " + textName, "100 x 1 MB", atLeast};
+    const std::size_t size = pieces * repeated(unit, megabyte).size();
+    ::add(figure.subjectRun(), size, [=](benchmark::State& state) {
+      const std::string text = repeated(unit, size);
+      for (auto step : state) {
+        benchmark::DoNotOptimize(function(text));
+      }
+    })->Iterations(1);
+    ::add(figure.yardstickRun(), size, [=](benchmark::State& state) {
+      const std::vector<std::string> texts(pieces, repeated(unit, megabyte));
+      for (auto step : state) {
+        std::vector<decltype(function(texts[0]))> results;
+        results.reserve(pieces);
+        for (const std::string& text : texts) {
+          results.push_back(function(text));
+        }
+        benchmark::DoNotOptimize(results);
+      }
+    })->Iterations(1);
+    figures.push_back(figure);
+  }
+
+  /// What `figure`'s subject costs beside the same on a short text again and again.
+  template <typename Function>
+  void addAgain(Figure figure, Function function, const std::string& unit) {
+    figure.yardstick = "1 MB again and again";
+    figure.atLeast = 0;
+    addOn(figure.yardstickRun(), repeated(unit, megabyte), function);
+    figures.push_back(figure);
   }
 
   std::vector<Figure> figures;
+
+ private:
+  template <typename Work>
+  void addOn(const std::string& name, const std::string& text, Work work) {
+    ::add(name, text.size(), [text, work](benchmark::State& state) {
+      for (auto step : state) {
+        benchmark::DoNotOptimize(work(text));
+      }
+    });
+  }
 };
 
 std::string replaceTags(const std::string& text) {
@@ -173,28 +217,38 @@ std::vector<std::string> split(const std::string& text) {
   return tokens;
 }
 
-/// The same amount of text, and of results that are kept, in one piece and in many. A short text again and
-/// again, whose result is thrown away each time, shows in addition what fresh memory costs: no figure is
-/// asked of that.
-void addLength(Comparison& comparison) {
-  constexpr std::size_t pieces = 100;
-  const std::string piece = repeated(taggedUnit, megabyte);
-  const std::string whole = repeated(piece, pieces * piece.size());
-  const std::string wholeName = "replaceTags, 100 MB tagged";
-  const std::string piecesName = "replaceTags, 100 x 1 MB tagged";
-  const std::string againName = "replaceTags, 1 MB tagged again and again";
-  ::add(wholeName, whole, replaceTags);
-  ::add(piecesName, whole, [texts = std::vector<std::string>(pieces, piece)](const std::string&) {
-    std::vector<std::string> results;
-    results.reserve(texts.size());
-    for (const std::string& text : texts) {
-      results.push_back(replaceTags(text));
-    }
-    return results;
-  });
-  ::add(againName, piece, replaceTags);
-  comparison.figures.push_back({wholeName, piecesName, 0.8});
-  comparison.figures.push_back({wholeName, againName, 0});
+bool checkLast(const std::string& text) {
+  return KQ::checkLastTag(text);
+}
+
+/// A long text is worked on at the rate of short ones, and whatever it is full of takes no more than time
+/// in proportion to it.
+void addLengths(Comparison& comparison) {
+  comparison.addLength("replaceTags", replaceTags, "tagged", taggedUnit, 0.8);
+  comparison.addAgain(comparison.figures.back(), replaceTags, taggedUnit);
+
+  const std::string tags = "\\Pau=400\\";
+  const std::string unclosedTags = "\\Pau=400 ";
+  const std::string backslashes = "\\";
+  const std::string quotes = "\u2019";
+  comparison.addLength("replaceTags", replaceTags, "of tags", tags, 0.5);
+  comparison.addLength("replaceTags", replaceTags, "of unclosed tags", unclosedTags, 0.5);
+  comparison.addLength("replaceTags", replaceTags, "of backslashes", backslashes, 0.5);
+  comparison.addLength("replaceMrkPause", replaceMrkPause, "of pauses", "\\mrkpause=400\\", 0.5);
+  comparison.addLength("replaceMrkPause", replaceMrkPause, "of growing pauses", "\\mrkpause=\\",
+                       0.5);
+  comparison.addLength("replaceMrkPause", replaceMrkPause, "of unclosed pauses", "\\mrkpause=400 ",
+                       0.5);
+  comparison.addLength("replaceMrkPause", replaceMrkPause, "of backslashes", backslashes, 0.5);
+  comparison.addLength("replaceIncorrectApostrophe", replaceIncorrectApostrophe, "of apostrophes",
+                       quotes, 0.5);
+  comparison.addLength("countUtf8Chars", count, "of apostrophes", quotes, 0.5);
+  comparison.addLength("tokenizeString", tokenize, "of delimiters", " ", 0.5);
+  comparison.addLength("tokenizeString", tokenize, "tagged", taggedUnit, 0.5);
+  comparison.addLength("isTagsOnlySentence", KQ::isTagsOnlySentence, "of tags", tags, 0.5);
+  comparison.addLength("isTagsOnlySentence", KQ::isTagsOnlySentence, "of backslashes", backslashes,
+                       0.5);
+  comparison.addLength("checkLastTag", checkLast, "of backslashes", backslashes, 0.5);
 }
 
 void addTextFunctions(Comparison& comparison) {
@@ -206,7 +260,6 @@ void addTextFunctions(Comparison& comparison) {
   comparison.add("replaceTags", replaceTags, "RE2", replaceTagsWithRe2, "10 MB tagged", tagged, 5);
   comparison.add("replaceTags", replaceTags, "RE2", replaceTagsWithRe2, "10 MB multilingual",
                  multilingual(), 2.3);
-  addLength(comparison);
 
   const std::string paused = repeated(pausedUnit, 10 * megabyte);
   const auto addPauses = [&](const std::string& textName, const std::string& text) {
@@ -240,8 +293,13 @@ void addTextFunctions(Comparison& comparison) {
   const auto matchWithRe2 = [](const std::string& text) {
     return RE2::FullMatch(text, tagsOnly());
   };
-  comparison.add("isTagsOnlySentence", KQ::isTagsOnlySentence, "RE2", matchWithRe2, "sentence",
-                 sentence, 8);
+  const auto addRefusal = [&](const std::string& textName, const std::string& text) {
+    comparison.add("isTagsOnlySentence", KQ::isTagsOnlySentence, "RE2", matchWithRe2, textName,
+                   text, 8);
+  };
+  addRefusal("sentence", sentence);
+  addRefusal("10 MB tagged", tagged);
+  addRefusal("10 MB multilingual", multilingual());
 }
 
 void addPreferenceFile(Comparison& comparison, const std::string& file) {
@@ -278,6 +336,7 @@ int main(int argc, char** argv) {
       boost::filesystem::temp_directory_path() / boost::filesystem::unique_path();
   Comparison comparison;
   addTextFunctions(comparison);
+  addLengths(comparison);
   addPreferenceFile(comparison, file.native());
   RatioReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);

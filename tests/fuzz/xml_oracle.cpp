@@ -35,7 +35,8 @@ bool mayBeRefused(const std::string& xml) {
 }
 
 float readNumber(const std::string& text) {
-  return QString::fromStdString(text).toFloat();
+  // Behind a character that is none, so that a U+FEFF is no mark of the encoding.
+  return QString::fromStdString(' ' + text).mid(1).toFloat();
 }
 
 }  // namespace oracle

@@ -277,6 +277,14 @@ TEST_F(PluginLoaderTest, UnloadOfAnUnknownEngineIsSilent) {
   EXPECT_THAT(log.lines(), IsEmpty());
 }
 
+TEST_F(PluginLoaderTest, UnloadOfNoPointerIsSilent) {
+  const test::LogRecorder log;
+
+  loader.unload(nullptr);
+
+  EXPECT_THAT(log.lines(), IsEmpty());
+}
+
 TEST_F(PluginLoaderTest, UnloadOfAnEngineThatIsAlreadyUnloadedIsSilent) {
   folder.install("x", "leaving_unload");
   folder.install("y", "scripted");

@@ -1,18 +1,23 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <boost/filesystem/exception.hpp>
 #include <boost/filesystem/fstream.hpp>
 #include <boost/filesystem/operations.hpp>
+#include <boost/locale/encoding_utf.hpp>
 #include <clocale>
 #include <cmath>
 #include <cstdio>
 #include <iterator>
 #include <kqtts/tts_preference.hpp>
 #include <limits>
-#include <locale>
+#include <thread>
 
+#include "support/global_locale.hpp"
 #include "support/log_recorder.hpp"
 #include "support/row_name.hpp"
 #include "support/temp_folder.hpp"
@@ -127,20 +132,11 @@ INSTANTIATE_TEST_SUITE_P(
                     Number{"NotANumber", std::numeric_limits<float>::quiet_NaN(), "nan"}),
     test::RowName());
 
-/// A comma for the point, and a full stop after each digit.
-class OtherPunctuation : public std::numpunct<char> {
-  char do_decimal_point() const override { return ','; }
-  char do_thousands_sep() const override { return '.'; }
-  std::string do_grouping() const override { return "\1"; }
-};
-
 TEST_F(PreferenceFileTest, NumbersAreTheSameInEveryLocale) {
-  const std::locale previous =
-      std::locale::global(std::locale(std::locale::classic(), new OtherPunctuation));
+  const test::GlobalLocale locale(test::localeOfOtherPunctuation());
 
   const std::string text = writtenNumber(1234.5F);
   const VoiceSetting setting = readContent(R"(<r><p name="voiceLevel" value="1234.5"/></r>)");
-  std::locale::global(previous);
 
   EXPECT_EQ(text, "1234.5");
   EXPECT_EQ(setting.parameters.at("voiceLevel"), 1234.5F);
@@ -188,6 +184,45 @@ TEST_F(UnwritableFile, PipeThatNobodyReads) {
 TEST_F(UnwritableFile, NulInThePath) {
   expectRefused((folder.path() / "file").native() + std::string("\0.xml", 5));
   EXPECT_FALSE(fs::exists(folder.path() / "file"));
+}
+
+TEST_F(PreferenceFileTest, ANewFileIsForAllWhomTheUserLetsSeeHisFiles) {
+  const mode_t previous = ::umask(022);
+  write(makeSetting());
+  ::umask(previous);
+
+  EXPECT_EQ(fs::status(folder.path() / "voiceSettings.xml").permissions(), 0644);
+}
+
+TEST_F(PreferenceFileTest, WritingFollowsALink) {
+  fs::create_symlink("linked.xml", folder.path() / "voiceSettings.xml");
+
+  EXPECT_TRUE(write(makeSetting()));
+
+  EXPECT_EQ(read(folder.path() / "linked.xml").voiceName, "voice1");
+  EXPECT_TRUE(fs::is_symlink(folder.path() / "voiceSettings.xml"));
+}
+
+TEST_F(PreferenceFileTest, WritingWaitsForTheReaderOfAPipe) {
+  const std::string voice(1000000, 'x');  // more than a pipe holds
+  const fs::path pipe = folder.path() / "voiceSettings.xml";
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  const int reader = ::open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
+  ::fcntl(reader, F_SETFL, 0);
+
+  std::thread writer([&] { write(makeSetting(voice)); });
+  pollfd readable = {reader, POLLIN, 0};
+  ::poll(&readable, 1, -1);
+  std::string content;
+  char block[4096];
+  for (ssize_t size = 1; size > 0; content.append(block, static_cast<std::size_t>(size))) {
+    size = std::max<ssize_t>(::read(reader, block, sizeof block), 0);
+  }
+  writer.join();
+  ::close(reader);
+
+  fs::remove(pipe);
+  EXPECT_TRUE(readContent(content).voiceName == voice);
 }
 
 TEST_F(PreferenceFileTest, FailuresAfterOpeningAreNotReported) {
@@ -257,28 +292,33 @@ TEST_P(WrittenVoiceName, ReadsBackWithAnotherProgram) {
   EXPECT_EQ(readByXmllint(), GetParam().readBack);
 }
 
-std::string everyAsciiCharacterOfXml() {
-  std::string text = "\t\n\r";
-  for (char character = ' '; character < '\x7F'; ++character) {
-    text += character;
+std::string everyCharacterOfXml() {
+  std::u32string text = U"\t\n\r";
+  for (char32_t character = 0x20; character <= 0x10FFFF; ++character) {
+    const bool surrogate = character >= 0xD800 && character <= 0xDFFF;
+    if (!surrogate && character != 0xFFFE && character != 0xFFFF) {
+      text += character;
+    }
   }
-  return text + '\x7F';
+  return boost::locale::conv::utf_to_utf<char>(text);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Names, WrittenVoiceName,
     testing::Values(
         VoiceName{"Markup", "a&b<c>d\"e'f]]>", "a&b<c>d\"e'f]]>"},
-        VoiceName{"Ascii", everyAsciiCharacterOfXml(), everyAsciiCharacterOfXml()},
+        VoiceName{"EveryCharacter", everyCharacterOfXml(), everyCharacterOfXml()},
         VoiceName{"Spaces", "  a  b  ", "  a  b  "},
         VoiceName{"Accents", "\u00e9\u00df\u0142", "\u00e9\u00df\u0142"},
+        VoiceName{"ByteOrderMarks", "\uFEFFa\uFEFF", "\uFEFFa\uFEFF"},
         VoiceName{"LineSeparators", "a\u0085b\u2028c", "a\u0085b\u2028c"},
         VoiceName{"Japanese", "\u97f3\u58f0", "\u97f3\u58f0"},
         VoiceName{"LastOfTheBasicPlane", "\uFFFD\uE000\uD7FF", "\uFFFD\uE000\uD7FF"},
         VoiceName{"BeyondTheBasicPlane", "\U0001F600\U0010FFFD", "\U0001F600\U0010FFFD"},
         VoiceName{"ControlCharacters", std::string("a\0b\x01\x1F", 5), "a\uFFFDb\uFFFD\uFFFD"},
         VoiceName{"NoCharacters", "a\uFFFE\uFFFF", "a\uFFFD\uFFFD"},
-        VoiceName{"InvalidUtf8", "a\xFF", "a\uFFFD"}),
+        VoiceName{"InvalidUtf8", "a\xFF", "a\uFFFD"},
+        VoiceName{"Surrogate", "a\xED\xA0\x80", "a\uFFFD\uFFFD\uFFFD"}),
     test::RowName());
 
 TEST_F(PreferenceFileTest, AParameterNameThatXmlCannotHoldIsReplaced) {
@@ -363,6 +403,7 @@ INSTANTIATE_TEST_SUITE_P(
     Contents, VoiceContent,
     testing::Values(
         Voice{"AnyTags", R"(<a><b name="sourceVoice" value="x"/></a>)", "x"},
+        Voice{"AnyPrefixesOfTags", R"(<p:a><q:b name="sourceVoice" value="x"/></p:a>)", "x"},
         Voice{"AnyOrderOfAttributes", R"(<a><b value="x" type="?" name="sourceVoice"/></a>)", "x"},
         Voice{"TheLaterOneWins",
               R"(<a><b name="sourceVoice" value="x"/><b name="sourceVoice" value="y"/></a>)", "y"},
@@ -423,7 +464,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Value{"Hexadecimal", "0x10", 0.0F}, Value{"Spaced", " 2 ", 2.0F},
                     Value{"Infinite", "-inf", -std::numeric_limits<float>::infinity()},
                     Value{"TooLarge", "1e39", std::numeric_limits<float>::infinity()},
-                    Value{"NotUtf8Either", "\u00e9", 0.0F}),
+                    Value{"Letter", "\u00e9", 0.0F},
+                    Value{"BehindAByteOrderMark", "\uFEFF5", 0.0F}),
     test::RowName());
 
 TEST_F(PreferenceFileTest, NaNReadsAsNaN) {
@@ -452,6 +494,16 @@ TEST_F(PreferenceFileTest, AnEmptyPathGivesTheDefaults) {
 
 TEST_F(PreferenceFileTest, AMissingFileGivesTheDefaults) {
   EXPECT_TRUE(read(folder.path() / "none.xml") == makeSetting(""));
+}
+
+TEST_F(PreferenceFileTest, APathThroughAFileGivesTheDefaults) {
+  EXPECT_TRUE(read(folder.write("file", "") / "voiceSettings.xml") == makeSetting(""));
+}
+
+TEST_F(PreferenceFileTest, ADanglingLinkGivesTheDefaults) {
+  fs::create_symlink("none.xml", folder.path() / "link.xml");
+
+  EXPECT_TRUE(read(folder.path() / "link.xml") == makeSetting(""));
 }
 
 TEST_F(PreferenceFileTest, AFolderGivesTheDefaults) {

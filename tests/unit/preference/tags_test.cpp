@@ -4,6 +4,7 @@
 #include <kqtts/tts_preference.hpp>
 #include <locale>
 
+#include "support/global_locale.hpp"
 #include "support/row_name.hpp"
 
 namespace {
@@ -133,19 +134,8 @@ class OtherCharacters : public std::ctype<char> {
   }
 };
 
-class GlobalLocale {
- public:
-  explicit GlobalLocale(const std::locale& locale) : previous(std::locale::global(locale)) {}
-  ~GlobalLocale() { std::locale::global(previous); }
-  GlobalLocale(const GlobalLocale&) = delete;
-  GlobalLocale& operator=(const GlobalLocale&) = delete;
-
- private:
-  std::locale previous;
-};
-
 TEST(ReplaceTagsTest, TheGlobalLocaleTellsCasesAndSpaces) {
-  const GlobalLocale locale(std::locale(std::locale::classic(), new OtherCharacters));
+  const test::GlobalLocale locale(std::locale(std::locale::classic(), new OtherCharacters));
 
   EXPECT_EQ(KQ::replaceTags(R"(_ a\1au=1\b\pau=2\c\VoL=3\d_)", "-"), R"(a-b\pau=2\c-d)");
 }

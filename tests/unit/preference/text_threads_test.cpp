@@ -7,7 +7,7 @@
 
 namespace {
 
-// In a program of its own process, so that these calls are the first ones.
+// The only test of its program, so that these calls are the first ones.
 TEST(TextThreads, EveryTextFunctionMayBeCalledAtOnceFromTheFirstCallOn) {
   const std::string text = R"( \Pau=1\ it\mrkpause=2\s \last\)";
   std::atomic<int> wrong{0};

@@ -2,8 +2,8 @@
 
 #include <climits>
 #include <kqtts/tts_preference.hpp>
-#include <locale>
 
+#include "support/global_locale.hpp"
 #include "support/row_name.hpp"
 
 namespace {
@@ -196,21 +196,40 @@ INSTANTIATE_TEST_SUITE_P(
                     Rewritten{"Nul", "a\0\u2019"s, "a\0'"s}),
     test::RowName());
 
-/// A comma for the point, and a full stop after each digit.
-class OtherPunctuation : public std::numpunct<char> {
-  char do_thousands_sep() const override { return '.'; }
-  std::string do_grouping() const override { return "\1"; }
-};
-
 TEST(ReplaceMrkPauseTest, WritesTheSameNumbersInEveryLocale) {
-  const std::locale previous =
-      std::locale::global(std::locale(std::locale::classic(), new OtherPunctuation));
+  const test::GlobalLocale locale(test::localeOfOtherPunctuation());
   std::string text = R"(\mrkpause=300\)";
 
   KQ::replaceMrkPause(text);
-  std::locale::global(previous);
 
   EXPECT_EQ(text, R"(\mrk=65236\ )");
+}
+
+std::string repeated(const std::string& unit, std::size_t times) {
+  std::string text;
+  for (std::size_t i = 0; i < times; ++i) {
+    text += unit;
+  }
+  return text;
+}
+
+// Costs that grow faster than the text would take longer than a test program has.
+constexpr std::size_t millions = 2000000;
+
+TEST(ReplaceMrkPauseTest, LongTextsAreRewrittenLikeShortOnes) {
+  std::string text = repeated(R"(a\mrkpause=\)", millions);
+
+  KQ::replaceMrkPause(text);
+
+  EXPECT_TRUE(text == repeated(R"(a\mrk=65536\ )", millions));
+}
+
+TEST(ReplaceIncorrectApostropheTest, LongTextsAreRewrittenLikeShortOnes) {
+  std::string text = repeated("a\u2019", millions);
+
+  KQ::replaceIncorrectApostrophe(text);
+
+  EXPECT_TRUE(text == repeated("a'", millions));
 }
 
 // countUtf8Chars -----------------------------------------------------------------------------
@@ -229,14 +248,6 @@ class CountUtf8Chars : public testing::TestWithParam<Count> {};
 
 TEST_P(CountUtf8Chars, CountsWhatIsNoContinuation) {
   EXPECT_EQ(KQ::countUtf8Chars(GetParam().text.c_str()), GetParam().count);
-}
-
-std::string repeated(const std::string& unit, std::size_t times) {
-  std::string text;
-  for (std::size_t i = 0; i < times; ++i) {
-    text += unit;
-  }
-  return text;
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <locale>
+#include <string>
+
+namespace test {
+
+/// Sets the global locale as long as it lives.
+class GlobalLocale {
+ public:
+  explicit GlobalLocale(const std::locale& locale) : previous(std::locale::global(locale)) {}
+  ~GlobalLocale() { std::locale::global(previous); }
+  GlobalLocale(const GlobalLocale&) = delete;
+  GlobalLocale& operator=(const GlobalLocale&) = delete;
+
+ private:
+  std::locale previous;
+};
+
+/// A comma for the point, and a full stop after each digit.
+class OtherPunctuation : public std::numpunct<char> {
+  char do_decimal_point() const override { return ','; }
+  char do_thousands_sep() const override { return '.'; }
+  std::string do_grouping() const override { return "\1"; }
+};
+
+inline std::locale localeOfOtherPunctuation() {
+  return {std::locale::classic(), new OtherPunctuation};
+}
+
+}  // namespace test
