@@ -23,6 +23,22 @@ namespace {
 constexpr char tagMark = '\\';
 constexpr auto npos = std::string_view::npos;
 
+/// Makes room. Much of it is asked for in large pages: most of the time that a long text takes
+/// would else go into having the system map small ones.
+template <typename Container>
+void reserve(Container& container, std::size_t count) {
+  constexpr std::size_t large = std::size_t{4} * 1024 * 1024;
+  container.reserve(count);
+  const std::size_t size = count * sizeof(typename Container::value_type);
+  if (size >= large) {
+    const auto pageSize = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+    auto* const begin = reinterpret_cast<char*>(container.data());
+    const auto beyondPage = reinterpret_cast<std::uintptr_t>(begin) % pageSize;
+    const std::size_t firstPage = beyondPage == 0 ? 0 : pageSize - beyondPage;
+    ::madvise(begin + firstPage, size - firstPage, MADV_HUGEPAGE);
+  }
+}
+
 // Known tags ---------------------------------------------------------------------------------
 
 constexpr std::string_view knownTags[] = {R"(\Pau=)", R"(\Vol=)", R"(\VCT=)",   R"(\RSPD=)",
@@ -96,7 +112,7 @@ struct Tag {
   std::size_t end;    ///< behind the closing mark
 };
 
-/// The next known tag that is closed.
+/// The next known tag that is closed. Inline, as the call would be much of what a short tag takes.
 inline Tag findKnownTag(std::string_view text, std::size_t from, const Characters& characters) {
   std::size_t begin = text.find(tagMark, from);
   while (begin != npos) {
@@ -109,8 +125,8 @@ inline Tag findKnownTag(std::string_view text, std::size_t from, const Character
   return {npos, npos};
 }
 
-/// The text that takes the place of each known tag: what nothing can change any more, and from its last
-/// mark on what may make a tag together with what follows it.
+/// The text that takes the place of each known tag: what nothing can change any more, and from its
+/// last mark on what may make a tag together with what follows it.
 class Replacement {
  public:
   Replacement(std::string_view text, const Characters& characters) : head(text), known(characters) {
@@ -122,8 +138,8 @@ class Replacement {
     }
   }
 
-  /// Appends to `result` what takes the place of the tag in `source` that ends at `end`, and of those
-  /// that are made thereby.
+  /// Appends to `result` what takes the place of the tag in `source` that ends at `end`, and of
+  /// those that are made thereby.
   /// \return the end of all that was replaced
   std::size_t appendTo(std::string& result, std::string_view source, std::size_t end) const {
     result.append(head);
@@ -153,19 +169,6 @@ class Replacement {
   std::string_view tail;
   const Characters& known;
 };
-
-/// Makes room. Much of it is asked for in large pages: most of the time that a long text takes would
-/// else go into having the system map small ones.
-void reserve(std::string& text, std::size_t size) {
-  constexpr std::size_t large = std::size_t{4} * 1024 * 1024;
-  text.reserve(size);
-  if (size >= large) {
-    const auto pageSize = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
-    const auto beyondPage = reinterpret_cast<std::uintptr_t>(text.data()) % pageSize;
-    const std::size_t firstPage = beyondPage == 0 ? 0 : pageSize - beyondPage;
-    ::madvise(text.data() + firstPage, size - firstPage, MADV_HUGEPAGE);
-  }
-}
 
 void trim(std::string& text, const Characters& characters) {
   const std::string_view kept = characters.trimmed(text);
@@ -199,25 +202,23 @@ std::size_t countTokens(std::string_view text, const DelimiterTable& delimiterTa
   return count;
 }
 
-/// The bytes that are no UTF-8 continuation bytes.
-std::size_t countLeadBytes(const char* text, std::size_t size) {
-  constexpr std::size_t lanes = 32;
-  constexpr std::size_t stripesBeforeOverflow = 255;
+// Sums of single bytes, side by side: what compilers turn into vector instructions.
+constexpr std::size_t lanes = 32;
+constexpr std::size_t countedBlock = 4096;  // stays in the nearest cache between two looks
+static_assert(countedBlock / lanes <= 255, "the sums overflow");
+
+/// The bytes of a block that are no UTF-8 continuation bytes.
+std::size_t countLeadBytes(const char* block, std::size_t size) {
   const auto isLead = [](char byte) { return static_cast<signed char>(byte) >= -0x40; };
-  std::size_t count = 0;
-  // Sums of single bytes, side by side: what compilers turn into vector instructions.
-  while (size >= lanes) {
-    std::array<unsigned char, lanes> sums{};
-    const std::size_t stripes = std::min(size / lanes, stripesBeforeOverflow);
-    for (std::size_t stripe = 0; stripe < stripes; ++stripe, text += lanes) {
-      for (std::size_t lane = 0; lane < lanes; ++lane) {
-        sums[lane] = static_cast<unsigned char>(sums[lane] + (isLead(text[lane]) ? 1 : 0));
-      }
+  const char* const end = block + size;
+  std::array<unsigned char, lanes> sums{};
+  for (; end - block >= static_cast<std::ptrdiff_t>(lanes); block += lanes) {
+    for (std::size_t lane = 0; lane < lanes; ++lane) {
+      sums[lane] = static_cast<unsigned char>(sums[lane] + (isLead(block[lane]) ? 1 : 0));
     }
-    count = std::accumulate(sums.begin(), sums.end(), count);
-    size -= stripes * lanes;
   }
-  return count + static_cast<std::size_t>(std::count_if(text, text + size, isLead));
+  return std::accumulate(sums.begin(), sums.end(), std::size_t{0}) +
+         static_cast<std::size_t>(std::count_if(block, end, isLead));
 }
 
 // Rewriting in place -------------------------------------------------------------------------
@@ -317,8 +318,8 @@ class EngineMark {
 
 // Sentences of tags --------------------------------------------------------------------------
 
-/// The longest text that the regular expression gets to see: it takes about 50 ns a byte, and a string
-/// of its kind cannot be as long as a text.
+/// The longest text that the regular expression gets to see: it takes about 50 ns a byte, and a
+/// string of its kind cannot be as long as a text.
 constexpr std::size_t longestMatched = std::size_t{64} * 1024;
 
 bool matchesTagsOnly(std::string_view text) {
@@ -354,7 +355,7 @@ void tokenizeString(std::string& text, std::vector<std::string>& tokens,
   const char* const end = text.data() + text.size();
   const std::size_t needed = tokens.size() + countTokens(text, delimiterTable);
   if (needed > tokens.capacity()) {
-    tokens.reserve(std::max(needed, 2 * tokens.capacity()));
+    reserve(tokens, std::max(needed, 2 * tokens.capacity()));
   }
   const char* begin = std::find_if_not<const char*>(text.data(), end, isDelimiter);
   while (begin != end) {
@@ -389,12 +390,11 @@ void replaceIncorrectApostrophe(std::string& text) {
 }
 
 std::size_t countUtf8Chars(const char* text) {
-  constexpr std::size_t blockSize = 4096;  // stays in the nearest cache between the two looks
   std::size_t count = 0;
-  for (;; text += blockSize) {
-    const std::size_t size = strnlen(text, blockSize);
+  for (;; text += countedBlock) {
+    const std::size_t size = strnlen(text, countedBlock);
     count += countLeadBytes(text, size);
-    if (size < blockSize) {
+    if (size < countedBlock) {
       return count;
     }
   }

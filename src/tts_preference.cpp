@@ -58,8 +58,8 @@ void writePreference(QXmlStreamWriter& writer, const QString& description, const
   writer.writeAttribute(QStringLiteral("value"), value);
 }
 
-// The document model would write attributes in an order that changes from run to run, and characters
-// beyond U+FFFF as the halves of their UTF-16 form.
+// The document model would write attributes in an order that changes from run to run, and
+// characters beyond U+FFFF as the halves of their UTF-16 form.
 void writePreferences(QIODevice& output, const VoiceSetting& setting) {
   QXmlStreamWriter writer(&output);
   writer.setAutoFormatting(true);
@@ -75,8 +75,8 @@ void writePreferences(QIODevice& output, const VoiceSetting& setting) {
   writer.writeEndDocument();
 }
 
-/// Opens by the bytes of the path and without waiting for a pipe's reader, so that neither the locale nor
-/// a pipe that nobody reads matters. Writing then waits as usual.
+/// Opens by the bytes of the path and without waiting for a pipe's reader, so that neither the
+/// locale nor a pipe that nobody reads matters. Writing then waits as usual.
 bool openForWriting(const std::string& path, QFile& file) {
   if (path.find('\0') != std::string::npos) {
     return false;

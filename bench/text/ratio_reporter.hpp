@@ -17,8 +17,8 @@ struct Figure {
   std::string yardstickRun() const { return subjectRun() + ": " + yardstick; }
 };
 
-/// Prints the runs, and then the figures that they give, as a table in Markdown. Of several repetitions
-/// the fastest counts.
+/// Prints the runs, and then the figures that they give, as a table in Markdown. Of several
+/// repetitions the fastest counts.
 class RatioReporter : public benchmark::ConsoleReporter {
  public:
   void ReportRuns(const std::vector<Run>& runs) override;

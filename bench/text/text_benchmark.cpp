@@ -135,31 +135,38 @@ class Comparison {
     figures.push_back(figure);
   }
 
-  /// The same amount of text, and of results that are kept, in one piece and in a hundred. The texts
-  /// live only as long as a run, as all of them would fill the memory.
+  /// The same amount of text, and of results that are kept, in one piece and in a hundred. The
+  /// texts live only as long as a run, as all of them would fill the memory.
   template <typename Function>
   void addLength(const std::string& name, Function function, const std::string& textName,
                  const std::string& unit, double atLeast) {
     constexpr std::size_t pieces = 100;
+    constexpr int repetitions = 5;
     const Figure figure = {name, "100 MB " + textName, "100 x 1 MB", atLeast};
     const std::size_t size = pieces * repeated(unit, megabyte).size();
-    ::add(figure.subjectRun(), size, [=](benchmark::State& state) {
-      const std::string text = repeated(unit, size);
-      for (auto step : state) {
-        benchmark::DoNotOptimize(function(text));
-      }
-    })->Iterations(1);
-    ::add(figure.yardstickRun(), size, [=](benchmark::State& state) {
-      const std::vector<std::string> texts(pieces, repeated(unit, megabyte));
-      for (auto step : state) {
-        std::vector<decltype(function(texts[0]))> results;
-        results.reserve(pieces);
-        for (const std::string& text : texts) {
-          results.push_back(function(text));
-        }
-        benchmark::DoNotOptimize(results);
-      }
-    })->Iterations(1);
+    ::add(figure.subjectRun(), size,
+          [=](benchmark::State& state) {
+            const std::string text = repeated(unit, size);
+            for (auto step : state) {
+              benchmark::DoNotOptimize(function(text));
+            }
+          })
+        ->Iterations(1)
+        ->Repetitions(repetitions);
+    ::add(figure.yardstickRun(), size,
+          [=](benchmark::State& state) {
+            const std::vector<std::string> texts(pieces, repeated(unit, megabyte));
+            for (auto step : state) {
+              std::vector<decltype(function(texts[0]))> results;
+              results.reserve(pieces);
+              for (const std::string& text : texts) {
+                results.push_back(function(text));
+              }
+              benchmark::DoNotOptimize(results);
+            }
+          })
+        ->Iterations(1)
+        ->Repetitions(repetitions);
     figures.push_back(figure);
   }
 
@@ -221,8 +228,8 @@ bool checkLast(const std::string& text) {
   return KQ::checkLastTag(text);
 }
 
-/// A long text is worked on at the rate of short ones, and whatever it is full of takes no more than time
-/// in proportion to it.
+/// A long text is worked on at the rate of short ones, and whatever it is full of takes no more than
+/// time in proportion to it.
 void addLengths(Comparison& comparison) {
   comparison.addLength("replaceTags", replaceTags, "tagged", taggedUnit, 0.8);
   comparison.addAgain(comparison.figures.back(), replaceTags, taggedUnit);

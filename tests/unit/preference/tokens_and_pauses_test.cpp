@@ -78,6 +78,15 @@ TEST(TokenizeStringTest, AppendsNothingForDelimitersAlone) {
   EXPECT_THAT(tokens, ElementsAre("a"));
 }
 
+TEST(TokenizeStringTest, MakesRoomForTheTokensAndNoMore) {
+  std::string text = "  red,,green blue  ";
+  std::vector<std::string> tokens;
+
+  KQ::tokenizeString(text, tokens, " ,");
+
+  EXPECT_EQ(tokens.capacity(), 3U);
+}
+
 TEST(TokenizeStringTest, AppendingOftenDoesNotMoveTheTokensEachTime) {
   std::string text = "a";
   std::vector<std::string> tokens;
@@ -260,7 +269,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Count{"BlockAndTail", std::string(100, 'a') + "\u00e9", 101},
                     Count{"ExactBlock", std::string(4096, 'a'), 4096},
                     Count{"ManyBlocks", repeated("\u65e5", 100000), 100000},
-                    Count{"ManyLeads", std::string(100001, '\xFF'), 100001}),
+                    Count{"BlocksOfLeads", std::string(100001, '\xFF'), 100001}),
     test::RowName());
 
 TEST(CountUtf8CharsTest, CountsFromEveryAlignment) {
