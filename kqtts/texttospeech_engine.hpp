@@ -69,6 +69,7 @@ class KQTTS_EXPORT TextToSpeechEngine {
   /// Initialises the engine anew and puts its language back, English where that fails.
   ///
   /// The two references are the caller's memory from one reload to the next.
+  /// \param packages           all packages that are installed now
   /// \param fallbackUsed       whether the engine runs on English in place of the language wanted
   /// \param requestedLanguage  the language wanted while it does, else empty
   /// \throws KQError with method "getCurrentLanguage" when the engine is not active, and nothing has
@@ -114,8 +115,11 @@ class KQTTS_EXPORT TextToSpeechEngine {
   void resetSpeed();
 
   /// Sets a parameter. Names, units and ranges are the engine's; see its guide.
+  /// \throws KQError of the engine for a name or a value that it does not take
   void setParameter(const std::string& name, const float& value);
 
+  /// The value of a parameter.
+  /// \throws KQError of the engine for a name that it does not know
   float getParameter(const std::string& name) const;
 
   /// The names of the engine's parameters. Needs no active engine.
@@ -139,6 +143,7 @@ class KQTTS_EXPORT TextToSpeechEngine {
   ///         nothing has changed then
   void setCurrentLanguage(const std::string& language);
 
+  /// The language that the engine speaks, or "" when it has none.
   std::string getCurrentLanguage() const;
 
   /// Chooses a voice of any language that the engine offers.
@@ -146,8 +151,10 @@ class KQTTS_EXPORT TextToSpeechEngine {
   ///         "setCurrentLanguage" when it does not offer `voice`; nothing has changed then
   void setCurrentVoice(const std::string& voice);
 
+  /// The voice that the engine speaks with; "default" of an engine that does not name its voices.
   std::string getCurrentVoice() const;
 
+  /// The voice that a language begins with; "default" of an engine that does not name its voices.
   std::string getDefaultVoiceForLanguage(const std::string& language) const;
 
   /// The languages, in the engine's order.
@@ -171,14 +178,18 @@ class KQTTS_EXPORT TextToSpeechEngine {
 
   /// @}
   /// \name Optional features
-  /// An engine without the feature logs a warning and changes nothing.
+  /// An engine without the feature logs a warning, in the category "kqtexttospeechengine", and
+  /// changes nothing.
   /// @{
 
+  /// Makes the entries of the user's dictionary hold.
   void loadDictionary();
 
+  /// Lets the entries of the user's dictionary hold no longer.
   /// \throws KQError with method "UnloadDictionary" when the engine is not active
   void unloadDictionary();
 
+  /// Shows the user's dictionary; where, is the engine's affair.
   /// \throws KQError with method "ShowDictionary" when the engine is not active
   void showDictionary();
 
@@ -227,56 +238,83 @@ class KQTTS_EXPORT TextToSpeechEngine {
   /// is part of the binary interface.
   /// @{
 
+  /// Also called on an engine that is not active.
   virtual std::string xGetName() const = 0;
+  /// Never called on an active engine.
   /// \return whether the engine is usable now
   virtual bool xInitialize(const std::vector<zu::PackageInfo>& packages) = 0;
+  /// Never called on an engine that is not active; utterances may be running.
   /// \return whether the engine is shut down now
   virtual bool xTerminate() = 0;
 
+  /// Speaks, tells the callback of it, and returns when the utterance is over.
   virtual void xStartSynthetizer(const std::string& text) = 0;
+  /// Ends the utterance that is running, if there is one, without waiting for its end. May be called
+  /// from an event of that utterance, as may the next two.
   virtual void xStopSynthetizer() = 0;
+  /// Called only while isPaused() is false.
   virtual void xPauseSynthetizer() = 0;
+  /// Called only after a pause; isPaused() is false already.
   virtual void xRestartSynthetizer() = 0;
 
+  /// Throws KQError for a name or a value that the engine does not take, and changes nothing then.
   virtual void xSetParameter(const std::string& name, const float& value) = 0;
+  /// Sets the speed back to normal.
   virtual void xResetSpeed() = 0;
+  /// Throws KQError for a name that the engine does not know.
   virtual float xGetParameter(const std::string& name) const = 0;
 
   /// \param language  one that xGetAvailableLanguages() offers
   virtual void xSetCurrentLanguage(const std::string& language) = 0;
   /// \param voice  one that xGetAllAvailableVoices() offers
   virtual void xSetCurrentVoice(const std::string& voice) = 0;
+  /// Also called on an engine that is not active. A subset of xGetAvailableLanguages().
   virtual std::vector<std::string> xGetOldLanguagesDetected() const = 0;
+  /// Those of all languages; of the current one alone unless overridden.
   virtual std::map<std::string, std::string> xGetAllAvailableVoices() const {
     return xGetAvailableVoices();
   }
+  /// Those of the current language, each with its language.
   virtual std::map<std::string, std::string> xGetAvailableVoices() const = 0;
+  /// In the engine's order, each once.
   virtual std::vector<std::string> xGetAvailableLanguages() const = 0;
 
+  /// Also called on an engine that is not active.
   virtual std::vector<std::string> xGetAvailableParameters() const = 0;
+  /// In Hz.
   virtual int xGetCurrentSamplingRate() const = 0;
+  /// The engine gives the strings and the result their meaning.
   virtual int xTestTextEncoding(const std::string& first, const std::string& second) = 0;
 
+  /// The folder of a voice; "" unless overridden.
   virtual std::string xGetVoiceInstallDir(const std::string& voice) const {
     static_cast<void>(voice);
     return "";
   }
+  /// "" when there is none.
   virtual std::string xGetCurrentLanguage() const = 0;
+  /// "default" unless overridden.
   virtual std::string xGetCurrentVoice() const { return "default"; }
+  /// "default" unless overridden.
   virtual std::string xGetDefaultVoiceForLanguage(const std::string& language) const {
     static_cast<void>(language);
     return "default";
   }
 
+  /// Logs that there is no user dictionary unless overridden, as do the next four.
   virtual void xLoadDictionary() { logWarningUserDictionary(); }
+  /// \copydoc xLoadDictionary
   virtual void xUnloadDictionary() { logWarningUserDictionary(); }
+  /// \copydoc xLoadDictionary
   virtual void xShowDictionary() { logWarningUserDictionary(); }
+  /// \copydoc xLoadDictionary
   virtual bool xDeleteFromDictionary(const std::string& first, const std::string& second) {
     static_cast<void>(first);
     static_cast<void>(second);
     logWarningUserDictionary();
     return false;
   }
+  /// \copydoc xLoadDictionary
   virtual bool xAddToDictionary(const std::string& first, const std::string& second,
                                 const std::string& third, const std::string& fourth,
                                 const std::string& fifth) {
@@ -289,12 +327,15 @@ class KQTTS_EXPORT TextToSpeechEngine {
     return false;
   }
 
+  /// Logs that there is no default voice unless overridden.
   virtual void xSetDefaultVoice() { logMissing(MissingFeature::defaultVoice); }
+  /// Logs that there is no such effect unless overridden. Also called on an engine that is not active.
   virtual void xApplyEffect(const std::string& effect, bool flag) {
     static_cast<void>(effect);
     static_cast<void>(flag);
     logMissing(MissingFeature::applyEffect);
   }
+  /// \copydoc xApplyEffect
   virtual void xLoadEffect(const boost::filesystem::path& file) {
     static_cast<void>(file);
     logMissing(MissingFeature::loadEffect);
@@ -312,9 +353,9 @@ class KQTTS_EXPORT TextToSpeechEngine {
   bool talking;  ///< shared flag: startSynthetizer() is inside its hook, or its hook threw and no
                  ///< stop came since
   bool paused;   ///< shared flag, written under `mutex`; see isPaused()
-  boost::mutex mutex;  ///< held by stop, pause and restart, hooks included
-  bool reservedFirst;
-  bool reservedSecond;
+  boost::mutex mutex;   ///< held by stop, pause and restart, hooks included
+  bool reservedFirst;   ///< never read or written
+  bool reservedSecond;  ///< never read or written
   TextToSpeechEngineCallbackInterface* callback;  ///< set at construction; not owned
   bool filterEnabled;                             ///< shared flag; see enableFilter()
 

@@ -94,13 +94,21 @@ class KQTTS_EXPORT TextToSpeechManager : public TextToSpeechEngine {
   /// \copydoc enableFilter
   void applyEffect(const std::string& effect, bool flag);
 
+  /// Returns to the default voice of the current language.
+  /// \throws KQError when no engine serves the current language
   void setDefaultVoice();
   /// Asks the engine of the language that `second` names, whatever the current one is.
   int testTextEncoding(const std::string& first, const std::string& second);
+  /// Forwards to the engine.
+  /// \throws KQError when no engine serves the current language
   void loadDictionary();
+  /// \copydoc loadDictionary
   void unloadDictionary();
+  /// \copydoc loadDictionary
   void showDictionary();
+  /// \copydoc loadDictionary
   bool deleteFromDictionary(const std::string& first, const std::string& second);
+  /// \copydoc loadDictionary
   bool addToDictionary(const std::string& first, const std::string& second,
                        const std::string& third, const std::string& fourth,
                        const std::string& fifth);
@@ -108,6 +116,11 @@ class KQTTS_EXPORT TextToSpeechManager : public TextToSpeechEngine {
   /// @}
 
  protected:
+  /// \name Hooks
+  /// Those that act on an engine route to the one that serves the current language, and throw KQError
+  /// with the description "You need to specify a language first." when there is none.
+  /// @{
+
   std::string xGetName() const override;
   bool xInitialize(const std::vector<zu::PackageInfo>& packages) override;
   bool xTerminate() override;
@@ -132,6 +145,7 @@ class KQTTS_EXPORT TextToSpeechManager : public TextToSpeechEngine {
   std::string xGetCurrentVoice() const override;
   std::string xGetDefaultVoiceForLanguage(const std::string& language) const override;
 
+  /// @}
   /// \name Fields
   /// Their order is part of the binary interface.
   /// @{
@@ -139,7 +153,7 @@ class KQTTS_EXPORT TextToSpeechManager : public TextToSpeechEngine {
   boost::shared_ptr<TTSLanguageInfo> sharedLanguageInfo;  ///< set at construction
 
   // Guarded by tablesMutex.
-  std::string currentLanguage;
+  std::string currentLanguage;  ///< that of the engine chosen last, or ""
   std::map<std::string, boost::shared_ptr<TextToSpeechEngine>> engines;  ///< by plug-in name
   std::map<std::string, std::string> languageEngines;  ///< language to plug-in name
   std::map<std::string, std::string> voiceLanguages;   ///< voice to language

@@ -40,8 +40,8 @@ class KQTTS_EXPORT TTSLanguageInfo {
   std::vector<std::string> getLocales();
 
  protected:
-  std::map<std::string, std::string> localeToLanguage;
-  std::map<std::string, std::string> languageToLocale;
+  std::map<std::string, std::string> localeToLanguage;  ///< by locale
+  std::map<std::string, std::string> languageToLocale;  ///< by language
 };
 
 }  // namespace KQ

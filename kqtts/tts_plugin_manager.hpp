@@ -39,6 +39,7 @@ class KQTTS_EXPORT TtsPluginManager {
   /// Opens the plug-in's library and lets it create an engine. Two loads of one name give two
   /// engines.
   ///
+  /// \param name          the plug-in's, for example "nuance"
   /// \param callback      handed to the plug-in unchanged; may be null
   /// \param languageInfo  the shared language table; the plug-in gets a copy of the pointer
   /// \return the engine, or null on failure: one warning is logged, except that a plug-in that has

@@ -25,13 +25,13 @@ class KQTTS_EXPORT VoiceSetting {
   /// Sets the six default parameters: "pitchShift", "doubleVoice", "doubleVoiceLevel" and
   /// "doubleVoiceTimeShift" 0, "voiceLevel" 1, "defaultVoiceSpeed" 100.
   VoiceSetting(VOICE_SETTING_TYPE type, std::string voiceName);
-  ~VoiceSetting();
-  VoiceSetting(const VoiceSetting&);
-  VoiceSetting(VoiceSetting&&) noexcept;
-  VoiceSetting& operator=(const VoiceSetting&);
-  VoiceSetting& operator=(VoiceSetting&&) noexcept;
+  ~VoiceSetting();                                   ///< never throws
+  VoiceSetting(const VoiceSetting&);                 ///< a deep copy
+  VoiceSetting(VoiceSetting&&) noexcept;             ///< the source may be assigned to or destroyed
+  VoiceSetting& operator=(const VoiceSetting&);      ///< a deep copy
+  VoiceSetting& operator=(VoiceSetting&&) noexcept;  ///< the source may be assigned to or destroyed
 
-  VOICE_SETTING_TYPE type;
+  VOICE_SETTING_TYPE type;                  ///< how it was made
   std::string voiceName;                    ///< the synthesiser's voice, "sourceVoice" in files
   std::map<std::string, float> parameters;  ///< by name; the units are the engine's
 };

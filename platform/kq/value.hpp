@@ -13,36 +13,47 @@
 /// several threads, not changed.
 class ZU_EXPORT KQValue {
  public:
-  KQValue();
-  KQValue(bool value);
-  KQValue(int value);
-  KQValue(float value);
-  KQValue(const char* value);  ///< a string; null gives the null value
-  KQValue(std::string value);
-  KQValue(const KQValue& other);
-  KQValue(KQValue&& other) noexcept;
-  KQValue& operator=(const KQValue& other);
-  KQValue& operator=(KQValue&& other) noexcept;
-  ~KQValue();
+  KQValue();                                     ///< null
+  KQValue(bool value);                           ///< a bool
+  KQValue(int value);                            ///< an int
+  KQValue(float value);                          ///< a float
+  KQValue(const char* value);                    ///< a string; null gives the null value
+  KQValue(std::string value);                    ///< a string
+  KQValue(const KQValue& other);                 ///< a deep copy
+  KQValue(KQValue&& other) noexcept;             ///< the source may be assigned to or destroyed
+  KQValue& operator=(const KQValue& other);      ///< a deep copy
+  KQValue& operator=(KQValue&& other) noexcept;  ///< the source may be assigned to or destroyed
+  ~KQValue();                                    ///< with all elements
 
+  /// An array of these values.
   static KQValue array(std::initializer_list<KQValue> elements = {});
 
-  /// Appends an element. \throws KQError unless this is an array.
+  /// Appends an element.
+  /// \throws KQError unless this is an array.
   void push_back(KQValue element);
 
-  /// The number of elements. \throws KQError unless this is an array.
+  /// The number of elements.
+  /// \throws KQError unless this is an array.
   int getSize() const;
 
-  /// The element at `index`, from 0. \throws KQError unless this is an array that holds it.
+  /// The element at `index`, from 0.
+  /// \throws KQError unless this is an array that holds it.
   KQValue& operator[](int index);
+  /// \copydoc operator[](int)
   const KQValue& operator[](int index) const;
 
-  /// The string. \throws KQError unless this is a string.
+  /// The string.
+  /// \throws KQError unless this is a string.
   operator std::string&();
+  /// The string.
+  /// \throws KQError unless this is a string
   operator const std::string&() const;
 
-  /// The number. \throws KQError unless this is a float.
+  /// The number.
+  /// \throws KQError unless this is a float.
   operator float&();
+  /// The number.
+  /// \throws KQError unless this is a float
   operator const float&() const;
 
  private:

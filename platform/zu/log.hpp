@@ -15,13 +15,13 @@ enum class Level { silent, fatal, error, warning, info, verbose, debug };
 
 /// One message.
 struct Record {
-  Level level;
-  std::string category;
-  std::string message;
-  std::string file;
-  std::string function;
-  int line;
-  std::chrono::system_clock::time_point time;
+  Level level;                                 ///< never `silent`
+  std::string category;                        ///< what part of the system speaks
+  std::string message;                         ///< as it was written; may hold line ends
+  std::string file;                            ///< source file, or ""
+  std::string function;                        ///< source function, or ""
+  int line;                                    ///< source line
+  std::chrono::system_clock::time_point time;  ///< when it was written
 };
 
 /// Makes a category known under `name`. Again for a known one: nothing happens.
@@ -43,7 +43,11 @@ ZU_EXPORT bool isEnabled(Level level, const std::string& category);
 /// Emits a record to standard error and to all handlers, if its level is let through. On standard
 /// error it is one line, in which control characters and malformed UTF-8 are escaped and a line
 /// feed at the end of the message is dropped; handlers get the texts as they are.
-/// \param file, function  may be null, which reads as an empty text
+/// \param level           a record of `silent` is never let through
+/// \param category        made known if it is not
+/// \param message         UTF-8; anything else is written as well
+/// \param file, function  the source; may be null, which reads as an empty text
+/// \param line            the source line
 ZU_EXPORT void write(Level level, const std::string& category, const std::string& message,
                      const char* file, const char* function, int line);
 
@@ -51,7 +55,8 @@ ZU_EXPORT void write(Level level, const std::string& category, const std::string
 /// dropped. It may log, which it does not see itself, and may add and remove handlers.
 using Handler = std::function<void(const Record&)>;
 
-/// Adds a handler. \return its id, for removeHandler()
+/// Adds a handler.
+/// \return its id, for removeHandler()
 ZU_EXPORT int addHandler(Handler handler);
 
 /// Removes a handler. When this returns, the handler is not running, will not run again and is

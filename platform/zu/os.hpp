@@ -11,10 +11,12 @@ namespace zu::os {
 /// \return the handle, or null; then dlerror() says why
 ZU_EXPORT void* dlopen(const char* path, int flags);
 
+/// Looks a symbol up.
 /// \return the address of `symbol` in the library, or null; a null handle is refused, not followed
 ZU_EXPORT void* dlsym(void* handle, const char* symbol);
 
-/// Gives a handle back. \return 0 on success; a null handle is refused, not followed
+/// Gives a handle back.
+/// \return 0 on success; a null handle is refused, not followed
 ZU_EXPORT int dlclose(void* handle);
 
 /// The calling thread's last loading error, told once; never null, "" when there is none. Valid until

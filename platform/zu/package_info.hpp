@@ -6,7 +6,7 @@ namespace zu {
 
 /// One installed package, as the host found it.
 struct PackageInfo {
-  std::string uuid;
+  std::string uuid;     ///< tells packages apart; never interpreted
   std::string version;  ///< numbers separated by dots
   std::string path;     ///< the package's folder
 };
