@@ -1,0 +1,17 @@
+// What a fragment of a guide may take for granted: it stands in a host that speaks.
+#include <boost/make_shared.hpp>
+#include <boost/shared_ptr.hpp>
+#include <iostream>
+#include <kq/error.hpp>
+#include <kq/speech_callback.hpp>
+#include <kqtts/texttospeech_manager.hpp>
+#include <kqtts/tts_language_info.hpp>
+#include <kqtts/tts_preference.hpp>
+#include <thread>
+#include <zu/log.hpp>
+#include <zu/path.hpp>
+
+void host(KQ::TextToSpeechManager& tts, const std::vector<zu::PackageInfo>& packages,
+          TextToSpeechEngineCallbackInterface& speaker) {
+  // fragments
+}

@@ -1,0 +1,105 @@
+#!/usr/bin/env bash
+# pre_commit_test.sh CASE SOURCE WORK: one test of scripts/pre-commit, as a hook of a small repository in
+# WORK.
+set -euo pipefail
+
+case_name=$1 source=$2 work=$3
+export HOME=$work GIT_CONFIG_NOSYSTEM=1
+unset GIT_DIR GIT_INDEX_FILE
+
+fail() {
+  echo "$*" >&2
+  cat "$work/output" >&2
+  exit 1
+}
+
+make_repository() {
+  rm -rf "$work"
+  mkdir -p "$work/tree/scripts" "$work/tree/docs" "$work/tree/tools"
+  cd "$work/tree"
+  cp "$source"/scripts/{layers,pre-commit} scripts
+  cp "$source/.clang-format" .
+  # shellcheck disable=SC2016 # no command of ours
+  printf '<!-- scripts/layers -->\n```mermaid\n```\n' >docs/architecture.md
+  git init -q
+  git config user.name somebody
+  git config user.email somebody@example.com
+  git add -A
+  scripts/layers --update
+  git commit -qam 'A beginning'
+  ln -s ../../scripts/pre-commit .git/hooks/pre-commit
+}
+
+commits() { git commit -qm 'A change' >"$work/output" 2>&1 || fail 'It was not committed'; }
+
+# is_refused TEXT: it is not committed, and the hook says so.
+is_refused() {
+  if git commit -qm 'A change' >"$work/output" 2>&1; then fail 'It was committed'; fi
+  grep -qF -- "$1" "$work/output" || fail "It was not told of: $1"
+}
+
+takes_what_is_clean() {
+  echo 'int number();' >tools/number.hpp
+  printf '#!/bin/sh\necho ready\n' >scripts/ready
+  git add -A
+  commits
+}
+
+refuses_another_layout() {
+  echo 'int   number( );' >tools/number.hpp
+  git add -A
+  is_refused 'clang-format-14 -i tools/number.hpp'
+}
+
+looks_at_what_is_staged() {
+  echo 'int number();' >tools/number.hpp
+  git add -A
+  echo 'int   number( );' >tools/number.hpp
+  commits
+  git add -A
+  echo 'int number();' >tools/number.hpp
+  is_refused 'clang-format-14 -i'
+}
+
+refuses_what_shellcheck_does() {
+  # shellcheck disable=SC2016 # the other shell's variable
+  printf '#!/bin/sh\nrm $1\n' >scripts/remove
+  git add -A
+  is_refused SC2086
+}
+
+refuses_white_space_at_the_end() {
+  printf 'A line \n' >docs/page.md
+  git add -A
+  is_refused 'trailing whitespace'
+}
+
+refuses_long_comments() {
+  printf '// %0100d\nint number();\n' 7 >tools/number.hpp
+  git add -A
+  is_refused 'longer than 100 columns'
+}
+
+refuses_an_arrow_that_runs_the_wrong_way() {
+  mkdir platform
+  printf '#include <kqtts/tts_preference.hpp>\n' >platform/upward.cpp
+  git add -A
+  is_refused 'platform may not include kqtts'
+}
+
+refuses_a_picture_that_is_out_of_date() {
+  printf '#include <zu/log.hpp>\n' >tools/logged.cpp
+  git add -A
+  is_refused 'scripts/layers --update'
+}
+
+takes_the_removal_of_a_file() {
+  echo 'int number();' >tools/number.hpp
+  git add -A
+  commits
+  git rm -q tools/number.hpp
+  commits
+}
+
+make_repository
+"$case_name"
