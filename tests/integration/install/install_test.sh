@@ -129,8 +129,8 @@ manual_page_names_all() {
   done < <(usage_words)
 }
 
-# completions WORD...: what bash offers for the last word.
-completions() {
+# in_bash WORD...: what bash offers for the last word.
+in_bash() {
   COMP_WORDS=("$prefix/bin/kqtts" "$@") COMP_CWORD=$# COMPREPLY=()
   # shellcheck disable=SC2317 # called by the completion
   compopt() { :; }
@@ -138,28 +138,44 @@ completions() {
   printf '%s ' "${COMPREPLY[@]}"
 }
 
-# offers EXPECTED WORD...
+# in_zsh WORD...: what zsh offers for the last word.
+in_zsh() {
+  zsh -f "$source/tests/integration/install/completions.zsh" \
+    "$prefix/share/zsh/site-functions/_kqtts" "$prefix/bin/kqtts" "$@"
+}
+
+# offers EXPECTED WORD...: in the shell that is tried.
 offers() {
   local expected=$1 offered
   shift
-  offered=$(completions "$@")
-  [ "$offered" = "$expected" ] || fail "kqtts $* is completed by: $offered, not: $expected"
+  offered=$("in_$shell" "$@")
+  [ "${offered% }" = "$expected" ] || fail "kqtts $* is completed by: $offered, not: $expected"
+}
+
+completes() {
+  offers 'say' sa
+  offers '--log-level' --log
+  offers '--voice' say --vo
+  offers 'engines' list e
+  offers 'warning' --log-level w
+  offers 'EnglishGB' say -l EnglishG
+  offers 'english-gb-male' --log-level error say --voice english-gb-mal
+  offers 'speed=' say -p sp
+  offers 'EnglishGB' explain EnglishG
+  offers 'english-gb-male' explain english-gb-mal
+  offers 'entry-points' check-engine --check entry
+}
+
+completion_in_zsh() {
+  shell=zsh
+  completes
 }
 
 completion_in_bash() {
+  shell=bash
   # shellcheck source=/dev/null
   source "$prefix/share/bash-completion/completions/kqtts"
-  offers 'say ' sa
-  offers '--log-level ' --log
-  offers '--voice ' say --vo
-  offers 'engines ' list e
-  offers 'warning ' --log-level w
-  offers 'EnglishGB ' say -l EnglishG
-  offers 'english-male ' --log-level error say --voice english-mal
-  offers 'speed= ' say -p sp
-  offers 'EnglishGB ' explain EnglishG
-  offers 'english-male ' explain english-mal
-  offers 'entry-points ' check-engine --check entry
+  completes
 }
 
 "$case_name"
