@@ -65,7 +65,7 @@ class BareSpeaker : public Speaker {
   const std::function<bool()>* listener = nullptr;
 };
 
-class EngineSpeaker : public Speaker, private TextToSpeechEngineCallbackInterface {
+class EngineSpeaker : public Speaker, public TextToSpeechEngineCallbackInterface {
  public:
   EngineSpeaker() {
     zu::log::setLevel(zu::log::Level::error);

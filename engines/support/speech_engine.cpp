@@ -85,6 +85,7 @@ bool SpeechEngine::xTerminate() {
     const Lock lock(stateMutex);
     std::swap(guardedState, closed);
   }
+  dictionaries.unloadAll();
   control.stop();
   if (closed.synthesizer) {
     closed.synthesizer->wakeWaiting();
@@ -107,7 +108,13 @@ void SpeechEngine::xStartSynthetizer(const std::string& text) {
   }
   const Sound wanted = sound(now);
   utterance.setEffects(wanted.effects);
-  now.synthesizer->speak(text, wanted.settings, utterance);
+  const auto dictionary = dictionaries.loaded(now.language);
+  if (const auto replaced = dictionary ? dictionary->replaceIn(text) : std::nullopt) {
+    utterance.setReplacedText(*replaced);
+    now.synthesizer->speak(replaced->text(), wanted.settings, utterance);
+  } else {
+    now.synthesizer->speak(text, wanted.settings, utterance);
+  }
 }
 
 void SpeechEngine::xStopSynthetizer() {
@@ -164,6 +171,67 @@ void SpeechEngine::xLoadEffect(const boost::filesystem::path& file) {
 
 void SpeechEngine::xApplyEffect(const std::string& effect, bool flag) {
   effectSet.apply(effect, flag);
+}
+
+// Dictionary ----------------------------------------------------------------------------------
+
+/// \throws DictionaryError for a language that the engine does not offer
+std::string SpeechEngine::dictionaryLanguage(const std::string& wanted) const {
+  const State now = state();
+  const std::string language = wanted.empty() ? now.language : wanted;
+  if (!contains(now.catalogue->languages(), language)) {
+    throw DictionaryError("the engine does not offer the language \"" + language + '"');
+  }
+  return language;
+}
+
+template <typename Work>
+auto SpeechEngine::withDictionary(const char* method, Work work) const {
+  try {
+    return work();
+  } catch (const DictionaryError& error) {
+    throw KQError(traits.name, method, error.what(), nullptr, 0);
+  }
+}
+
+void SpeechEngine::xLoadDictionary() {
+  withDictionary("loadDictionary", [&] { dictionaries.load(dictionaryLanguage("")); });
+}
+
+void SpeechEngine::xUnloadDictionary() {
+  withDictionary("unloadDictionary", [&] { dictionaries.unload(dictionaryLanguage("")); });
+}
+
+void SpeechEngine::xShowDictionary() {
+  withDictionary("showDictionary", [&] {
+    const DictionaryFile file(DictionaryFile::userFolder(), dictionaryLanguage(""));
+    const auto entries = file.read().entries();
+    inform(traits.logCategory,
+           file.path().string() + ": " + std::to_string(entries.size()) + " entries");
+    for (const auto& [word, entry] : entries) {
+      inform(traits.logCategory, '"' + word + "\" is spoken as \"" + entry.replacement + '"' +
+                                     (entry.isExact ? ", in this spelling only" : ""));
+    }
+  });
+}
+
+bool SpeechEngine::xDeleteFromDictionary(const std::string& first, const std::string& second) {
+  return withDictionary("deleteFromDictionary",
+                        [&] { return dictionaries.remove(dictionaryLanguage(second), first); });
+}
+
+bool SpeechEngine::xAddToDictionary(const std::string& first, const std::string& second,
+                                    const std::string& third, const std::string& fourth,
+                                    const std::string& fifth) {
+  return withDictionary("addToDictionary", [&] {
+    if (!fourth.empty() && fourth != "any" && fourth != "exact") {
+      throw DictionaryError(R"(the fourth argument must be "any", "exact" or "")");
+    }
+    if (!fifth.empty()) {
+      throw DictionaryError(R"(the fifth argument must be "")");
+    }
+    return dictionaries.add(dictionaryLanguage(third), {first, second, fourth == "exact"});
+  });
 }
 
 // Parameters ----------------------------------------------------------------------------------

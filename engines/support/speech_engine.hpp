@@ -14,6 +14,7 @@
 #include "support/package_catalogue.hpp"
 #include "support/parameter_table.hpp"
 #include "support/synthesizer.hpp"
+#include "support/user_dictionaries.hpp"
 #include "support/utterance.hpp"
 
 namespace KQ::engines {
@@ -85,6 +86,28 @@ class SpeechEngine : public TextToSpeechEngine {
   void xLoadEffect(const boost::filesystem::path& file) override;
   void xApplyEffect(const std::string& effect, bool flag) override;
 
+  // The user's dictionary of the current language, on disk and, once loaded, in what is spoken.
+  // Each throws KQError for what it cannot do, and changes nothing then.
+
+  /// Reads it anew.
+  void xLoadDictionary() override;
+  void xUnloadDictionary() override;
+  /// Logs its entries, as on disk.
+  void xShowDictionary() override;
+  /// \param first   a word
+  /// \param second  a language, or "" for the current one
+  /// \return whether there was such an entry
+  bool xDeleteFromDictionary(const std::string& first, const std::string& second) override;
+  /// \param first   a word
+  /// \param second  what is spoken in its place
+  /// \param third   a language, or "" for the current one
+  /// \param fourth  "exact" for this spelling only, "any" or "" for upper and lower case
+  /// \param fifth   must be ""
+  /// \return false if it is there as it is
+  bool xAddToDictionary(const std::string& first, const std::string& second,
+                        const std::string& third, const std::string& fourth,
+                        const std::string& fifth) override;
+
  private:
   /// What changes with the life cycle and the choice of language and voice.
   struct State {
@@ -102,10 +125,14 @@ class SpeechEngine : public TextToSpeechEngine {
 
   State state() const;
   Sound sound(const State& state) const;
+  std::string dictionaryLanguage(const std::string& wanted) const;
+  template <typename Work>
+  auto withDictionary(const char* method, Work work) const;
 
   const EngineTraits traits;
   ParameterTable parameterTable;
   EffectSet effectSet;
+  UserDictionaries dictionaries;
   std::atomic<bool> highPass{false};
   UtteranceControl control;
   mutable std::mutex stateMutex;

@@ -67,6 +67,26 @@ char32_t codePoint(std::string_view character) {
   return point;
 }
 
+void appendUtf8(std::string& text, char32_t point) {
+  const auto add = [&](char32_t bits) { text += static_cast<char>(bits); };
+  if (point < 0x80) {
+    add(point);
+    return;
+  }
+  if (point < 0x800) {
+    add(0xC0U | point >> 6U);
+  } else {
+    if (point < 0x10000) {
+      add(0xE0U | point >> 12U);
+    } else {
+      add(0xF0U | point >> 18U);
+      add(0x80U | (point >> 12U & 0x3FU));
+    }
+    add(0x80U | (point >> 6U & 0x3FU));
+  }
+  add(0x80U | (point & 0x3FU));
+}
+
 bool isValidUtf8(std::string_view text) {
   while (!text.empty()) {
     const std::size_t length = utf8Length(text);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 
 namespace KQ::engines {
@@ -11,6 +12,9 @@ std::size_t utf8Length(std::string_view text);
 
 /// The code point of a valid character.
 char32_t codePoint(std::string_view character);
+
+/// Appends a code point as UTF-8.
+void appendUtf8(std::string& text, char32_t point);
 
 bool isValidUtf8(std::string_view text);
 

@@ -131,7 +131,16 @@ bool Utterance::tellMark(int number, std::uint64_t samplePosition) noexcept {
 }
 
 bool Utterance::tellWord(const SpeechWord& word) noexcept {
-  return tellEvent({std::nullopt, word});
+  if (replacedText == nullptr) {
+    return tellEvent({std::nullopt, word});
+  }
+  const SpeechWord original = replacedText->inOriginal(word);
+  // Of the words that stand for one of the original, the first tells it.
+  if (original.textOffset < originalTold) {
+    return mayGoOn();
+  }
+  originalTold = original.textOffset + original.textLength;
+  return tellEvent({std::nullopt, original});
 }
 
 bool Utterance::tellEvent(const Event& event) noexcept {

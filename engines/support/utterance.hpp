@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "support/audio_effects.hpp"
+#include "support/replaced_text.hpp"
 
 namespace KQ::engines {
 
@@ -51,6 +52,10 @@ class Utterance {
   /// Changes the audio on its way to the host. Marks and words stay with the audio that they belong
   /// to. Before run().
   void setEffects(const AudioEffects& wanted) { effects = wanted; }
+
+  /// The synthesiser speaks a text whose words are told as they stand in the original. Before run().
+  /// \param text  stays alive and as it is
+  void setReplacedText(const ReplacedText& text) { replacedText = &text; }
 
   /// Tells the start, lets `speak` speak unless stopped already, and tells the end.
   /// \throws what `speak` or the host throws
@@ -99,6 +104,8 @@ class Utterance {
   UtteranceControl& control;
   TextToSpeechEngineCallbackInterface& host;
   const std::uint64_t stopsBefore;
+  const ReplacedText* replacedText = nullptr;
+  std::size_t originalTold = 0;  ///< where the last word that was told ends in the original
   AudioEffects effects;
   std::unique_ptr<EffectChain> chain;  ///< null before the first audio, and without effects
   std::deque<Event> waiting;           ///< for the audio before them; by position

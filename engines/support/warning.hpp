@@ -12,4 +12,11 @@ inline void warn(const std::string& category, const std::string& message,
   zu::log::write(zu::log::Level::warning, category, message, file, function, line);
 }
 
+/// Logs a piece of information with the place of the call.
+inline void inform(const std::string& category, const std::string& message,
+                   const char* file = __builtin_FILE(), const char* function = __builtin_FUNCTION(),
+                   int line = __builtin_LINE()) {
+  zu::log::write(zu::log::Level::info, category, message, file, function, line);
+}
+
 }  // namespace KQ::engines

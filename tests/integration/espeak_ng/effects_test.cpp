@@ -13,10 +13,10 @@ using test::Samples;
 using test::SpeakingEngine;
 using test::spoken;
 
-constexpr const char* sentence = "The quick brown fox jumps over the lazy dog";
-constexpr int rate = 22050;
+constexpr const char* pangram = "The quick brown fox jumps over the lazy dog";
+constexpr int samplingRate = 22050;
 
-std::string document(const std::string& settings) {
+std::string preferenceFile(const std::string& settings) {
   return "<VoicePreferences>\n" + settings + "</VoicePreferences>\n";
 }
 
@@ -43,8 +43,8 @@ Samples difference(const Samples& first, const Samples& second) {
 class EffectsOfEspeak : public ::testing::Test {
  protected:
   Samples spokenWithEffect(const std::string& settings) {
-    return spoken(sentence, [&](KQ::TextToSpeechEngine& engine) {
-      engine.loadEffect(folder.write("effect.xml", document(settings)));
+    return spoken(pangram, [&](KQ::TextToSpeechEngine& engine) {
+      engine.loadEffect(folder.write("effect.xml", preferenceFile(settings)));
       engine.applyEffect("effect", true);
     });
   }
@@ -53,17 +53,17 @@ class EffectsOfEspeak : public ::testing::Test {
   Samples spokenWithVoice(const std::string& settings) {
     boost::filesystem::create_directories(folder.path() / "voices/derived");
     folder.write("manifest.xml",
-                 document(preference("version", "1.0") + preference("engine", "espeak-ng") +
-                          preference("language", "English")));
-    folder.write("voices/derived/voice.xml", document(preference("sourceVoice", "en-us")));
-    folder.write("voices/derived/voiceSettings.xml", document(settings));
+                 preferenceFile(preference("version", "1.0") + preference("engine", "espeak-ng") +
+                                preference("language", "English")));
+    folder.write("voices/derived/voice.xml", preferenceFile(preference("sourceVoice", "en-us")));
+    folder.write("voices/derived/voiceSettings.xml", preferenceFile(settings));
     SpeakingEngine speaking({{"", "", folder.path().string()}});
-    speaking->startSynthetizer(sentence);
+    speaking->startSynthetizer(pangram);
     return speaking.host.samples();
   }
 
   test::TempFolder folder;
-  const Samples plain = spoken(sentence);
+  const Samples plain = spoken(pangram);
 };
 
 TEST_F(EffectsOfEspeak, DerivedVoiceWithoutPreferencesIsItsSource) {
@@ -72,10 +72,11 @@ TEST_F(EffectsOfEspeak, DerivedVoiceWithoutPreferencesIsItsSource) {
 
 TEST_F(EffectsOfEspeak, DoubleVoiceOfADerivedVoiceHasLevelDelayAndPitch) {
   const Samples copy = difference(plain, spokenWithVoice(doubleVoice("1.5", "0.5", "0.3")));
-  EXPECT_EQ(copy.size(), plain.size() + static_cast<std::size_t>(std::lround(rate * 0.3)));
-  EXPECT_NEAR(test::delayBetween(plain, copy, rate), rate * 0.3, rate * 0.03);
+  EXPECT_EQ(copy.size(), plain.size() + static_cast<std::size_t>(std::lround(samplingRate * 0.3)));
+  EXPECT_NEAR(test::delayBetween(plain, copy, samplingRate), samplingRate * 0.3,
+              samplingRate * 0.03);
   EXPECT_NEAR(test::level(copy) / test::level(plain), 0.5, 0.06);
-  EXPECT_NEAR(test::pitch(copy, rate) / test::pitch(plain, rate), 1.5, 0.1);
+  EXPECT_NEAR(test::pitch(copy, samplingRate) / test::pitch(plain, samplingRate), 1.5, 0.1);
 }
 
 TEST_F(EffectsOfEspeak, DoubleVoiceOfAnEffectIsThatOfAVoice) {
@@ -97,16 +98,17 @@ class EspeakPitch : public EffectsOfEspeak, public ::testing::WithParamInterface
 
 TEST_P(EspeakPitch, IsReachedWhereTheSynthesiserCannot) {
   const auto shiftedBy = [&](const char* factor) {
-    return spoken(sentence, [&](KQ::TextToSpeechEngine& engine) {
+    return spoken(pangram, [&](KQ::TextToSpeechEngine& engine) {
       engine.setCurrentVoice(GetParam().voice);
-      engine.loadEffect(folder.write("effect.xml", document(preference("pitchShift", factor))));
+      engine.loadEffect(
+          folder.write("effect.xml", preferenceFile(preference("pitchShift", factor))));
       engine.applyEffect("effect", true);
     });
   };
   const Samples normal = shiftedBy("1");
   const Samples shifted = shiftedBy(GetParam().value);
-  EXPECT_NEAR(test::pitch(shifted, rate) / test::pitch(normal, rate), GetParam().factor,
-              GetParam().factor * 0.06);
+  EXPECT_NEAR(test::pitch(shifted, samplingRate) / test::pitch(normal, samplingRate),
+              GetParam().factor, GetParam().factor * 0.06);
   EXPECT_NEAR(test::length(shifted), test::length(normal), test::length(normal) * 0.02);
 }
 
@@ -120,9 +122,9 @@ INSTANTIATE_TEST_SUITE_P(Factors, EspeakPitch,
 TEST_F(EffectsOfEspeak, EffectsMultiplyWithTheVoiceAndTheParameters) {
   SpeakingEngine speaking;
   speaking->setParameter("voiceLevel", 0.5F);
-  speaking->loadEffect(folder.write("half.xml", document(preference("voiceLevel", "0.5"))));
+  speaking->loadEffect(folder.write("half.xml", preferenceFile(preference("voiceLevel", "0.5"))));
   speaking->applyEffect("half", true);
-  speaking->startSynthetizer(sentence);
+  speaking->startSynthetizer(pangram);
   EXPECT_NEAR(test::level(speaking.host.samples()) / test::level(plain), 0.25, 0.025);
 }
 
@@ -132,8 +134,8 @@ TEST_F(EffectsOfEspeak, SpeedOfAnEffectIsPercent) {
 }
 
 TEST_F(EffectsOfEspeak, SwitchedOffAgainEverythingIsAsBefore) {
-  const Samples again = spoken(sentence, [&](KQ::TextToSpeechEngine& engine) {
-    engine.loadEffect(folder.write("effect.xml", document(doubleVoice("1.5", "1", "0.1"))));
+  const Samples again = spoken(pangram, [&](KQ::TextToSpeechEngine& engine) {
+    engine.loadEffect(folder.write("effect.xml", preferenceFile(doubleVoice("1.5", "1", "0.1"))));
     engine.applyEffect("effect", true);
     engine.enableFilter(true);
     engine.applyEffect("effect", false);
@@ -152,7 +154,7 @@ TEST_F(EffectsOfEspeak, ARobotsPreferencesAreAnEffect) {
   std::string file = (folder.path() / "robot.xml").string();
   ASSERT_TRUE(
       KQ::writeVoiceSettingInXml(file, KQ::makeVoiceSettingFromSysXml(preferences, "en-us")));
-  const Samples robot = spoken(sentence, [&](KQ::TextToSpeechEngine& engine) {
+  const Samples robot = spoken(pangram, [&](KQ::TextToSpeechEngine& engine) {
     engine.loadEffect(file);
     engine.applyEffect("robot", true);
   });
@@ -161,12 +163,12 @@ TEST_F(EffectsOfEspeak, ARobotsPreferencesAreAnEffect) {
 
 TEST_F(EffectsOfEspeak, FilterTakesAwayTheLowestPartAndLeavesTheRest) {
   const Samples filtered =
-      spoken(sentence, [](KQ::TextToSpeechEngine& engine) { engine.enableFilter(true); });
+      spoken(pangram, [](KQ::TextToSpeechEngine& engine) { engine.enableFilter(true); });
   ASSERT_EQ(filtered.size(), plain.size());
   const auto power = [](const Samples& samples, double from, double to) {
     double sum = 0;
     for (double frequency = from; frequency < to; frequency += 5) {
-      sum += std::pow(test::amplitudeAt(samples, frequency, rate), 2);
+      sum += std::pow(test::amplitudeAt(samples, frequency, samplingRate), 2);
     }
     return sum;
   };
@@ -177,7 +179,8 @@ TEST_F(EffectsOfEspeak, FilterTakesAwayTheLowestPartAndLeavesTheRest) {
 TEST_F(EffectsOfEspeak, MarksStayAtTheirPlaces) {
   const auto position = [&](bool isChanged) {
     SpeakingEngine speaking;
-    speaking->loadEffect(folder.write("effect.xml", document(doubleVoice("1.5", "1", "0.1"))));
+    speaking->loadEffect(
+        folder.write("effect.xml", preferenceFile(doubleVoice("1.5", "1", "0.1"))));
     speaking->applyEffect("effect", isChanged);
     speaking->startSynthetizer("One \\mrk=1\\ two \\Pau=500\\ three");
     return speaking.host.events(test::SpeechEvent::Kind::mark).at(0).word.samplePosition;
@@ -187,19 +190,19 @@ TEST_F(EffectsOfEspeak, MarksStayAtTheirPlaces) {
 
 TEST_F(EffectsOfEspeak, WordsAreToldBeforeTheirAudio) {
   SpeakingEngine speaking;
-  speaking->loadEffect(folder.write("effect.xml", document(preference("pitchShift", "2"))));
+  speaking->loadEffect(folder.write("effect.xml", preferenceFile(preference("pitchShift", "2"))));
   speaking->applyEffect("effect", true);
-  speaking->startSynthetizer(sentence);
+  speaking->startSynthetizer(pangram);
   std::uint64_t heard = 0;
   std::vector<std::string> late;
   for (const test::SpeechEvent& event : speaking.host.events()) {
     heard += event.count;
     if (event.kind == test::SpeechEvent::Kind::word && event.word.samplePosition < heard) {
-      late.push_back(std::string(sentence).substr(event.word.textOffset, event.word.textLength));
+      late.push_back(std::string(pangram).substr(event.word.textOffset, event.word.textLength));
     }
   }
   EXPECT_THAT(late, ::testing::IsEmpty());
-  EXPECT_EQ(speaking.host.words(sentence).size(), 9U);
+  EXPECT_EQ(speaking.host.words(pangram).size(), 9U);
 }
 
 TEST(ShippedVoices, FrenchRobotIsADoubleVoice) {

@@ -132,13 +132,13 @@ TEST_F(Effects, FolderIsAnError) {
 constexpr const char* noEffect =
     "holds no effect: it has none of the known values, or is no XML that can be read";
 
-struct HostileRow {
+struct HostileFileRow {
   const char* name;
   std::string content;
   std::string why;
 };
 
-const HostileRow hostileFiles[] = {
+const HostileFileRow hostileFiles[] = {
     {"Empty", "", noEffect},
     {"NoXml", "pitchShift = 2", noEffect},
     {"CutShort", "<VoicePreferences>" + setting("pitchShift", "2"), noEffect},
@@ -168,7 +168,7 @@ const HostileRow hostileFiles[] = {
      "preference \"doubleVoiceTimeShift\" is out of range"},
 };
 
-class HostileEffect : public Effects, public ::testing::WithParamInterface<HostileRow> {};
+class HostileEffect : public Effects, public ::testing::WithParamInterface<HostileFileRow> {};
 
 TEST_P(HostileEffect, IsAClearError) {
   const auto file = folder.write("robot.xml", GetParam().content);

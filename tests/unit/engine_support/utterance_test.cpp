@@ -17,9 +17,9 @@ using test::Samples;
 using test::SpeechEvent;
 using test::SpeechRecorder;
 using ::testing::ElementsAre;
-using Kind = SpeechEvent::Kind;
+using EventKind = SpeechEvent::Kind;
 
-constexpr int rate = 22050;
+constexpr int samplingRate = 22050;
 constexpr std::size_t bufferSize = 441;
 const AudioEffects lateEffects{1.5F, {{1.25F, 0.5F, 0.1F}}, true};
 
@@ -27,14 +27,14 @@ const AudioEffects lateEffects{1.5F, {{1.25F, 0.5F, 0.1F}}, true};
 class ChangedUtterance : public ::testing::Test {
  protected:
   void tellBuffers(int count) {
-    const Samples buffer = test::tone(300, bufferSize, rate);
+    const Samples buffer = test::tone(300, bufferSize, samplingRate);
     for (int i = 0; i < count; ++i) {
-      utterance.tellAudio(buffer.data(), buffer.size(), rate);
+      utterance.tellAudio(buffer.data(), buffer.size(), samplingRate);
     }
   }
 
   /// The number of samples that came before the first event of a kind.
-  std::size_t samplesBefore(Kind kind) const {
+  std::size_t samplesBefore(EventKind kind) const {
     std::size_t count = 0;
     for (const SpeechEvent& event : host.events()) {
       if (event.kind == kind) {
@@ -51,16 +51,16 @@ class ChangedUtterance : public ::testing::Test {
 };
 
 TEST_F(ChangedUtterance, WithoutEffectsIsPassedOnAsItIs) {
-  const Samples buffer = test::tone(300, bufferSize, rate);
+  const Samples buffer = test::tone(300, bufferSize, samplingRate);
   utterance.setEffects({});
-  utterance.run([&] { utterance.tellAudio(buffer.data(), buffer.size(), rate); });
+  utterance.run([&] { utterance.tellAudio(buffer.data(), buffer.size(), samplingRate); });
   EXPECT_EQ(host.samples(), buffer);
 }
 
 TEST_F(ChangedUtterance, LosesNothingAtTheEnd) {
   utterance.setEffects(lateEffects);
   utterance.run([&] { tellBuffers(50); });
-  EXPECT_EQ(host.samples().size(), 50 * bufferSize + rate / 10);
+  EXPECT_EQ(host.samples().size(), 50 * bufferSize + samplingRate / 10);
   EXPECT_THAT(host.ends(), ElementsAre(SpeechEnd::finished));
 }
 
@@ -79,10 +79,10 @@ TEST_F(ChangedUtterance, TellsAMarkBetweenItsSamples) {
     utterance.tellMark(7, utterance.samplesTold());
     tellBuffers(20);
   });
-  ASSERT_EQ(host.events(Kind::mark).size(), 1U);
-  EXPECT_EQ(host.events(Kind::mark)[0].number, 7);
-  EXPECT_EQ(host.events(Kind::mark)[0].word.samplePosition, 20 * bufferSize);
-  EXPECT_EQ(samplesBefore(Kind::mark), 20 * bufferSize);
+  ASSERT_EQ(host.events(EventKind::mark).size(), 1U);
+  EXPECT_EQ(host.events(EventKind::mark)[0].number, 7);
+  EXPECT_EQ(host.events(EventKind::mark)[0].word.samplePosition, 20 * bufferSize);
+  EXPECT_EQ(samplesBefore(EventKind::mark), 20 * bufferSize);
 }
 
 TEST_F(ChangedUtterance, TellsAWordBeforeItsSamples) {
@@ -92,9 +92,9 @@ TEST_F(ChangedUtterance, TellsAWordBeforeItsSamples) {
     utterance.tellWord({4, 5, utterance.samplesTold() + 100});
     tellBuffers(20);
   });
-  ASSERT_EQ(host.events(Kind::word).size(), 1U);
-  EXPECT_EQ(host.events(Kind::word)[0].word.textOffset, 4U);
-  EXPECT_EQ(samplesBefore(Kind::word), 20 * bufferSize + 100);
+  ASSERT_EQ(host.events(EventKind::word).size(), 1U);
+  EXPECT_EQ(host.events(EventKind::word)[0].word.textOffset, 4U);
+  EXPECT_EQ(samplesBefore(EventKind::word), 20 * bufferSize + 100);
 }
 
 TEST_F(ChangedUtterance, TellsEventsInTheOrderOfTheirPositions) {
@@ -105,10 +105,10 @@ TEST_F(ChangedUtterance, TellsEventsInTheOrderOfTheirPositions) {
     utterance.tellMark(2, 100);
     tellBuffers(20);
   });
-  EXPECT_EQ(host.events(Kind::mark)[0].number, 1);
-  EXPECT_EQ(host.events(Kind::mark)[1].number, 2);
-  EXPECT_EQ(samplesBefore(Kind::mark), 100U);
-  EXPECT_EQ(samplesBefore(Kind::word), 300U);
+  EXPECT_EQ(host.events(EventKind::mark)[0].number, 1);
+  EXPECT_EQ(host.events(EventKind::mark)[1].number, 2);
+  EXPECT_EQ(samplesBefore(EventKind::mark), 100U);
+  EXPECT_EQ(samplesBefore(EventKind::word), 300U);
 }
 
 TEST_F(ChangedUtterance, TellsAMarkAtTheVeryEnd) {
@@ -117,13 +117,13 @@ TEST_F(ChangedUtterance, TellsAMarkAtTheVeryEnd) {
     tellBuffers(20);
     utterance.tellMark(7, utterance.samplesTold());
   });
-  EXPECT_EQ(samplesBefore(Kind::mark), 20 * bufferSize);
+  EXPECT_EQ(samplesBefore(EventKind::mark), 20 * bufferSize);
 }
 
 TEST_F(ChangedUtterance, TellsMarksWithoutAudio) {
   utterance.setEffects(lateEffects);
   utterance.run([&] { utterance.tellMark(7, 0); });
-  EXPECT_EQ(host.events(Kind::mark).size(), 1U);
+  EXPECT_EQ(host.events(EventKind::mark).size(), 1U);
 }
 
 TEST_F(ChangedUtterance, StoppedOneTellsNothingOfWhatWasHeldBack) {
@@ -135,7 +135,7 @@ TEST_F(ChangedUtterance, StoppedOneTellsNothingOfWhatWasHeldBack) {
   });
   const std::size_t heard = host.samples().size();
   EXPECT_LT(heard, 20 * bufferSize);
-  EXPECT_TRUE(host.events(Kind::mark).empty());
+  EXPECT_TRUE(host.events(EventKind::mark).empty());
   EXPECT_THAT(host.ends(), ElementsAre(SpeechEnd::stopped));
 }
 
@@ -153,7 +153,7 @@ TEST_F(ChangedUtterance, StopDuringTheRestEndsIt) {
     utterance.tellMark(7, utterance.samplesTold());
     allIsSpoken = true;
   });
-  EXPECT_TRUE(host.events(Kind::mark).empty());
+  EXPECT_TRUE(host.events(EventKind::mark).empty());
   EXPECT_THAT(host.ends(), ElementsAre(SpeechEnd::stopped));
 }
 
@@ -161,7 +161,7 @@ TEST_F(ChangedUtterance, RefusingSinkEndsIt) {
   utterance.setEffects(lateEffects);
   host.atAudio = [] { return false; };
   utterance.run([&] { tellBuffers(50); });
-  EXPECT_EQ(host.events(Kind::audio).size(), 1U);
+  EXPECT_EQ(host.events(EventKind::audio).size(), 1U);
   EXPECT_THAT(host.ends(), ElementsAre(SpeechEnd::stopped));
 }
 
@@ -169,7 +169,7 @@ TEST_F(ChangedUtterance, FailingSinkEndsIt) {
   utterance.setEffects(lateEffects);
   host.atAudio = []() -> bool { throw std::runtime_error("no more"); };
   EXPECT_THROW(utterance.run([&] { tellBuffers(50); }), std::runtime_error);
-  EXPECT_EQ(host.events(Kind::audio).size(), 1U);
+  EXPECT_EQ(host.events(EventKind::audio).size(), 1U);
   EXPECT_THAT(host.ends(), ElementsAre(SpeechEnd::failed));
 }
 
@@ -198,8 +198,8 @@ TEST_F(ChangedUtterance, PauseHoldsWhatIsHeldBack) {
   EXPECT_TRUE(host.ends().empty());
   control.resume();
   speech.join();
-  EXPECT_LT(heard, 20 * bufferSize + rate / 2);
-  EXPECT_EQ(host.samples().size(), 20 * bufferSize + rate / 2);
+  EXPECT_LT(heard, 20 * bufferSize + samplingRate / 2);
+  EXPECT_EQ(host.samples().size(), 20 * bufferSize + samplingRate / 2);
 }
 
 }  // namespace
