@@ -31,9 +31,9 @@ import xml.etree.ElementTree as ET
 HERE = pathlib.Path(__file__).resolve().parent
 TREE = HERE.parent.parent.parent
 STEP = re.compile(r"^```(?P<info>[^\n]*)\n(?P<text>.*?)^```$|^<!-- given:(?P<given>.*?)-->", re.DOTALL | re.MULTILINE)
-TREE_COMMAND = re.compile(r"^(\./)?(scripts|\.ci)/|^cmake --(preset|build --preset)|^ctest --preset|^ln ")
+TREE_COMMAND = re.compile(r"^(\./)?(scripts|\.ci)/|^cmake --(preset|build --preset|install build/)|^ctest --preset|^ln ")
 LINK = re.compile(r"(?<!!)\[[^\]]*\]\(([^)\s]+)\)")
-# Records every sample of the default audio device to nothing.
+# An audio device that nobody hears.
 AUDIO_DEVICE = 'pcm.!default { type null }\n'
 
 
