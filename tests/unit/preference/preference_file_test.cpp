@@ -209,10 +209,13 @@ TEST_F(PreferenceFileTest, WritingWaitsForTheReaderOfAPipe) {
   ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
   const int reader = ::open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
   ::fcntl(reader, F_SETFL, 0);
+  pollfd probe = {::open(pipe.c_str(), O_WRONLY | O_NONBLOCK), POLLOUT, 0};
 
   std::thread writer([&] { write(makeSetting(voice)); });
-  pollfd readable = {reader, POLLIN, 0};
-  ::poll(&readable, 1, -1);
+  while (::poll(&probe, 1, 0) > 0) {
+    std::this_thread::yield();  // until it is full
+  }
+  ::close(probe.fd);
   std::string content;
   char block[4096];
   for (ssize_t size = 1; size > 0; content.append(block, static_cast<std::size_t>(size))) {
