@@ -7,7 +7,9 @@
 #include <cerrno>
 #include <charconv>
 #include <cstring>
+#include <fstream>
 #include <iostream>
+#include <iterator>
 #include <kqtts/tts_preference.hpp>
 #include <map>
 #include <memory>
@@ -83,6 +85,8 @@ int show(const VoiceSettingsOptions& options, const StandardOutput& output) {
 
 // set ---------------------------------------------------------------------------------------------
 
+constexpr const char* cannotWriteAdvice = "name a file that can be written";
+
 std::string knownNames(const KQ::VoiceSetting& setting) {
   std::string names = voiceName;
   for (const auto& parameter : setting.parameters) names += ", " + parameter.first;
@@ -110,9 +114,32 @@ void apply(const std::string& written, KQ::VoiceSetting& setting) {
   parameter->second = parseNumber(asText(*number)).value_or(*number);
 }
 
+std::string contentOf(const std::string& file) {
+  std::ifstream stream(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+/// A file of another kind reads as the defaults, and would be lost.
+void requirePreferenceFile(const std::string& file) {
+  namespace fs = boost::filesystem;
+  boost::system::error_code error;
+  const KQ::VoiceSetting defaults(KQ::VOICE_SETTING_PREFERENCES, "");
+  if (!fs::is_regular_file(file, error) || fs::is_empty(file, error) || !(read(file) == defaults)) {
+    return;
+  }
+  const ReplacedFile output(file, cannotWriteAdvice);
+  std::string path = output.path();
+  KQ::writeVoiceSettingInXml(path, defaults);
+  if (fs::file_size(path, error) != fs::file_size(file, error) ||
+      contentOf(path) != contentOf(file)) {
+    throw Failure(file + " sets nothing or is no voice preference file",
+                  "remove it or name another; nothing is changed");
+  }
+}
+
 /// The file takes its place only once it is seen to hold the setting.
 void write(const std::string& file, const KQ::VoiceSetting& setting) {
-  ReplacedFile output(file, "name a file that can be written");
+  ReplacedFile output(file, cannotWriteAdvice);
   std::string path = output.path();
   if (!KQ::writeVoiceSettingInXml(path, setting) || !(read(path) == setting)) {
     throw Failure("cannot write " + file + " whole",
@@ -125,6 +152,7 @@ int set(const VoiceSettingsOptions& options, const StandardOutput& /*output*/) {
   if (options.settings.empty()) {
     throw UsageError("there is nothing to set", "write NAME=VALUE behind the file");
   }
+  requirePreferenceFile(options.file);
   KQ::VoiceSetting setting = read(options.file);
   for (const std::string& written : options.settings) apply(written, setting);
   write(options.file, setting);

@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 
 #include <boost/filesystem/operations.hpp>
+#include <fstream>
+#include <iterator>
 #include <kqtts/tts_preference.hpp>
 #include <nlohmann/json.hpp>
 
@@ -26,6 +28,11 @@ class VoiceSettings : public ProgramTest {
     return KQ::makeVoiceSettingFromXml(readable);
   }
 
+  static std::string readWhole(const std::string& name) {
+    std::ifstream stream(name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+  }
+
   std::string file = path("voiceSettings.xml");
 };
 
@@ -47,6 +54,30 @@ TEST_F(VoiceSettings, SetKeepsWhatItIsNotToldToChange) {
   EXPECT_EQ(readFile().voiceName, "a=b");
   EXPECT_EQ(readFile().parameters.at("pitchShift"), -1.23457F);
   EXPECT_EQ(readFile().parameters.at("voiceLevel"), 0.5F);
+}
+
+TEST_F(VoiceSettings, SetLeavesAFileOfAnotherKindAlone) {
+  folder.write("voiceSettings.xml", "hello");
+
+  expectFailure(runSettings({"set", file, "voiceLevel=0.5"}), 1, "is no voice preference file");
+  EXPECT_EQ(readWhole(file), "hello");
+}
+
+TEST_F(VoiceSettings, SetTakesAFileOfDefaultsAndAnEmptyOne) {
+  EXPECT_EQ(runSettings({"set", file, "voiceLevel=1"}).status, 0);
+  EXPECT_EQ(runSettings({"set", file, "voiceLevel=0.5"}).status, 0);
+  folder.write("voiceSettings.xml", "");
+  EXPECT_EQ(runSettings({"set", file, "voiceLevel=0.5"}).status, 0);
+
+  EXPECT_EQ(readFile().parameters.at("voiceLevel"), 0.5F);
+}
+
+TEST_F(VoiceSettings, SetAndShowTakeAPathOfAnyBytesInTheCLocale) {
+  const std::string other = path("voix-\u00e9-\u97f3-\xFF.xml");
+
+  EXPECT_EQ(runSettings({"set", other, "sourceVoice=Bob"}).status, 0);
+
+  EXPECT_THAT(runSettings({"show", other}).output, StartsWith("sourceVoice=Bob\n"));
 }
 
 TEST_F(VoiceSettings, ShowWritesWhatSetTakes) {
