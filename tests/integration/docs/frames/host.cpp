@@ -4,6 +4,7 @@
 #include <iostream>
 #include <kq/error.hpp>
 #include <kq/speech_callback.hpp>
+#include <kq/value.hpp>
 #include <kqtts/texttospeech_manager.hpp>
 #include <kqtts/tts_language_info.hpp>
 #include <kqtts/tts_preference.hpp>
@@ -12,6 +13,6 @@
 #include <zu/path.hpp>
 
 void host(KQ::TextToSpeechManager& tts, const std::vector<zu::PackageInfo>& packages,
-          TextToSpeechEngineCallbackInterface& speaker) {
+          TextToSpeechEngineCallbackInterface& speaker, const KQValue& preferences) {
   // fragments
 }
