@@ -11,6 +11,8 @@
 
 class TextToSpeechEngineCallbackInterface;
 
+/// The library: the contract of speech engines, what finds and joins them, and what hosts and
+/// engines need besides.
 namespace KQ {
 
 class TTSLanguageInfo;
@@ -249,8 +251,8 @@ class KQTTS_EXPORT TextToSpeechEngine {
 
   /// Speaks, tells the callback of it, and returns when the utterance is over.
   virtual void xStartSynthetizer(const std::string& text) = 0;
-  /// Ends the utterance that is running, if there is one, without waiting for its end. May be called
-  /// from an event of that utterance, as may the next two.
+  /// Ends the utterance that is running, if there is one, without waiting for its end. May be
+  /// called from an event of that utterance, as may the next two.
   virtual void xStopSynthetizer() = 0;
   /// Called only while isPaused() is false.
   virtual void xPauseSynthetizer() = 0;
@@ -329,7 +331,8 @@ class KQTTS_EXPORT TextToSpeechEngine {
 
   /// Logs that there is no default voice unless overridden.
   virtual void xSetDefaultVoice() { logMissing(MissingFeature::defaultVoice); }
-  /// Logs that there is no such effect unless overridden. Also called on an engine that is not active.
+  /// Logs that there is no such effect unless overridden. Also called on an engine that is not
+  /// active.
   virtual void xApplyEffect(const std::string& effect, bool flag) {
     static_cast<void>(effect);
     static_cast<void>(flag);

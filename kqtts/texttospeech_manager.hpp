@@ -117,8 +117,8 @@ class KQTTS_EXPORT TextToSpeechManager : public TextToSpeechEngine {
 
  protected:
   /// \name Hooks
-  /// Those that act on an engine route to the one that serves the current language, and throw KQError
-  /// with the description "You need to specify a language first." when there is none.
+  /// Those that act on an engine route to the one that serves the current language, and throw
+  /// KQError with the description "You need to specify a language first." when there is none.
   /// @{
 
   std::string xGetName() const override;

@@ -11,9 +11,6 @@
 
 namespace KQ {
 
-// ---------------------------------------------------------------------------------------------
-// Voice preferences
-
 /// How a voice setting was made. Stored, never interpreted here.
 enum VOICE_SETTING_TYPE : std::int32_t {
   VOICE_SETTING_PREFERENCES = 1  ///< read from a preference file or from the system's preferences
@@ -36,6 +33,10 @@ class KQTTS_EXPORT VoiceSetting {
   std::map<std::string, float> parameters;  ///< by name; the units are the engine's
 };
 
+/// \name Voice preferences
+/// All may be called at once from any threads. A file that is written meanwhile may be read half.
+/// @{
+
 /// Whether type, name and all parameters are equal; numbers exactly, so that a NaN equals nothing.
 KQTTS_EXPORT bool operator==(VoiceSetting lhs, VoiceSetting rhs);
 
@@ -52,7 +53,8 @@ KQTTS_EXPORT VoiceSetting makeVoiceSettingFromXml(boost::filesystem::path& file)
 /// Writes a preference file anew, with every parameter of the setting. Numbers have six significant
 /// digits, in every locale. What XML cannot hold, such as control characters and what is not UTF-8,
 /// is written as U+FFFD. Failures to write after opening are not reported.
-/// \param file  UTF-8 path; its folder must exist
+/// \param file     UTF-8 path; its folder must exist
+/// \param setting  what to write
 /// \return whether the file could be opened; if not, an error is logged in "tts.preference"
 KQTTS_EXPORT bool writeVoiceSettingInXml(std::string& file, VoiceSetting setting);
 
@@ -72,12 +74,12 @@ KQTTS_EXPORT VoiceSetting makeVoiceSettingFromSysXml(KQValue preferences,
 KQTTS_EXPORT std::string xRetrieveVoiceSettingsFile(const std::string& voiceName,
                                                     const boost::filesystem::path& directory);
 
-// ---------------------------------------------------------------------------------------------
-// Text markup
-//
-// A tag begins with a backslash and ends with the next one: "\Pau=500\". None of these functions
-// throws of its own, all may be called at once from any threads, and their time is linear in the
-// text, whatever it is full of.
+/// @}
+/// \name Text markup
+/// A tag begins with a backslash and ends with the next one: "\Pau=500\". None of these functions
+/// throws of its own, all may be called at once from any threads, and their time is linear in the
+/// text, whatever it is full of.
+/// @{
 
 /// Splits a text. Appends to `tokens` each run of bytes that are not in `delimiters`: none is
 /// empty, and without delimiters the text is one token.
@@ -88,7 +90,7 @@ KQTTS_EXPORT void tokenizeString(std::string& text, std::vector<std::string>& to
 /// modulo 2^32.
 KQTTS_EXPORT int makeSpecificId(int id);
 
-/// Rewrites each pause mark "\mrkpause=N\" as the engine mark "\mrk=M\ " (a space follows), M being
+/// Rewrites each pause mark `\mrkpause=N\` as the engine mark `\mrk=M\` and a space, M being
 /// makeSpecificId(N) in plain decimal, in every locale. N is read as atoi() reads it, 0 where there
 /// is no number. A mark that is not closed stays as it is.
 KQTTS_EXPORT void replaceMrkPause(std::string& text);
@@ -106,15 +108,19 @@ KQTTS_EXPORT bool checkLastTag(const std::string& text);
 
 /// Replaces every known tag, then trims white space from both ends. The known tags begin, in any
 /// case, with "\Pau=", "\Vol=", "\VCT=", "\RSPD=", "\RST", "\mrk=", "\Style=" or "\last". Others,
-/// and one that is not closed, stay as they are. Case and white space are what the global locale says.
+/// and one that is not closed, stay as they are. Case and white space are what the global locale
+/// says.
 ///
 /// A known tag that the replacement makes together with what follows it is replaced in turn; only
 /// where the replacement itself holds a complete known tag is what was inserted left alone.
+/// \param text         UTF-8; what is not, stays as it is
 /// \param replacement  not null
 KQTTS_EXPORT std::string replaceTags(const std::string& text, const char* replacement);
 
 /// Whether the text, up to its first NUL, holds nothing but tags, known or not, and spaces. Other
 /// white space is text.
 KQTTS_EXPORT bool isTagsOnlySentence(const std::string& text);
+
+/// @}
 
 }  // namespace KQ

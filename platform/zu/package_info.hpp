@@ -2,6 +2,7 @@
 
 #include <string>
 
+/// The framework's own facilities.
 namespace zu {
 
 /// One installed package, as the host found it.

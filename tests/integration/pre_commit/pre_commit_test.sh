@@ -74,8 +74,14 @@ refuses_white_space_at_the_end() {
   is_refused 'trailing whitespace'
 }
 
+takes_comments_of_100_columns() {
+  printf 'namespace x {\n// %097d\nint number();\n}  // namespace x\n' 7 >tools/number.hpp
+  git add -A
+  commits
+}
+
 refuses_long_comments() {
-  printf '// %0100d\nint number();\n' 7 >tools/number.hpp
+  printf '// %098d\nint number();\n' 7 >tools/number.hpp
   git add -A
   is_refused 'longer than 100 columns'
 }
