@@ -1,0 +1,217 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <boost/filesystem/operations.hpp>
+#include <cstdlib>
+
+#include "espeak_engine.hpp"
+#include "support/errors.hpp"
+#include "support/log_recorder.hpp"
+#include "support/storm.hpp"
+#include "support/temp_folder.hpp"
+
+namespace {
+
+using test::SpeakingEngine;
+using ::testing::ElementsAre;
+
+/// The user's dictionaries are in a folder of the test's own.
+class UsersDictionary : public ::testing::Test {
+ protected:
+  UsersDictionary() { ::setenv("XDG_DATA_HOME", data.path().c_str(), 1); }
+  ~UsersDictionary() override { ::unsetenv("XDG_DATA_HOME"); }
+
+  static bool add(SpeakingEngine& speaking, const std::string& word,
+                  const std::string& replacement) {
+    return speaking->addToDictionary(word, replacement, "", "", "");
+  }
+
+  /// What is spoken with "machine" for "robot".
+  static test::Samples spokenWithEntry(const std::string& text) {
+    return test::spoken(text, [](KQ::TextToSpeechEngine& engine) {
+      engine.addToDictionary("robot", "machine", "", "", "");
+    });
+  }
+
+  /// Whether "robot" is spoken as something else.
+  static bool replacesRobot(SpeakingEngine& speaking) {
+    const std::size_t before = speaking.host.samples().size();
+    speaking->startSynthetizer("robot");
+    return speaking.host.samples().size() - before > 2 * test::spoken("robot").size();
+  }
+
+  static constexpr const char* longReplacement = "a machine that works like a human being";
+
+  test::TempFolder data;
+};
+
+TEST_F(UsersDictionary, SpeaksTheReplacement) {
+  EXPECT_EQ(spokenWithEntry("The robot speaks"), test::spoken("The machine speaks"));
+}
+
+TEST_F(UsersDictionary, WithoutItsWordsChangesNothing) {
+  EXPECT_EQ(spokenWithEntry("Nothing of that"), test::spoken("Nothing of that"));
+}
+
+TEST_F(UsersDictionary, TellsTheWordsOfTheHostsText) {
+  const std::string text = "One robot, \\Pau=10\\ two robots and a Robot";
+  SpeakingEngine speaking;
+  add(speaking, "robot", longReplacement);
+  speaking->startSynthetizer(text);
+  EXPECT_THAT(speaking.host.words(text),
+              ElementsAre("One", "robot", "two", "robots", "and", "a", "Robot"));
+}
+
+TEST_F(UsersDictionary, KeepsMarksWhereTheyStand) {
+  SpeakingEngine speaking;
+  add(speaking, "robot", longReplacement);
+  speaking->startSynthetizer("\\mrk=1\\ robot \\mrk=2\\ robot");
+  const auto marks = speaking.host.events(test::SpeechEvent::Kind::mark);
+  ASSERT_EQ(marks.size(), 2U);
+  EXPECT_EQ(marks[1].number, 2);
+  EXPECT_NEAR(static_cast<double>(marks[1].word.samplePosition),
+              test::length(speaking.host.samples()) / 2,
+              test::length(speaking.host.samples()) * 0.2);
+}
+
+TEST_F(UsersDictionary, SurvivesARestart) {
+  {
+    SpeakingEngine speaking;
+    add(speaking, "robot", longReplacement);
+  }
+  SpeakingEngine speaking;
+  EXPECT_FALSE(replacesRobot(speaking));
+  speaking->loadDictionary();
+  EXPECT_TRUE(replacesRobot(speaking));
+}
+
+TEST_F(UsersDictionary, CanBeUnloaded) {
+  SpeakingEngine speaking;
+  add(speaking, "robot", longReplacement);
+  speaking->unloadDictionary();
+  EXPECT_FALSE(replacesRobot(speaking));
+}
+
+TEST_F(UsersDictionary, IsUnloadedWithTheEngine) {
+  SpeakingEngine speaking;
+  add(speaking, "robot", longReplacement);
+  speaking->terminate();
+  speaking->initialize({test::builtPackage("english")});
+  EXPECT_FALSE(replacesRobot(speaking));
+}
+
+TEST_F(UsersDictionary, LosesWhatIsDeleted) {
+  SpeakingEngine speaking;
+  add(speaking, "robot", longReplacement);
+  EXPECT_TRUE(speaking->deleteFromDictionary("robot", ""));
+  EXPECT_FALSE(replacesRobot(speaking));
+  EXPECT_FALSE(speaking->deleteFromDictionary("robot", ""));
+}
+
+TEST_F(UsersDictionary, BelongsToItsLanguage) {
+  SpeakingEngine speaking;
+  EXPECT_TRUE(speaking->addToDictionary("robot", longReplacement, "French", "", ""));
+  EXPECT_FALSE(replacesRobot(speaking));
+  speaking->setCurrentLanguage("French");
+  EXPECT_TRUE(replacesRobot(speaking));
+}
+
+TEST_F(UsersDictionary, KnowsExactSpellings) {
+  SpeakingEngine speaking;
+  EXPECT_TRUE(speaking->addToDictionary("Robot", longReplacement, "English", "exact", ""));
+  EXPECT_FALSE(replacesRobot(speaking));
+}
+
+TEST_F(UsersDictionary, TellsWhetherAnEntryIsNew) {
+  SpeakingEngine speaking;
+  EXPECT_TRUE(add(speaking, "robot", "machine"));
+  EXPECT_FALSE(add(speaking, "robot", "machine"));
+  EXPECT_TRUE(add(speaking, "robot", "servant"));
+}
+
+TEST_F(UsersDictionary, ShowsItsEntriesInTheLog) {
+  SpeakingEngine speaking;
+  add(speaking, "robot", "machine");
+  speaking->addToDictionary("KQ", "kay queue", "", "exact", "");
+  const test::LogRecorder log;
+  speaking->showDictionary();
+  EXPECT_THAT(log.messages(),
+              ElementsAre((data.path() / "kqtts/dictionaries/English.txt: 2 entries").string(),
+                          "\"KQ\" is spoken as \"kay queue\", in this spelling only",
+                          "\"robot\" is spoken as \"machine\""));
+}
+
+TEST_F(UsersDictionary, RefusesHostileEntriesByItsOwnName) {
+  SpeakingEngine speaking;
+  EXPECT_THAT([&] { add(speaking, "robot", "\\Pau=600000\\"); },
+              test::throwsKQError("eSpeak NG", "addToDictionary",
+                                  "the replacement holds markup: a backslash or an angle bracket"));
+  EXPECT_FALSE(boost::filesystem::exists(data.path() / "kqtts/dictionaries/English.txt"));
+}
+
+TEST_F(UsersDictionary, RefusesLanguagesThatAreNotOffered) {
+  SpeakingEngine speaking;
+  const char* const complaint = "the engine does not offer the language \"../..\"";
+  EXPECT_THAT([&] { speaking->addToDictionary("robot", "machine", "../..", "", ""); },
+              test::throwsKQError("eSpeak NG", "addToDictionary", complaint));
+  EXPECT_THAT([&] { speaking->deleteFromDictionary("robot", "../.."); },
+              test::throwsKQError("eSpeak NG", "deleteFromDictionary", complaint));
+}
+
+TEST_F(UsersDictionary, RefusesArgumentsWithoutMeaning) {
+  SpeakingEngine speaking;
+  EXPECT_THAT([&] { speaking->addToDictionary("robot", "machine", "", "upper", ""); },
+              test::throwsKQError("eSpeak NG", "addToDictionary",
+                                  "the fourth argument must be \"any\", \"exact\" or \"\""));
+  EXPECT_THAT(
+      [&] { speaking->addToDictionary("robot", "machine", "", "", "x"); },
+      test::throwsKQError("eSpeak NG", "addToDictionary", "the fifth argument must be \"\""));
+}
+
+TEST_F(UsersDictionary, ThatCannotBeReadIsAnErrorAndTheLoadedOneStays) {
+  SpeakingEngine speaking;
+  add(speaking, "robot", longReplacement);
+  const auto file = data.write("kqtts/dictionaries/English.txt", "no entry\n");
+  const std::string complaint =
+      file.string() + ": line 1: is no word, replacement and \"any\" or \"exact\"";
+  EXPECT_THAT([&] { speaking->loadDictionary(); },
+              test::throwsKQError("eSpeak NG", "loadDictionary", complaint));
+  EXPECT_THAT([&] { speaking->showDictionary(); },
+              test::throwsKQError("eSpeak NG", "showDictionary", complaint));
+  EXPECT_TRUE(replacesRobot(speaking));
+}
+
+TEST_F(UsersDictionary, AndEffectsMayBeUsedWhileOthersSpeak) {
+  SpeakingEngine speaking;
+  const auto effect = data.write(
+      "robot.xml",
+      "<a><b name=\"doubleVoice\" value=\"1.5\"/><b name=\"doubleVoiceLevel\" value=\"1\"/></a>");
+  speaking->loadEffect(effect);
+  ::testing::internal::CaptureStdout();
+  test::storm(10, {[&] { speaking->startSynthetizer("robot"); },
+                   [&] { speaking->startSynthetizer("Robot \\mrk=1\\ two"); },
+                   [&] {
+                     add(speaking, "robot", "machine");
+                     speaking->deleteFromDictionary("robot", "");
+                   },
+                   [&] { add(speaking, "two", "three"); },
+                   [&] {
+                     speaking->loadDictionary();
+                     speaking->unloadDictionary();
+                   },
+                   [&] {
+                     speaking->loadEffect(effect);
+                     speaking->applyEffect("robot", true);
+                     speaking->applyEffect("robot", false);
+                   },
+                   [&] {
+                     speaking->enableFilter(true);
+                     speaking->enableFilter(false);
+                   },
+                   [&] { speaking->stopSynthetizer(); }});
+  ::testing::internal::GetCapturedStdout();
+  EXPECT_EQ(speaking.host.ends().size(), 20U);
+  EXPECT_EQ(speaking.host.events(test::SpeechEvent::Kind::start).size(), 20U);
+}
+
+}  // namespace
