@@ -7,13 +7,13 @@
 #include <array>
 #include <charconv>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <kqtts/tts_preference.hpp>
 #include <limits>
 #include <locale>
 #include <numeric>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 namespace KQ {
@@ -283,18 +283,19 @@ class Rewriting {
   std::size_t written = 0;
 };
 
-/// As atoi() reads it; out of its range, the nearest long cut down to its low bits.
-int readNumber(const char* text) {
-  constexpr int safeDigits = std::numeric_limits<int>::digits10;
-  int number = 0;
-  int digits = 0;
-  for (; text[digits] >= '0' && text[digits] <= '9'; ++digits) {
-    if (digits == safeDigits) {
-      return static_cast<int>(std::strtol(text, nullptr, 10));
-    }
-    number = number * 10 + (text[digits] - '0');
+/// As atoi() reads it in the C locale; out of its range, the nearest long cut down to its low bits.
+int readNumber(std::string_view text) {
+  text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
+  if (text.substr(0, 1) == "+" && text.substr(1, 1) != "-") {
+    text.remove_prefix(1);
   }
-  return digits > 0 ? number : static_cast<int>(std::strtol(text, nullptr, 10));
+  long number = 0;
+  const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (read.ec == std::errc::result_out_of_range) {
+    using Limits = std::numeric_limits<long>;
+    number = text.front() == '-' ? Limits::min() : Limits::max();
+  }
+  return static_cast<int>(number);
 }
 
 /// The mark "\mrk=ID\ ".
@@ -377,7 +378,8 @@ void replaceMrkPause(std::string& text) {
     if (close == npos) {
       break;
     }
-    const EngineMark mark(makeSpecificId(readNumber(text.c_str() + valueStart)));
+    const std::string_view value(text.data() + valueStart, close - valueStart);
+    const EngineMark mark(makeSpecificId(readNumber(value)));
     rewriting.replace(start, close + 1, mark.text());
   }
 }
