@@ -285,8 +285,11 @@ class Rewriting {
 
 /// As atoi() reads it in the C locale; out of its range, the nearest long cut down to its low bits.
 int readNumber(std::string_view text) {
-  text.remove_prefix(std::min(text.find_first_not_of(" \t\n\v\f\r"), text.size()));
-  if (text.substr(0, 1) == "+" && text.substr(1, 1) != "-") {
+  const auto isSpace = [](char byte) { return byte == ' ' || (byte >= '\t' && byte <= '\r'); };
+  while (!text.empty() && isSpace(text.front())) {
+    text.remove_prefix(1);
+  }
+  if (text.size() > 1 && text[0] == '+' && text[1] != '-') {
     text.remove_prefix(1);
   }
   long number = 0;
