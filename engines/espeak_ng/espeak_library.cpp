@@ -5,7 +5,6 @@
 #include <boost/filesystem/operations.hpp>
 #include <chrono>
 #include <clocale>
-#include <condition_variable>
 #include <kq/error.hpp>
 #include <map>
 #include <mutex>
@@ -36,11 +35,7 @@ struct Process {
   std::map<std::string, KnownVoice> voices;  ///< by name, language and file
   std::set<std::string> variants;
 
-  std::mutex turnMutex;
-  std::condition_variable turnChanged;
-  std::thread::id speaker;               ///< guarded by turnMutex; none when nobody speaks
-  unsigned long long nextTicket = 0;     ///< guarded by turnMutex
-  std::set<unsigned long long> waiting;  ///< tickets; guarded by turnMutex
+  TurnQueue turns{espeakName};
 
   // Used by the speaker. What eSpeak NG is set to, 0 or "" for unknown.
   std::string voiceFile;
@@ -193,40 +188,10 @@ std::string EspeakLibrary::voiceFile(const std::string& name) const {
   return isVariant ? voice->second.file + name.substr(plus) : "";
 }
 
-EspeakTurn::EspeakTurn(const Utterance& utterance) {
-  Process& known = process();
-  std::unique_lock<std::mutex> lock(known.turnMutex);
-  if (known.speaker == std::this_thread::get_id()) {
-    throw KQError(espeakName, "startSynthetizer",
-                  "An utterance cannot be started from an event of another one.", nullptr, 0);
-  }
-  const auto ticket = known.waiting.insert(known.nextTicket++).first;
-  known.turnChanged.wait(lock, [&] {
-    return utterance.isStopped() ||
-           (known.speaker == std::thread::id() && ticket == known.waiting.begin());
-  });
-  known.waiting.erase(ticket);
-  granted = !utterance.isStopped();
-  if (granted) {
-    known.speaker = std::this_thread::get_id();
-  } else {
-    known.turnChanged.notify_all();
-  }
-}
-
-EspeakTurn::~EspeakTurn() {
-  if (granted) {
-    Process& known = process();
-    const std::lock_guard<std::mutex> lock(known.turnMutex);
-    known.speaker = std::thread::id();
-    known.turnChanged.notify_all();
-  }
-}
+EspeakTurn::EspeakTurn(const Utterance& utterance) : turn(process().turns, utterance) {}
 
 void EspeakTurn::wakeWaiting() {
-  Process& known = process();
-  const std::lock_guard<std::mutex> lock(known.turnMutex);
-  known.turnChanged.notify_all();
+  process().turns.wakeWaiting();
 }
 
 void EspeakTurn::apply(const std::string& voiceFile, const EspeakParameters& parameters) {

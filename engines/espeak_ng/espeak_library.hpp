@@ -5,7 +5,7 @@
 #include <string>
 
 #include "espeak_ng/espeak_text.hpp"
-#include "support/utterance.hpp"
+#include "support/turn_queue.hpp"
 
 namespace KQ::engines {
 
@@ -30,18 +30,12 @@ class EspeakLibrary {
   std::string voiceFile(const std::string& name) const;
 };
 
-/// The sole right to speak with eSpeak NG. Whoever asks for it waits until all that asked before
-/// have finished or given up. Needs an EspeakLibrary as long as it lives.
+/// The sole right to speak with eSpeak NG. Needs an EspeakLibrary as long as it lives.
 class EspeakTurn {
  public:
   /// Waits until it is granted or the utterance is stopped.
   /// \throws KQError when this thread has the right already
   explicit EspeakTurn(const Utterance& utterance);
-  ~EspeakTurn();
-  EspeakTurn(const EspeakTurn&) = delete;
-  EspeakTurn& operator=(const EspeakTurn&) = delete;
-
-  bool isGranted() const { return granted; }
 
   /// Lets waiting turns see that their utterance was stopped.
   static void wakeWaiting();
@@ -67,7 +61,7 @@ class EspeakTurn {
   /// @}
 
  private:
-  bool granted = false;
+  Turn turn;
 };
 
 }  // namespace KQ::engines

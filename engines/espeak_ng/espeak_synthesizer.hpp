@@ -11,7 +11,9 @@ namespace KQ::engines {
 /// spoken one after another, in the order in which they were started.
 class EspeakSynthesizer : public Synthesizer {
  public:
-  int samplingRate() const override { return library.samplingRate(); }
+  int samplingRate(const std::string& /*sourceVoice*/) const override {
+    return library.samplingRate();
+  }
   bool hasVoice(const std::string& sourceVoice) const override {
     return !library.voiceFile(sourceVoice).empty();
   }

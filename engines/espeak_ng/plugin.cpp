@@ -1,28 +1,14 @@
-#include <boost/config.hpp>
 #include <memory>
 
 #include "espeak_ng/espeak_synthesizer.hpp"
-#include "support/speech_engine.hpp"
+#include "support/plugin_entries.hpp"
 
-namespace {
-
-KQ::engines::EngineTraits traits() {
-  return {KQ::engines::espeakName, "espeak-ng", "1.0", "engine.espeak-ng",
-          [] { return std::make_shared<KQ::engines::EspeakSynthesizer>(); }};
-}
-
-}  // namespace
-
-extern "C" {
-
-BOOST_SYMBOL_EXPORT KQ::TextToSpeechEngine* load_plugin(
-    TextToSpeechEngineCallbackInterface* callback,
-    boost::shared_ptr<KQ::TTSLanguageInfo> languageInfo) {
-  return new KQ::engines::SpeechEngine(traits(), callback, std::move(languageInfo));
-}
-
-BOOST_SYMBOL_EXPORT void unload_plugin(KQ::TextToSpeechEngine** engine) {
-  delete *engine;
-  *engine = nullptr;
-}
+KQ::engines::EngineTraits KQ::engines::pluginTraits() {
+  EngineTraits traits;
+  traits.name = espeakName;
+  traits.packageEngine = "espeak-ng";
+  traits.minimumVersion = "1.0";
+  traits.logCategory = "engine.espeak-ng";
+  traits.openSynthesizer = [] { return std::make_shared<EspeakSynthesizer>(); };
+  return traits;
 }

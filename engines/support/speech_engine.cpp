@@ -32,7 +32,18 @@ bool contains(const std::vector<std::string>& names, const std::string& name) {
 
 std::string firstLanguage(const PackageCatalogue& catalogue) {
   const std::vector<std::string>& languages = catalogue.languages();
-  return contains(languages, "English") ? "English" : languages.front();
+  for (const char* preferred : {"English", "EnglishGB"}) {
+    if (contains(languages, preferred)) {
+      return preferred;
+    }
+  }
+  return languages.front();
+}
+
+std::vector<ParameterRow> allParameters(const std::vector<ParameterRow>& more) {
+  std::vector<ParameterRow> all{parameters::speed, parameters::pitchShift, parameters::voiceLevel};
+  all.insert(all.end(), more.begin(), more.end());
+  return all;
 }
 
 }  // namespace
@@ -41,8 +52,7 @@ SpeechEngine::SpeechEngine(EngineTraits engineTraits, TextToSpeechEngineCallback
                            boost::shared_ptr<TTSLanguageInfo> languages)
     : TextToSpeechEngine(host, std::move(languages)),
       traits(std::move(engineTraits)),
-      parameterTable(traits.name,
-                     {parameters::speed, parameters::pitchShift, parameters::voiceLevel}),
+      parameterTable(traits.name, allParameters(traits.moreParameters)),
       effectSet(*this) {
   zu::log::registerCategory(traits.logCategory);
 }
@@ -135,10 +145,15 @@ void SpeechEngine::xRestartSynthetizer() {
 SpeechEngine::Sound SpeechEngine::sound(const State& now) const {
   const PackagedVoice& voice = *now.catalogue->voice(now.voice);
   const float shift = parameterTable.get(parameters::pitchShift.name);
-  Sound sound{{voice.sourceVoice, parameterTable.get(parameters::speed.name),
+  Sound sound{{voice.sourceVoice,
+               parameterTable.get(parameters::speed.name),
                shift == 0 ? parameters::pitchShift.normal : shift,
-               parameterTable.get(parameters::voiceLevel.name)},
+               parameterTable.get(parameters::voiceLevel.name),
+               {}},
               {}};
+  for (const ParameterRow& row : traits.moreParameters) {
+    sound.settings.more[row.name] = parameterTable.get(row.name);
+  }
   const auto add = [&](const VoiceTuning& tuning) {
     sound.settings.speed *= tuning.speed / 100;
     sound.settings.pitch *= tuning.pitch;
@@ -253,8 +268,10 @@ std::vector<std::string> SpeechEngine::xGetAvailableParameters() const {
 }
 
 int SpeechEngine::xGetCurrentSamplingRate() const {
-  const auto synthesizer = state().synthesizer;
-  return synthesizer ? synthesizer->samplingRate() : 0;
+  const State now = state();
+  return now.synthesizer
+             ? now.synthesizer->samplingRate(now.catalogue->voice(now.voice)->sourceVoice)
+             : 0;
 }
 
 int SpeechEngine::xTestTextEncoding(const std::string& first, const std::string& second) {

@@ -27,12 +27,13 @@ struct EngineTraits {
   std::string logCategory;
   /// Opens the synthesiser. \throws KQError when it cannot be used
   std::function<std::shared_ptr<Synthesizer>()> openSynthesizer;
+  std::vector<ParameterRow> moreParameters{};  ///< besides those that every engine has
 };
 
 /// An engine that offers what its packages hold and speaks with a synthesiser.
 ///
 /// It is usable when the synthesiser is and at least one package can be used. Its first language is
-/// English if it has that, else its first one. All hooks may be called from any thread; what is set
+/// English, else British English, if it has that, else its first one. All hooks may be called from any thread; what is set
 /// while it speaks holds from the next utterance on.
 ///
 /// Each startSynthetizer() tells the host exactly one onStart() and one onEnd(), unless it throws

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <string>
 
 #include "support/utterance.hpp"
@@ -8,10 +9,11 @@ namespace KQ::engines {
 
 /// How a text is to sound.
 struct SpeechSettings {
-  std::string sourceVoice;  ///< the synthesiser's name of the voice
-  float speed = 100;        ///< percent of the voice's normal speed
-  float pitch = 1;          ///< factor
-  float level = 1;          ///< factor
+  std::string sourceVoice;              ///< the synthesiser's name of the voice
+  float speed = 100;                    ///< percent of the voice's normal speed
+  float pitch = 1;                      ///< factor
+  float level = 1;                      ///< factor
+  std::map<std::string, float> more{};  ///< the engine's own parameters
 };
 
 /// A synthesiser, ready to speak. One engine uses it, from several threads at once; dropped when
@@ -20,8 +22,8 @@ class Synthesizer {
  public:
   virtual ~Synthesizer() = default;
 
-  /// The sampling rate of its audio, in Hz.
-  virtual int samplingRate() const = 0;
+  /// The sampling rate of a voice that it has, in Hz.
+  virtual int samplingRate(const std::string& sourceVoice) const = 0;
 
   /// Whether it has a voice of that name.
   virtual bool hasVoice(const std::string& sourceVoice) const = 0;

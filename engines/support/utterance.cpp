@@ -23,8 +23,11 @@ void UtteranceControl::stop() {
 }
 
 void UtteranceControl::pause() {
-  const std::lock_guard<std::mutex> lock(mutex);
-  paused = true;
+  {
+    const std::lock_guard<std::mutex> lock(mutex);
+    paused = true;
+  }
+  changed.notify_all();
 }
 
 void UtteranceControl::resume() {
@@ -78,6 +81,20 @@ bool Utterance::mayGoOn() noexcept {
   if (control.paused && !isOver()) {
     std::unique_lock<std::mutex> lock(control.mutex);
     control.changed.wait(lock, [this] { return !control.paused || isOver(); });
+  }
+  return !isOver();
+}
+
+bool Utterance::wait(std::chrono::microseconds duration) noexcept {
+  using Clock = std::chrono::steady_clock;
+  Clock::duration rest = duration;
+  while (mayGoOn() && rest > Clock::duration::zero()) {
+    const Clock::time_point begin = Clock::now();
+    {
+      std::unique_lock<std::mutex> lock(control.mutex);
+      control.changed.wait_for(lock, rest, [this] { return control.paused || isOver(); });
+    }
+    rest -= Clock::now() - begin;
   }
   return !isOver();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -66,6 +67,10 @@ class Utterance {
 
   /// Waits while the engine is paused. \return whether the utterance goes on
   bool mayGoOn() noexcept;
+
+  /// Waits so long, and while the engine is paused, which does not count; not longer than the
+  /// utterance goes on. \return whether it goes on
+  bool wait(std::chrono::microseconds duration) noexcept;
 
   /// Whether the utterance was stopped by UtteranceControl::stop(). May be asked by any thread.
   bool isStopped() const noexcept;

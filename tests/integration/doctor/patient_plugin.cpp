@@ -40,15 +40,17 @@ struct Opening {
   }
 } opening;
 
+constexpr int rate = 22050;
+
 class ToneSynthesizer : public KQ::engines::Synthesizer {
  public:
-  int samplingRate() const override { return 22050; }
+  int samplingRate(const std::string& /*sourceVoice*/) const override { return rate; }
   bool hasVoice(const std::string& sourceVoice) const override { return sourceVoice == "tone"; }
   void speak(const std::string& /*text*/, const SpeechSettings& /*settings*/,
              Utterance& utterance) override {
     suffer("speaking");
     const std::vector<std::int16_t> samples(hasFault("silence") ? 0 : 2205, 1000);
-    utterance.run([&] { utterance.tellAudio(samples.data(), samples.size(), samplingRate()); });
+    utterance.run([&] { utterance.tellAudio(samples.data(), samples.size(), rate); });
   }
 };
 

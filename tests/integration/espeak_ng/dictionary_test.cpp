@@ -96,7 +96,7 @@ TEST_F(UsersDictionary, IsUnloadedWithTheEngine) {
   SpeakingEngine speaking;
   add(speaking, "robot", longReplacement);
   speaking->terminate();
-  speaking->initialize({test::builtPackage("english")});
+  speaking->initialize({test::englishPackage()});
   EXPECT_FALSE(replacesRobot(speaking));
 }
 

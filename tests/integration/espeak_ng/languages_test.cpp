@@ -74,7 +74,7 @@ class EveryLanguage : public ::testing::TestWithParam<LanguageRow> {
 };
 
 TEST_P(EveryLanguage, SoundsAsFromTheSynthesisersOwnProgram) {
-  SpeakingEngine speaking(test::builtPackages());
+  SpeakingEngine speaking(test::espeakPackages());
   speaking->setCurrentLanguage(GetParam().name);
   speaking->startSynthetizer(GetParam().sentence);
 
@@ -87,7 +87,7 @@ TEST_P(EveryLanguage, SoundsAsFromTheSynthesisersOwnProgram) {
 }
 
 TEST_P(EveryLanguage, HasAFemaleVoiceThatSoundsHigher) {
-  SpeakingEngine speaking(test::builtPackages());
+  SpeakingEngine speaking(test::espeakPackages());
   speaking->setCurrentLanguage(GetParam().name);
   speaking->startSynthetizer(GetParam().sentence);
   const auto voices = speaking->getAvailableVoices();
@@ -95,7 +95,7 @@ TEST_P(EveryLanguage, HasAFemaleVoiceThatSoundsHigher) {
     return voice.first.find("-female") != std::string::npos;
   });
   ASSERT_NE(female, voices.end());
-  SpeakingEngine second(test::builtPackages());
+  SpeakingEngine second(test::espeakPackages());
   second->setCurrentVoice(female->first);
   second->startSynthetizer(GetParam().sentence);
 
@@ -107,7 +107,7 @@ TEST_P(EveryLanguage, HasAFemaleVoiceThatSoundsHigher) {
 INSTANTIATE_TEST_SUITE_P(Table, EveryLanguage, ::testing::ValuesIn(languageRows), test::RowName());
 
 TEST(Languages, AreThoseOfTheLanguageTable) {
-  SpeakingEngine speaking(test::builtPackages());
+  SpeakingEngine speaking(test::espeakPackages());
   std::vector<std::string> languages = speaking->getAvailableLanguages();
   std::sort(languages.begin(), languages.end());
   EXPECT_EQ(languages, KQ::TTSLanguageInfo().getLanguages());
@@ -119,7 +119,7 @@ TEST(Languages, StandInTheOrderOfThePackages) {
 }
 
 TEST(Languages, TheFirstOneIsEnglishIfThatIsInstalled) {
-  SpeakingEngine speaking({test::builtPackage("czech"), test::builtPackage("english")});
+  SpeakingEngine speaking({test::builtPackage("czech"), test::englishPackage()});
   EXPECT_EQ(speaking->getCurrentLanguage(), "English");
 }
 
@@ -188,7 +188,7 @@ TEST(Voices, TheDefaultOneCanBeReturnedTo) {
 TEST(Voices, TheirFolderIsInThePackage) {
   SpeakingEngine speaking;
   EXPECT_EQ(speaking->getVoiceInstallDir("french-female"),
-            BUILT_PACKAGES "/french/voices/french-female");
+            BUILT_DATA "/packages/french/voices/french-female");
   EXPECT_EQ(speaking->getVoiceInstallDir("nobody"), "");
 }
 
@@ -207,7 +207,7 @@ TEST(Engine, SpeaksBehindTheManager) {
   zu::path::addLibDir(BUILT_LIBRARIES);
   test::SpeechRecorder host;
   KQ::TextToSpeechManager manager(&host, test::languageTable());
-  ASSERT_TRUE(manager.initialize(test::builtPackages()));
+  ASSERT_TRUE(manager.initialize(test::espeakPackages()));
   manager.setCurrentLanguage("French");
   manager.startSynthetizer("Bonjour");
   EXPECT_GT(test::level(host.samples()), 500);

@@ -3,7 +3,7 @@
 
 #include <kqtts/tts_preference.hpp>
 
-#include "espeak_engine.hpp"
+#include "engines/speaking_engine.hpp"
 #include "support/row_name.hpp"
 
 namespace {
@@ -15,7 +15,7 @@ using test::spoken;
 using Kind = test::SpeechEvent::Kind;
 using ::testing::ElementsAre;
 
-constexpr int rate = 22050;
+const int rate = test::engineUnderTest().samplingRate;
 
 double milliseconds(std::size_t samples) {
   return 1000.0 * static_cast<double>(samples) / rate;

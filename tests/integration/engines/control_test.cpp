@@ -5,7 +5,7 @@
 #include <future>
 #include <stdexcept>
 
-#include "espeak_engine.hpp"
+#include "engines/speaking_engine.hpp"
 #include "support/errors.hpp"
 
 namespace {
@@ -72,7 +72,7 @@ TEST_F(Speaking, StopFromAnEventIsFollowedByNoMoreAudio) {
 TEST_F(Speaking, NoAudioBufferIsLongerThanFiftyMilliseconds) {
   speaking->startSynthetizer("How long is a buffer?");
   for (const SpeechEvent& event : speaking.host.events(SpeechEvent::Kind::audio)) {
-    EXPECT_LE(event.count, 22050U * 50 / 1000);
+    EXPECT_LE(event.count, static_cast<unsigned>(test::engineUnderTest().samplingRate) * 50 / 1000);
   }
 }
 
@@ -207,7 +207,7 @@ TEST_F(Speaking, TerminateFromAnEventEndsIt) {
 
 TEST_F(Speaking, IsPossibleAgainAfterTerminateAndInitialize) {
   speaking->terminate();
-  ASSERT_TRUE(speaking->initialize({test::builtPackage("english")}));
+  ASSERT_TRUE(speaking->initialize(test::engineUnderTest().packages));
   speaking->startSynthetizer("Hello");
   EXPECT_THAT(speaking.host.ends(), ElementsAre(SpeechEnd::finished));
 }
@@ -262,7 +262,7 @@ TEST(FailingStart, IsFollowedByOneEndAndNoAudio) {
   FailingHost host;
   host.atStart = true;
   test::LoadedEngine engine(&host);
-  engine->initialize({test::builtPackage("english")});
+  engine->initialize(test::engineUnderTest().packages);
   EXPECT_THROW(engine->startSynthetizer("Hello"), std::runtime_error);
   EXPECT_THAT(host.ends(), ElementsAre(SpeechEnd::failed));
   EXPECT_TRUE(host.samples().empty());
@@ -273,7 +273,7 @@ TEST(FailingStart, IsWhatPassesThroughIfTheEndFailsToo) {
   host.atStart = true;
   host.atEnd = true;
   test::LoadedEngine engine(&host);
-  engine->initialize({test::builtPackage("english")});
+  engine->initialize(test::engineUnderTest().packages);
   EXPECT_THROW(engine->startSynthetizer("Hello"), std::runtime_error);
 }
 
@@ -281,14 +281,14 @@ TEST(FailingEnd, PassesThroughAndIsNotRepeated) {
   FailingHost host;
   host.atEnd = true;
   test::LoadedEngine engine(&host);
-  engine->initialize({test::builtPackage("english")});
+  engine->initialize(test::engineUnderTest().packages);
   EXPECT_THROW(engine->startSynthetizer("Hello"), std::logic_error);
   EXPECT_THAT(host.ends(), ElementsAre(SpeechEnd::finished));
 }
 
 TEST(NoHost, IsSpokenToAllTheSame) {
   test::LoadedEngine engine(nullptr);
-  engine->initialize({test::builtPackage("english")});
+  engine->initialize(test::engineUnderTest().packages);
   EXPECT_NO_THROW(engine->startSynthetizer("\\mrk=1\\ Hello"));
 }
 

@@ -9,7 +9,7 @@
 #include <kqtts/texttospeech_manager.hpp>
 #include <thread>
 
-#include "espeak_engine.hpp"
+#include "engines/speaking_engine.hpp"
 #include "support/errors.hpp"
 #include "support/storm.hpp"
 
@@ -25,7 +25,7 @@ TEST(TwoEngines, SoundEachAsIfAlone) {
   const double english = test::length(test::spoken("Hello"));
   SpeakingEngine first;
   SpeakingEngine second;
-  second->setCurrentLanguage("French");
+  second->setCurrentVoice(test::engineUnderTest().otherVoice);
   second->setParameter("speed", 200);
   second->startSynthetizer("Bonjour");
   first->startSynthetizer("Hello");
@@ -109,7 +109,7 @@ TEST(TwoEngines, OneCannotSpeakFromAnEventOfTheOther) {
     return true;
   };
   EXPECT_THAT([&] { first->startSynthetizer("Hello"); },
-              test::throwsKQError("eSpeak NG", "startSynthetizer",
+              test::throwsKQError(test::engineUnderTest().name, "startSynthetizer",
                                   "An utterance cannot be started from an event of another one."));
   EXPECT_TRUE(second.host.events().empty());
   EXPECT_THAT(first.host.ends(), ElementsAre(SpeechEnd::failed));
@@ -136,6 +136,7 @@ TEST(Threads, SeveralStartsOfOneEngineAreOneUtteranceAfterAnother) {
 }
 
 TEST(Threads, EveryOperationMayStormAtOnce) {
+  const test::EngineUnderTest& other = test::engineUnderTest();
   SpeakingEngine speaking;
   std::atomic<bool> over{false};
   std::thread speech([&] {
@@ -144,39 +145,40 @@ TEST(Threads, EveryOperationMayStormAtOnce) {
     }
     over = true;
   });
-  const std::vector<std::function<void()>> operations{[&] { speaking->stopSynthetizer(); },
-                                                      [&] {
-                                                        speaking->pauseSynthetizer();
-                                                        speaking->restartSynthetizer();
-                                                      },
-                                                      [&] {
-                                                        speaking->setCurrentLanguage("French");
-                                                        speaking->setCurrentLanguage("English");
-                                                      },
-                                                      [&] {
-                                                        speaking->setCurrentVoice("french-female");
-                                                        speaking->setDefaultVoice();
-                                                      },
-                                                      [&] {
-                                                        speaking->setParameter("speed", 200);
-                                                        speaking->getParameter("speed");
-                                                        speaking->resetSpeed();
-                                                      },
-                                                      [&] {
-                                                        speaking->isPaused();
-                                                        speaking->getCurrentLanguage();
-                                                        speaking->getCurrentVoice();
-                                                      },
-                                                      [&] {
-                                                        speaking->getAvailableVoices();
-                                                        speaking->getAllAvailableVoices();
-                                                        speaking->getAvailableLanguages();
-                                                      },
-                                                      [&] {
-                                                        speaking->getVoiceInstallDir("french-male");
-                                                        speaking->getCurrentSamplingRate();
-                                                        speaking->testTextEncoding("a", "French");
-                                                      }};
+  const std::vector<std::function<void()>> operations{
+      [&] { speaking->stopSynthetizer(); },
+      [&] {
+        speaking->pauseSynthetizer();
+        speaking->restartSynthetizer();
+      },
+      [&] {
+        speaking->setCurrentLanguage(other.otherLanguage);
+        speaking->setCurrentLanguage("English");
+      },
+      [&] {
+        speaking->setCurrentVoice(other.otherVoice);
+        speaking->setDefaultVoice();
+      },
+      [&] {
+        speaking->setParameter("speed", 200);
+        speaking->getParameter("speed");
+        speaking->resetSpeed();
+      },
+      [&] {
+        speaking->isPaused();
+        speaking->getCurrentLanguage();
+        speaking->getCurrentVoice();
+      },
+      [&] {
+        speaking->getAvailableVoices();
+        speaking->getAllAvailableVoices();
+        speaking->getAvailableLanguages();
+      },
+      [&] {
+        speaking->getVoiceInstallDir(other.otherVoice);
+        speaking->getCurrentSamplingRate();
+        speaking->testTextEncoding("a", other.otherLanguage);
+      }};
   std::vector<std::thread> threads;
   for (const auto& operation : operations) {
     threads.emplace_back([&] {
@@ -195,7 +197,7 @@ TEST(Threads, EveryOperationMayStormAtOnce) {
 }
 
 TEST(Threads, TerminateBesideAStartOftenEnough) {
-  const std::vector<zu::PackageInfo> packages{test::builtPackage("english")};
+  const std::vector<zu::PackageInfo> packages = test::engineUnderTest().packages;
   for (int round = 0; round < 300; ++round) {
     SpeakingEngine speaking(packages);
     std::thread speech([&] {
@@ -216,7 +218,7 @@ TEST(Threads, TerminateBesideAStartOftenEnough) {
 
 TEST(Threads, TerminateOfTheManagerBesideARoutedStart) {
   zu::path::addLibDir(BUILT_LIBRARIES);
-  const std::vector<zu::PackageInfo> packages{test::builtPackage("english")};
+  const std::vector<zu::PackageInfo> packages = test::engineUnderTest().packages;
   const auto languages = test::languageTable();
   for (int round = 0; round < 100; ++round) {
     test::SpeechRecorder host;
@@ -262,11 +264,11 @@ TEST(Unloading, LeavesNeitherLibraryNorThreadBehind) {
   {
     SpeakingEngine speaking;
     speaking->startSynthetizer("Hello");
-    EXPECT_TRUE(isMapped("libkqtts-nuance"));
-    EXPECT_TRUE(isMapped("libespeak-ng"));
+    EXPECT_TRUE(isMapped("libkqtts-" + test::engineUnderTest().plugin));
+    EXPECT_TRUE(isMapped(test::engineUnderTest().library));
   }
-  EXPECT_FALSE(isMapped("libkqtts-nuance"));
-  EXPECT_FALSE(isMapped("libespeak-ng"));
+  EXPECT_FALSE(isMapped("libkqtts-" + test::engineUnderTest().plugin));
+  EXPECT_FALSE(isMapped(test::engineUnderTest().library));
   EXPECT_EQ(threadCount(), threads);
 }
 

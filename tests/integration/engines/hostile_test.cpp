@@ -3,7 +3,7 @@
 
 #include <random>
 
-#include "espeak_engine.hpp"
+#include "engines/speaking_engine.hpp"
 #include "support/row_name.hpp"
 
 namespace {
@@ -28,9 +28,9 @@ const TextRow strangeTexts[] = {
     {"PrivateUse", "\xEE\x80\x80 \xEF\xA3\xBF \xF3\xB0\x80\x80 ok"},
     {"Noncharacters", "\xEF\xBF\xBE \xEF\xBF\xBF \xF4\x8F\xBF\xBF ok"},
     {"IndicDigits", "\xE0\xA7\xA6 \xE0\xAF\xA6 \xE0\xB5\xA6 \xE1\x83\xBB \xE1\x86\x80 ok"},
-    {"LongWord", std::string(20000, 'a')},
-    {"LongNumber", std::string(20000, '7')},
-    {"ManyFullStops", std::string(20000, '.')},
+    {"LongWord", std::string(test::engineUnderTest().lengthOfStrangeTexts, 'a')},
+    {"LongNumber", std::string(test::engineUnderTest().lengthOfStrangeTexts, '7')},
+    {"ManyFullStops", std::string(test::engineUnderTest().lengthOfStrangeTexts, '.')},
     {"ManyBlanks", std::string(100000, ' ')},
     {"ManyLines", std::string(100000, '\n')},
     {"ManyCombiningMarks", "e" +
@@ -111,10 +111,10 @@ TEST(StrangeTexts, TenMegabytesCanBeStopped) {
 }
 
 TEST(StrangeTexts, RandomBytesAreSpokenToTheirEnd) {
-  SpeakingEngine speaking(test::builtPackages());
+  SpeakingEngine speaking(test::engineUnderTest().allPackages);
   const std::vector<std::string> languages = speaking->getAvailableLanguages();
   std::minstd_rand random(1);
-  for (int round = 0; round < 60; ++round) {
+  for (int round = 0; round < test::engineUnderTest().strangeTexts; ++round) {
     speaking->setCurrentLanguage(languages[random() % languages.size()]);
     std::string text;
     for (int i = 0; i < 60; ++i) {
@@ -122,11 +122,12 @@ TEST(StrangeTexts, RandomBytesAreSpokenToTheirEnd) {
     }
     speaking->startSynthetizer(text);
   }
-  EXPECT_EQ(speaking.host.ends().size(), 60U);
+  EXPECT_EQ(speaking.host.ends().size(),
+            static_cast<unsigned>(test::engineUnderTest().strangeTexts));
 }
 
 TEST(StrangeTexts, RandomPiecesAreSpokenToTheirEnd) {
-  SpeakingEngine speaking(test::builtPackages());
+  SpeakingEngine speaking(test::engineUnderTest().allPackages);
   const std::vector<std::string> languages = speaking->getAvailableLanguages();
   const std::vector<std::string> pieces{
       "\\", "\\mrk=", "1",   "\\Pau=1\\", "\\RSPD=400\\", "\\Vol=0\\", "\\VCT=200\\", "\\RST\\",
@@ -134,7 +135,7 @@ TEST(StrangeTexts, RandomPiecesAreSpokenToTheirEnd) {
       ".",  ",",      "?",   "word",      "12.5",         "\xC3",      "'",           "-",
       "[[", "]]",     "\x01"};
   std::minstd_rand random(2);
-  for (int round = 0; round < 60; ++round) {
+  for (int round = 0; round < test::engineUnderTest().strangeTexts; ++round) {
     speaking->setCurrentLanguage(languages[random() % languages.size()]);
     std::string text;
     for (int i = 0; i < 40; ++i) {
@@ -142,7 +143,8 @@ TEST(StrangeTexts, RandomPiecesAreSpokenToTheirEnd) {
     }
     speaking->startSynthetizer(text);
   }
-  EXPECT_EQ(speaking.host.ends().size(), 60U);
+  EXPECT_EQ(speaking.host.ends().size(),
+            static_cast<unsigned>(test::engineUnderTest().strangeTexts));
 }
 
 }  // namespace

@@ -1,0 +1,242 @@
+#include "flite/flite_library.hpp"
+
+extern "C" {
+#include <flite/cst_cg.h>
+#include <flite/flite.h>
+}
+
+#include <algorithm>
+#include <array>
+#include <csetjmp>
+#include <kq/error.hpp>
+#include <map>
+#include <memory>
+#include <mutex>
+
+extern "C" {
+cst_voice* register_cmu_us_awb(const char* folder);
+cst_voice* register_cmu_us_kal(const char* folder);
+cst_voice* register_cmu_us_kal16(const char* folder);
+cst_voice* register_cmu_us_rms(const char* folder);
+cst_voice* register_cmu_us_slt(const char* folder);
+void unregister_cmu_us_awb(cst_voice* voice);
+void unregister_cmu_us_kal(cst_voice* voice);
+void unregister_cmu_us_kal16(cst_voice* voice);
+void unregister_cmu_us_rms(cst_voice* voice);
+void unregister_cmu_us_slt(cst_voice* voice);
+}
+
+namespace KQ::engines {
+
+namespace {
+
+struct LinkedVoice {
+  const char* name;
+  cst_voice* (*enlist)(const char*);
+  void (*release)(cst_voice*);
+};
+
+/// The voices for any text. Flite's speaking clock knows times of day only.
+constexpr std::array<LinkedVoice, 5> linkedVoices{
+    {{"awb", register_cmu_us_awb, unregister_cmu_us_awb},
+     {"kal", register_cmu_us_kal, unregister_cmu_us_kal},
+     {"kal16", register_cmu_us_kal16, unregister_cmu_us_kal16},
+     {"rms", register_cmu_us_rms, unregister_cmu_us_rms},
+     {"slt", register_cmu_us_slt, unregister_cmu_us_slt}}};
+
+struct Process {
+  TurnQueue turns{fliteName};
+
+  std::mutex lifeMutex;  ///< held while voices are registered and released
+  int uses = 0;          ///< guarded by lifeMutex
+
+  // Set while uses goes from 0 to 1, constant as long as it is in use.
+  std::map<std::string, cst_voice*> voices;
+};
+
+Process& process() {
+  static Process theProcess;
+  return theProcess;
+}
+
+struct UtteranceDeleter {
+  void operator()(cst_utterance* utterance) const { delete_utterance(utterance); }
+};
+
+using UtterancePointer = std::unique_ptr<cst_utterance, UtteranceDeleter>;
+
+/// How much longer than the voice's own speed a word takes.
+float stretch(const FliteToken& token, const FliteProsody& prosody) {
+  const float speed =
+      std::clamp(prosody.speed * static_cast<float>(token.speed) / 100, 12.5F, 800.F);
+  return 100 / speed;
+}
+
+void addTokens(cst_utterance& utterance, const FlitePhrase& phrase) {
+  cst_relation* const relation = utt_relation_create(&utterance, "Token");
+  const int normal = phrase.tokens.front().speed;
+  for (const FliteToken& token : phrase.tokens) {
+    cst_item* const item = relation_append(relation, nullptr);
+    item_set_string(item, "name", token.name.c_str());
+    item_set_string(item, "whitespace", " ");
+    item_set_string(item, "prepunctuation", token.before.c_str());
+    item_set_string(item, "punc", token.after.c_str());
+    if (token.speed != normal) {
+      item_set_float(item, "local_duration_stretch",
+                     static_cast<float>(normal) / static_cast<float>(token.speed));
+    }
+  }
+}
+
+/// The place of a segment's end in the audio.
+std::size_t endOf(const cst_item* segment, int samplingRate) {
+  const float seconds = segment == nullptr ? 0 : ffeature_float(segment, "end");
+  return static_cast<std::size_t>(std::max(seconds, 0.F) * static_cast<float>(samplingRate));
+}
+
+/// The first segment of a word of the text, or null if it is silent.
+const cst_item* firstSegment(const cst_item* token) {
+  for (const cst_item* word = item_daughter(token); word != nullptr; word = item_next(word)) {
+    const cst_item* const segment =
+        path_to_item(word, "R:SylStructure.daughter1.daughter1.R:Segment");
+    if (segment != nullptr) {
+      return segment;
+    }
+  }
+  return nullptr;
+}
+
+FlitePlaces placesIn(const cst_utterance& utterance, int samplingRate) {
+  FlitePlaces places;
+  const cst_item* const first = relation_head(utt_relation(&utterance, "Segment"));
+  const cst_item* const last = relation_tail(utt_relation(&utterance, "Segment"));
+  const auto isSilence = [](const cst_item* segment) {
+    return segment != nullptr && std::string("pau") == item_feat_string(segment, "name");
+  };
+  places.speechBegin = isSilence(first) ? endOf(first, samplingRate) : 0;
+  places.speechEnd = endOf(isSilence(last) ? item_prev(last) : last, samplingRate);
+  std::size_t place = places.speechBegin;
+  for (const cst_item* token = relation_head(utt_relation(&utterance, "Token")); token != nullptr;
+       token = item_next(token)) {
+    if (const cst_item* const segment = firstSegment(token)) {
+      place = std::max(place, endOf(item_prev(segment), samplingRate));
+    }
+    places.tokens.push_back(place);
+  }
+  return places;
+}
+
+int onAudio(const cst_wave* wave, int start, int size, int /*last*/,
+            cst_audio_streaming_info* stream) {
+  auto* const listener = static_cast<FliteListener*>(stream->userdata);
+  if (start == 0) {
+    listener->begin(placesIn(*stream->utt, wave->sample_rate));
+  }
+  const bool goesOn = listener->take(wave->samples + start, static_cast<std::size_t>(size));
+  return goesOn ? CST_AUDIO_STREAM_CONT : CST_AUDIO_STREAM_STOP;
+}
+
+/// The model of a voice that has one, or null.
+const cst_cg_db* modelOf(const cst_voice& voice) {
+  const cst_val* const model = get_param_val(voice.features, "cg_db", nullptr);
+  return model == nullptr ? nullptr : val_cg_db(model);
+}
+
+/// Shifts mean and range of the pitch. \param model  becomes the utterance's, and lives as long
+void shiftPitch(cst_features* features, const cst_voice& voice, float pitch, cst_cg_db& model) {
+  if (pitch == 1) {
+    return;
+  }
+  float range = get_param_float(voice.features, "int_f0_target_stddev", 12);
+  if (const cst_cg_db* const own = modelOf(voice)) {
+    range = own->f0_stddev;
+    model = *own;
+    // A melody of its own would take no notice of the shift.
+    model.spamf0 = 0;
+    feat_set(features, "cg_db", cg_db_val(&model));
+  }
+  feat_set_float(features, "f0_shift", pitch);
+  feat_set_float(features, "int_f0_target_stddev", range * pitch);
+}
+
+void setFeatures(cst_features* features, const cst_voice& voice, float stretch,
+                 FliteListener& listener) {
+  const float normal = get_param_float(voice.features, "duration_stretch", 1);
+  feat_set_float(features, "duration_stretch", normal * stretch);
+  cst_audio_streaming_info* const stream = new_audio_streaming_info();
+  constexpr int buffersPerSecond = 50;
+  stream->min_buffsize = get_param_int(voice.features, "sample_rate", 16000) / buffersPerSecond;
+  stream->asc = onAudio;
+  stream->userdata = &listener;
+  // Goes with the utterance.
+  feat_set(features, "streaming_info", audio_streaming_info_val(stream));
+}
+
+/// Flite ends the process when it cannot go on, unless there is a place to jump to. \return whether it
+/// came to the end
+bool synthesize(cst_utterance* utterance, cst_voice* voice) {
+  std::jmp_buf giveUp;
+  cst_errjmp = &giveUp;
+  if (setjmp(giveUp) != 0) {
+    cst_errjmp = nullptr;
+    return false;
+  }
+  utt_init(utterance, voice);
+  const bool isSpoken = utt_synth_tokens(utterance) != nullptr;
+  cst_errjmp = nullptr;
+  return isSpoken;
+}
+
+}  // namespace
+
+FliteLibrary::FliteLibrary() {
+  Process& known = process();
+  const std::lock_guard<std::mutex> lock(known.lifeMutex);
+  if (known.uses == 0) {
+    flite_init();
+    for (const LinkedVoice& linked : linkedVoices) {
+      known.voices[linked.name] = linked.enlist(nullptr);
+    }
+  }
+  ++known.uses;
+}
+
+FliteLibrary::~FliteLibrary() {
+  Process& known = process();
+  const std::lock_guard<std::mutex> lock(known.lifeMutex);
+  if (--known.uses == 0) {
+    for (const LinkedVoice& linked : linkedVoices) {
+      linked.release(known.voices.at(linked.name));
+    }
+    known.voices.clear();
+  }
+}
+
+bool FliteLibrary::hasVoice(const std::string& name) const {
+  return process().voices.count(name) != 0;
+}
+
+int FliteLibrary::samplingRate(const std::string& voice) const {
+  return get_param_int(process().voices.at(voice)->features, "sample_rate", 16000);
+}
+
+TurnQueue& FliteLibrary::turns() {
+  return process().turns;
+}
+
+void FliteLibrary::speak(const FlitePhrase& phrase, const FliteProsody& prosody,
+                         FliteListener& listener) const {
+  cst_voice* const voice = process().voices.at(prosody.voice);
+  cst_cg_db model;
+  UtterancePointer utterance(new_utterance());
+  addTokens(*utterance, phrase);
+  setFeatures(utterance->features, *voice, stretch(phrase.tokens.front(), prosody), listener);
+  shiftPitch(utterance->features, *voice, prosody.pitch, model);
+  if (!synthesize(utterance.get(), voice)) {
+    // Who knows in what state it is.
+    static_cast<void>(utterance.release());
+    throw KQError(fliteName, "startSynthetizer", "Flite cannot speak the text.", nullptr, 0);
+  }
+}
+
+}  // namespace KQ::engines

@@ -1,0 +1,121 @@
+#include "flite/flite_synthesizer.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+namespace KQ::engines {
+
+namespace {
+
+/// Passes one phrase on to the host while Flite speaks it.
+class PhraseListener : public FliteListener {
+ public:
+  PhraseListener(const FlitePhrase& phrase, Utterance& utterance, float level, int samplingRate)
+      : phrase(phrase), utterance(utterance), level(level), samplingRate(samplingRate) {}
+
+  void begin(const FlitePlaces& found) noexcept override {
+    places = found;
+    // Within a sentence there is no silence between phrases.
+    audibleBegin = phrase.continues ? places.speechBegin : 0;
+    audibleEnd = phrase.isContinued ? places.speechEnd : std::numeric_limits<std::size_t>::max();
+  }
+
+  bool take(const std::int16_t* samples, std::size_t count) noexcept override {
+    const std::size_t end = taken + count;
+    while (token < places.tokens.size() && places.tokens[token] < end) {
+      tellTo(places.tokens[token], samples);
+      tellToken();
+    }
+    tellTo(end, samples);
+    taken = end;
+    return !utterance.isOver();
+  }
+
+  /// Tells what stands behind the audio.
+  void finish() noexcept {
+    while (token < phrase.tokens.size()) {
+      tellToken();
+    }
+    tellInsertions(phrase.insertions);
+  }
+
+ private:
+  /// Tells the audio up to a place. \param samples  those from `taken` on
+  void tellTo(std::size_t place, const std::int16_t* samples) noexcept {
+    const std::size_t from = std::max({told, taken, audibleBegin});
+    const std::size_t to = std::min(place, audibleEnd);
+    if (to > from) {
+      tellAudio(samples + (from - taken), to - from);
+      told = to;
+    }
+  }
+
+  void tellAudio(const std::int16_t* samples, std::size_t count) noexcept {
+    const float gain =
+        level * static_cast<float>(phrase.tokens[token == 0 ? 0 : token - 1].volume) / 100;
+    louder.resize(count);
+    std::transform(samples, samples + count, louder.begin(), [=](std::int16_t sample) {
+      return static_cast<std::int16_t>(
+          std::lround(std::clamp(static_cast<float>(sample) * gain, -32768.F, 32767.F)));
+    });
+    const auto most = static_cast<std::size_t>(samplingRate / 25);
+    for (std::size_t begin = 0; begin < count && !utterance.isOver(); begin += most) {
+      utterance.tellAudio(louder.data() + begin, std::min(most, count - begin), samplingRate);
+    }
+  }
+
+  void tellToken() noexcept {
+    const FliteToken& word = phrase.tokens[token++];
+    tellInsertions(word.insertions);
+    utterance.tellWord({word.offset, word.length, utterance.samplesTold()});
+  }
+
+  void tellInsertions(const std::vector<MarkupItem>& insertions) noexcept {
+    for (const MarkupItem& item : insertions) {
+      if (item.kind == MarkupItem::Kind::mark) {
+        utterance.tellMark(item.value, utterance.samplesTold());
+      } else {
+        const auto milliseconds = static_cast<std::uint64_t>(item.value);
+        utterance.tellSilence(milliseconds * static_cast<unsigned>(samplingRate) / 1000,
+                              samplingRate);
+      }
+    }
+  }
+
+  const FlitePhrase& phrase;
+  Utterance& utterance;
+  const float level;
+  const int samplingRate;
+  FlitePlaces places;
+  std::size_t audibleBegin = 0;
+  std::size_t audibleEnd = 0;
+  std::size_t taken = 0;  ///< samples that Flite gave before the present ones
+  std::size_t told = 0;   ///< samples of Flite's that were told or left out
+  std::size_t token = 0;  ///< the next one to be told
+  std::vector<std::int16_t> louder;
+};
+
+}  // namespace
+
+void FliteSynthesizer::speak(const std::string& text, const SpeechSettings& settings,
+                             Utterance& utterance) {
+  Turn turn(FliteLibrary::turns(), utterance);
+  utterance.run([&] {
+    FliteText phrases(text);
+    std::optional<FlitePhrase> phrase;
+    while (!utterance.isOver() && (phrase = phrases.next())) {
+      PhraseListener listener(*phrase, utterance, std::clamp(settings.level, 0.F, 4.F),
+                              library.samplingRate(settings.sourceVoice));
+      if (!phrase->tokens.empty()) {
+        const float tagged = static_cast<float>(phrase->tokens.front().pitch) / 100;
+        const float pitch = std::clamp(settings.pitch * tagged, 0.25F, 4.F);
+        library.speak(*phrase, {settings.sourceVoice, settings.speed, pitch}, listener);
+      }
+      listener.finish();
+    }
+  });
+}
+
+}  // namespace KQ::engines

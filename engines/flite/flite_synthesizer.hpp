@@ -1,0 +1,30 @@
+#pragma once
+
+#include <algorithm>
+
+#include "flite/flite_library.hpp"
+#include "support/synthesizer.hpp"
+
+namespace KQ::engines {
+
+/// Flite as the engines' common code drives it. Utterances of all engines of the process are spoken
+/// one after another, in the order in which they were started.
+class FliteSynthesizer : public Synthesizer {
+ public:
+  int samplingRate(const std::string& sourceVoice) const override {
+    return library.samplingRate(sourceVoice);
+  }
+  bool hasVoice(const std::string& sourceVoice) const override {
+    return library.hasVoice(sourceVoice);
+  }
+  /// What it reaches with all voices.
+  float ownPitchShift(float factor) const override { return std::clamp(factor, 0.6F, 2.F); }
+  void speak(const std::string& text, const SpeechSettings& settings,
+             Utterance& utterance) override;
+  void wakeWaiting() override { FliteLibrary::turns().wakeWaiting(); }
+
+ private:
+  FliteLibrary library;
+};
+
+}  // namespace KQ::engines

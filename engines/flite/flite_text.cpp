@@ -1,0 +1,216 @@
+#include "flite/flite_text.hpp"
+
+#include <algorithm>
+#include <set>
+#include <utility>
+
+#include "flite/ascii_text.hpp"
+#include "support/utf8.hpp"
+
+namespace KQ::engines {
+
+namespace {
+
+using Kind = MarkupItem::Kind;
+
+/// Of a word, in letters. Flite takes apart what is no plain word letter by letter, each with a copy of
+/// the rest.
+constexpr std::size_t longestWord = 60;
+
+/// Of the punctuation at a word.
+constexpr std::size_t mostPunctuation = 16;
+
+/// So many blanks in a row are enough to look up.
+constexpr int mostBlanks = 4096;
+
+/// What is read for one phrase, words or not.
+constexpr int mostRead = 1000;
+
+/// A phrase ends behind so many words at the next punctuation, or at last behind so many.
+constexpr std::size_t wordsToPunctuation = 20;
+constexpr std::size_t mostWords = 40;
+
+constexpr const char* openingPunctuation = "\"'`({[";
+constexpr const char* closingPunctuation = "\"'`.,:;!?(){}[]";
+constexpr const char* spokenSigns = "@#$%^&*|=+~_/";
+
+bool isUpper(char letter) {
+  return letter >= 'A' && letter <= 'Z';
+}
+
+bool isSpoken(char letter) {
+  return (letter >= 'a' && letter <= 'z') || isUpper(letter) || (letter >= '0' && letter <= '9') ||
+         std::string_view(spokenSigns).find(letter) != std::string_view::npos;
+}
+
+bool hasAny(const std::string& text, const char* characters) {
+  return text.find_first_of(characters) != std::string::npos;
+}
+
+/// Whether a full stop behind a word may be one within the sentence: "Dr. No", "J. Bach".
+bool isAbbreviation(const std::string& word) {
+  static const std::set<std::string> titles{"Capt", "Col", "Dr",  "Gen", "Gov", "Hon",  "Jr",
+                                            "Lt",   "Mr",  "Mrs", "Ms",  "No",  "Prof", "Rev",
+                                            "Sen",  "Sgt", "Sr",  "St",  "vs"};
+  return (word.size() == 1 && isUpper(word.front())) || word.find('.') != std::string::npos ||
+         titles.count(word) != 0;
+}
+
+bool endsSentence(const FliteToken& last, const FliteToken& next) {
+  if (next.lineFeeds > 1 || hasAny(last.after, ":?!")) {
+    return true;
+  }
+  return hasAny(last.after, ".") && !next.name.empty() && isUpper(next.name.front()) &&
+         (next.blanks > 1 || !isAbbreviation(last.name));
+}
+
+}  // namespace
+
+std::optional<FliteToken> FliteTokenReader::next() {
+  bool isOver = false;
+  while (!isOver) {
+    if (!letters.empty()) {
+      isOver = readLetter();
+    } else if (position < end) {
+      readCharacter();
+    } else if (!word.empty()) {
+      isOver = true;
+    } else if (const std::optional<MarkupItem> item = markup.next()) {
+      readMarkup(*item);
+    } else {
+      return std::nullopt;
+    }
+  }
+  return take();
+}
+
+std::vector<MarkupItem> FliteTokenReader::takeInsertions() {
+  return std::exchange(insertions, {});
+}
+
+void FliteTokenReader::readMarkup(const MarkupItem& item) {
+  switch (item.kind) {
+    case Kind::text:
+      position = item.offset;
+      end = item.offset + item.length;
+      break;
+    case Kind::pause:
+    case Kind::mark:
+      insertions.push_back(item);
+      break;
+    case Kind::volume:
+      settings.volume = item.value;
+      break;
+    case Kind::speed:
+      settings.speed = item.value;
+      break;
+    case Kind::pitch:
+      settings.pitch = item.value;
+      break;
+    case Kind::reset:
+      settings.volume = settings.speed = settings.pitch = 100;
+      break;
+    case Kind::ignored:
+      break;
+  }
+}
+
+void FliteTokenReader::readCharacter() {
+  const std::string_view rest = source.substr(position, end - position);
+  const std::size_t length = std::max<std::size_t>(utf8Length(rest), 1);
+  letters = toAscii(rest.substr(0, length));
+  std::reverse(letters.begin(), letters.end());
+  begin = std::exchange(position, position + length);
+}
+
+/// Takes the next letter. \return whether the word ends with it
+bool FliteTokenReader::readLetter() {
+  const char letter = letters.back();
+  letters.pop_back();
+  if (letter != ' ' && letter != '\n') {
+    if (word.empty()) {
+      settings.blanks = std::exchange(blanks, 0);
+      settings.lineFeeds = std::exchange(lineFeeds, 0);
+    }
+    word.push_back({letter, begin, position});
+    return word.size() == longestWord;
+  }
+  // A blank behind a word counts for the next one.
+  ++blanks;
+  lineFeeds += letter == '\n' ? 1 : 0;
+  return !word.empty() || blanks == mostBlanks;
+}
+
+/// The word that was read, without its punctuation.
+FliteToken FliteTokenReader::take() {
+  const auto isIn = [](const char* characters) {
+    return [=](const Letter& letter) {
+      return std::string_view(characters).find(letter.ascii) != std::string_view::npos;
+    };
+  };
+  const auto append = [](std::string& target, auto from, auto to) {
+    for (; from != to && target.size() < longestWord; ++from) {
+      target += from->ascii;
+    }
+  };
+  FliteToken token = settings;
+  if (word.empty()) {
+    token.blanks = std::exchange(blanks, 0);
+  }
+  const auto first = std::find_if_not(word.begin(), word.end(), isIn(openingPunctuation));
+  const auto last =
+      std::find_if_not(word.rbegin(), std::make_reverse_iterator(first), isIn(closingPunctuation))
+          .base();
+  append(token.before, word.begin(), std::min(first, word.begin() + mostPunctuation));
+  append(token.after, last,
+         std::min(word.end(), last + std::min<std::ptrdiff_t>(word.end() - last, mostPunctuation)));
+  if (std::any_of(first, last, [](const Letter& letter) { return isSpoken(letter.ascii); })) {
+    append(token.name, first, last);
+    token.offset = first->begin;
+    token.length = (last - 1)->end - first->begin;
+    token.insertions = takeInsertions();
+  }
+  word.clear();
+  return token;
+}
+
+std::optional<FlitePhrase> FliteText::next() {
+  if (finished) {
+    return std::nullopt;
+  }
+  FlitePhrase phrase;
+  phrase.continues = std::exchange(isContinued, false);
+  std::vector<FliteToken>& tokens = phrase.tokens;
+  bool isOver = false;
+  for (int read = 0; pending && !isOver; ++read) {
+    if (!pending->name.empty()) {
+      tokens.push_back(*std::move(pending));
+    } else if (!tokens.empty() && tokens.back().after.size() < mostPunctuation) {
+      tokens.back().after += pending->before + pending->after;
+    }
+    pending = reader.next();
+    isOver = read == mostRead || (pending && (pending->blanks == mostBlanks || endsPhrase(tokens)));
+  }
+  phrase.isContinued = isContinued;
+  finished = !pending;
+  if (finished) {
+    phrase.insertions = reader.takeInsertions();
+  }
+  return phrase;
+}
+
+/// Whether a phrase of these words ends before the pending one.
+bool FliteText::endsPhrase(const std::vector<FliteToken>& tokens) {
+  if (tokens.empty() || pending->name.empty()) {
+    return false;
+  }
+  const FliteToken& last = tokens.back();
+  const bool isClause = tokens.size() >= wordsToPunctuation && hasAny(last.after, ",;.");
+  if (isClause || endsSentence(last, *pending)) {
+    return true;
+  }
+  isContinued = tokens.size() >= mostWords || pending->pitch != last.pitch;
+  return isContinued;
+}
+
+}  // namespace KQ::engines

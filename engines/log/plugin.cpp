@@ -1,0 +1,15 @@
+#include <memory>
+
+#include "log/log_synthesizer.hpp"
+#include "support/plugin_entries.hpp"
+
+KQ::engines::EngineTraits KQ::engines::pluginTraits() {
+  EngineTraits traits;
+  traits.name = logName;
+  traits.packageEngine = "log";
+  traits.minimumVersion = "1.0";
+  traits.logCategory = logCategory;
+  traits.openSynthesizer = [] { return std::make_shared<LogSynthesizer>(); };
+  traits.moreParameters = {parameters::speechTime};
+  return traits;
+}
