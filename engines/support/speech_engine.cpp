@@ -193,7 +193,7 @@ void SpeechEngine::xApplyEffect(const std::string& effect, bool flag) {
 /// \throws DictionaryError for a language that the engine does not offer
 std::string SpeechEngine::dictionaryLanguage(const std::string& wanted) const {
   const State now = state();
-  const std::string language = wanted.empty() ? now.language : wanted;
+  std::string language = wanted.empty() ? now.language : wanted;
   if (!contains(now.catalogue->languages(), language)) {
     throw DictionaryError("the engine does not offer the language \"" + language + '"');
   }
