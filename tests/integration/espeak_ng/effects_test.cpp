@@ -84,10 +84,6 @@ TEST_F(EffectsOfEspeak, DoubleVoiceOfAnEffectIsThatOfAVoice) {
   EXPECT_EQ(spokenWithEffect(settings), spokenWithVoice(settings));
 }
 
-TEST_F(EffectsOfEspeak, DoubleVoiceWithoutLevelIsNotHeard) {
-  EXPECT_EQ(spokenWithEffect(doubleVoice("1.5", "0", "0.1")), plain);
-}
-
 struct PitchRow {
   const char* voice;  ///< whose shifted pitch can be measured
   const char* value;
@@ -119,31 +115,6 @@ INSTANTIATE_TEST_SUITE_P(Factors, EspeakPitch,
                                            PitchRow{"english-male", "2", 2}),
                          [](const auto& row) { return "By" + std::to_string(row.index); });
 
-TEST_F(EffectsOfEspeak, EffectsMultiplyWithTheVoiceAndTheParameters) {
-  SpeakingEngine speaking;
-  speaking->setParameter("voiceLevel", 0.5F);
-  speaking->loadEffect(folder.write("half.xml", preferenceFile(preference("voiceLevel", "0.5"))));
-  speaking->applyEffect("half", true);
-  speaking->startSynthetizer(pangram);
-  EXPECT_NEAR(test::level(speaking.host.samples()) / test::level(plain), 0.25, 0.025);
-}
-
-TEST_F(EffectsOfEspeak, SpeedOfAnEffectIsPercent) {
-  const Samples fast = spokenWithEffect(preference("defaultVoiceSpeed", "200"));
-  EXPECT_NEAR(test::length(fast) / test::length(plain), 0.5, 0.05);
-}
-
-TEST_F(EffectsOfEspeak, SwitchedOffAgainEverythingIsAsBefore) {
-  const Samples again = spoken(pangram, [&](KQ::TextToSpeechEngine& engine) {
-    engine.loadEffect(folder.write("effect.xml", preferenceFile(doubleVoice("1.5", "1", "0.1"))));
-    engine.applyEffect("effect", true);
-    engine.enableFilter(true);
-    engine.applyEffect("effect", false);
-    engine.enableFilter(false);
-  });
-  EXPECT_EQ(again, plain);
-}
-
 TEST_F(EffectsOfEspeak, ARobotsPreferencesAreAnEffect) {
   KQValue preferences = KQValue::array();
   for (const auto& [name, value] :
@@ -159,50 +130,6 @@ TEST_F(EffectsOfEspeak, ARobotsPreferencesAreAnEffect) {
     engine.applyEffect("robot", true);
   });
   EXPECT_EQ(robot, spokenWithVoice(doubleVoice("1.5", "0.5", "0.1")));
-}
-
-TEST_F(EffectsOfEspeak, FilterTakesAwayTheLowestPartAndLeavesTheRest) {
-  const Samples filtered =
-      spoken(pangram, [](KQ::TextToSpeechEngine& engine) { engine.enableFilter(true); });
-  ASSERT_EQ(filtered.size(), plain.size());
-  const auto power = [](const Samples& samples, double from, double to) {
-    double sum = 0;
-    for (double frequency = from; frequency < to; frequency += 5) {
-      sum += std::pow(test::amplitudeAt(samples, frequency, samplingRate), 2);
-    }
-    return sum;
-  };
-  EXPECT_LT(power(filtered, 20, 100), 0.02 * power(plain, 20, 100));
-  EXPECT_NEAR(power(filtered, 500, 1000), power(plain, 500, 1000), 0.02 * power(plain, 500, 1000));
-}
-
-TEST_F(EffectsOfEspeak, MarksStayAtTheirPlaces) {
-  const auto position = [&](bool isChanged) {
-    SpeakingEngine speaking;
-    speaking->loadEffect(
-        folder.write("effect.xml", preferenceFile(doubleVoice("1.5", "1", "0.1"))));
-    speaking->applyEffect("effect", isChanged);
-    speaking->startSynthetizer("One \\mrk=1\\ two \\Pau=500\\ three");
-    return speaking.host.events(test::SpeechEvent::Kind::mark).at(0).word.samplePosition;
-  };
-  EXPECT_EQ(position(true), position(false));
-}
-
-TEST_F(EffectsOfEspeak, WordsAreToldBeforeTheirAudio) {
-  SpeakingEngine speaking;
-  speaking->loadEffect(folder.write("effect.xml", preferenceFile(preference("pitchShift", "2"))));
-  speaking->applyEffect("effect", true);
-  speaking->startSynthetizer(pangram);
-  std::uint64_t heard = 0;
-  std::vector<std::string> late;
-  for (const test::SpeechEvent& event : speaking.host.events()) {
-    heard += event.count;
-    if (event.kind == test::SpeechEvent::Kind::word && event.word.samplePosition < heard) {
-      late.push_back(std::string(pangram).substr(event.word.textOffset, event.word.textLength));
-    }
-  }
-  EXPECT_THAT(late, ::testing::IsEmpty());
-  EXPECT_EQ(speaking.host.words(pangram).size(), 9U);
 }
 
 TEST(ShippedVoices, FrenchRobotIsADoubleVoice) {

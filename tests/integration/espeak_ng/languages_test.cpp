@@ -129,6 +129,21 @@ TEST(Languages, WithoutEnglishTheFirstPackagesLanguageIsChosen) {
   EXPECT_EQ(speaking->getCurrentVoice(), "turkish-male");
 }
 
+TEST(Languages, HaveTheirOwnDictionaries) {
+  const test::TempFolder data;
+  ::setenv("XDG_DATA_HOME", data.path().c_str(), 1);
+  const auto englishRobot = [](const char* language) {
+    return test::spoken("robot", [&](KQ::TextToSpeechEngine& engine) {
+      engine.addToDictionary("robot", "a machine that works", language, "", "");
+    });
+  };
+  const Samples withFrench = englishRobot("French");
+  const Samples withEnglish = englishRobot("English");
+  ::unsetenv("XDG_DATA_HOME");
+  EXPECT_EQ(withFrench, test::spoken("robot"));
+  EXPECT_EQ(withEnglish, test::spoken("a machine that works"));
+}
+
 TEST(Languages, ChoosingOneChoosesItsDefaultVoice) {
   SpeakingEngine speaking;
   speaking->setCurrentLanguage("French");
