@@ -161,7 +161,8 @@ bool Utterance::tellWord(const SpeechWord& word) noexcept {
 }
 
 bool Utterance::tellEvent(const Event& event) noexcept {
-  if (!effects.isAny()) {
+  // Before the first audio nothing is held back, and an engine without sound has none.
+  if (!chain) {
     return tellHost(event);
   }
   try {
@@ -221,6 +222,9 @@ void Utterance::tellWaitingEvents() noexcept {
 void Utterance::finishEffects() {
   if (chain && !isOver()) {
     tellChanged(chain->finish());
+  }
+  for (; !isOver() && !waiting.empty(); waiting.pop_front()) {
+    tellHost(waiting.front());
   }
 }
 

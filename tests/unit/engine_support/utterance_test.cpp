@@ -100,15 +100,36 @@ TEST_F(ChangedUtterance, TellsAWordBeforeItsSamples) {
 TEST_F(ChangedUtterance, TellsEventsInTheOrderOfTheirPositions) {
   utterance.setEffects(lateEffects);
   utterance.run([&] {
-    utterance.tellWord({0, 1, 300});
-    utterance.tellMark(1, 100);
-    utterance.tellMark(2, 100);
+    tellBuffers(20);
+    const std::uint64_t told = utterance.samplesTold();
+    utterance.tellWord({0, 1, told + 300});
+    utterance.tellMark(1, told + 100);
+    utterance.tellMark(2, told + 100);
     tellBuffers(20);
   });
   EXPECT_EQ(host.events(EventKind::mark)[0].number, 1);
   EXPECT_EQ(host.events(EventKind::mark)[1].number, 2);
-  EXPECT_EQ(samplesBefore(EventKind::mark), 100U);
-  EXPECT_EQ(samplesBefore(EventKind::word), 300U);
+  EXPECT_EQ(samplesBefore(EventKind::mark), 20 * bufferSize + 100);
+  EXPECT_EQ(samplesBefore(EventKind::word), 20 * bufferSize + 300);
+}
+
+TEST_F(ChangedUtterance, WithoutAudioTellsEventsAtOnce) {
+  utterance.setEffects(lateEffects);
+  utterance.run([&] {
+    utterance.tellWord({0, 1, 300});
+    EXPECT_EQ(host.events(EventKind::word).size(), 1U);
+    utterance.tellMark(1, 5000);
+    EXPECT_EQ(host.events(EventKind::mark).size(), 1U);
+  });
+}
+
+TEST_F(ChangedUtterance, TellsEventsBehindTheLastSample) {
+  utterance.setEffects({1, {}, true});
+  utterance.run([&] {
+    tellBuffers(2);
+    utterance.tellMark(1, 100000);
+  });
+  EXPECT_EQ(host.events(EventKind::mark).size(), 1U);
 }
 
 TEST_F(ChangedUtterance, TellsAMarkAtTheVeryEnd) {
@@ -118,12 +139,6 @@ TEST_F(ChangedUtterance, TellsAMarkAtTheVeryEnd) {
     utterance.tellMark(7, utterance.samplesTold());
   });
   EXPECT_EQ(samplesBefore(EventKind::mark), 20 * bufferSize);
-}
-
-TEST_F(ChangedUtterance, TellsMarksWithoutAudio) {
-  utterance.setEffects(lateEffects);
-  utterance.run([&] { utterance.tellMark(7, 0); });
-  EXPECT_EQ(host.events(EventKind::mark).size(), 1U);
 }
 
 TEST_F(ChangedUtterance, StoppedOneTellsNothingOfWhatWasHeldBack) {
