@@ -11,5 +11,6 @@ KQ::engines::EngineTraits KQ::engines::pluginTraits() {
   traits.logCategory = logCategory;
   traits.openSynthesizer = [] { return std::make_shared<LogSynthesizer>(); };
   traits.moreParameters = {parameters::speechTime};
+  traits.isStandIn = true;
   return traits;
 }

@@ -78,8 +78,14 @@ bool SpeechEngine::xInitialize(const std::vector<zu::PackageInfo>& packages) {
       [&](const std::string& source) { return opened.synthesizer->hasVoice(source); }};
   opened.catalogue = std::make_shared<PackageCatalogue>(*this, packages, rules);
   if (opened.catalogue->languages().empty()) {
-    warn(traits.logCategory, "None of the " + std::to_string(packages.size()) +
-                                 " installed packages can be used by " + traits.name);
+    const std::string message = "None of the " + std::to_string(packages.size()) +
+                                " installed packages can be used by " + traits.name;
+    if (traits.isStandIn) {
+      zu::log::write(zu::log::Level::verbose, traits.logCategory, message, __FILE__, __func__,
+                     __LINE__);
+    } else {
+      warn(traits.logCategory, message);
+    }
     return false;
   }
   opened.language = firstLanguage(*opened.catalogue);

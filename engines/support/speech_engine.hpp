@@ -28,6 +28,7 @@ struct EngineTraits {
   /// Opens the synthesiser. \throws KQError when it cannot be used
   std::function<std::shared_ptr<Synthesizer>()> openSynthesizer;
   std::vector<ParameterRow> moreParameters{};  ///< besides those that every engine has
+  bool isStandIn = false;                      ///< where it has no package, nobody misses it
 };
 
 /// An engine that offers what its packages hold and speaks with a synthesiser.

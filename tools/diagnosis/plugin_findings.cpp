@@ -39,6 +39,11 @@ class PluginFindings {
                        [](const PluginReport& plugin) { return !plugin.search.library.empty(); });
   }
 
+  bool speaksAny() const {
+    return std::any_of(installation.plugins.begin(), installation.plugins.end(),
+                       [](const PluginReport& plugin) { return plugin.started; });
+  }
+
   void explainPlugin(const PluginReport& plugin) {
     if (plugin.search.library.empty()) {
       const bool isNeeded = !hasAnyLibrary();
@@ -51,14 +56,21 @@ class PluginFindings {
     } else if (!plugin.created) {
       explainUnloadable(plugin);
     } else if (!plugin.started) {
-      list.add(list.bad(), "engine-refused", plugin.name + " refused to start" + from(plugin),
-               complaintsOf(plugin).empty()
-                   ? "it does not say why: see the packages below, or ask its maker"
-                   : "mend what it complains of; see also the packages below",
-               complaintsOf(plugin));
+      explainRefusal(plugin);
     } else {
       explainRunning(plugin);
     }
+  }
+
+  void explainRefusal(const PluginReport& plugin) {
+    const std::vector<std::string> complaints = complaintsOf(plugin);
+    const bool isMissed = !complaints.empty() || !speaksAny();
+    list.add(isMissed ? list.bad() : Severity::note, "engine-refused",
+             plugin.name + " refused to start" + from(plugin),
+             complaints.empty()
+                 ? "it does not complain, so it may have no package: see the packages below"
+                 : "mend what it complains of; see also the packages below",
+             complaints);
   }
 
   void explainMishap(const PluginReport& plugin) {

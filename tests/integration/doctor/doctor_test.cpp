@@ -312,6 +312,16 @@ TEST(DoctorTest, ASoundInstallationHasNeitherProblemsNorPluginWarnings) {
                                                         "languages-spoken", "language-chosen"));
 }
 
+TEST(DoctorTest, AnEngineThatRefusesWithoutComplaintIsANoteWhereAnotherOneSpeaks) {
+  Patient patient;
+  patient.installPlugin("log", LOG_PLUGIN);
+
+  const Answer answer = patient.ask({"doctor"});
+
+  EXPECT_THAT(answer.causes("note"), Contains("engine-refused"));
+  EXPECT_THAT(answer.causes("warning"), testing::ElementsAre("audio-device-missing"));
+}
+
 TEST(DoctorTest, JsonTellsWhatWasLookedForAndWhere) {
   const Patient patient;
 

@@ -32,7 +32,6 @@ namespace {
 using test::SpeakingEngine;
 using test::SpeechEvent;
 using Kind = test::SpeechEvent::Kind;
-using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::Field;
 
@@ -267,6 +266,15 @@ TEST(LogEngine, SpeaksOneUtteranceAfterAnother) {
     open = event.kind != Kind::end;
   }
   EXPECT_EQ(speaking.host.ends().size(), 8U);
+}
+
+TEST(LogEngine, RefusesToStartWithoutItsPackageAndDoesNotComplain) {
+  const test::LogRecorder log;
+  test::LoadedEngine engine(nullptr);
+  EXPECT_FALSE(engine->initialize(test::builtPackages()));
+  EXPECT_THAT(
+      log.lines(),
+      ::testing::Not(::testing::Contains(Field(&test::LogLine::level, zu::log::Level::warning))));
 }
 
 TEST(LogEngine, TakesNoLanguageUnlessItsPackageIsNamed) {
