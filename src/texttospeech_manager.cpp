@@ -274,7 +274,9 @@ void TextToSpeechManager::refuseIfOutdated(const std::string& language, const ch
 }
 
 void TextToSpeechManager::xSetCurrentLanguage(const std::string& language) {
+  Registry used;  // let go after the lock: this may be the last call that uses an engine
   const Lock lock(managerMutex);
+  used = registry();
   try {
     refuseIfOutdated(language, "xSetCurrentLanguage");
     route(xGetEngine(language),
@@ -324,9 +326,11 @@ void TextToSpeechManager::xSetCurrentVoice(const std::string& voice) {
   if (*language != xGetCurrentLanguage()) {
     setCurrentLanguage(*language);
   }
+  EnginePtr engine;  // let go after the lock: this may be the last call that uses it
   const Lock lock(managerMutex);
   try {
-    route(xGetRelevantEngine(), [&](TextToSpeechEngine& target) { target.setCurrentVoice(voice); });
+    engine = xGetRelevantEngine();
+    route(engine, [&](TextToSpeechEngine& target) { target.setCurrentVoice(voice); });
   } catch (const KQError& error) {
     throw managerError("setCurrentVoice", error.what());
   }

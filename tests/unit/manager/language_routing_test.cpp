@@ -21,8 +21,18 @@ class LanguageRoutingTest : public testing::Test {
     routes.currentLanguage = "English";
   }
   ~LanguageRoutingTest() override {
-    aitalk->onCall = nullptr;  // the manager terminates them
+    if (aitalk) {
+      aitalk->onCall = nullptr;  // the manager terminates them
+    }
     nuance->onCall = nullptr;
+  }
+
+  bool isLocked() {
+    const bool taken = routes.managerMutex.try_lock();
+    if (taken) {
+      routes.managerMutex.unlock();
+    }
+    return !taken;
   }
 
   test::TestManager routes;
@@ -219,13 +229,6 @@ TEST_F(LanguageRoutingTest, OtherExceptionsPassUnchangedAndWithoutResynchronisat
 }
 
 TEST_F(LanguageRoutingTest, TheManagersLockIsHeldAndReleasedOnEveryWayOut) {
-  const auto isLocked = [this] {
-    const bool taken = routes.managerMutex.try_lock();
-    if (taken) {
-      routes.managerMutex.unlock();
-    }
-    return !taken;
-  };
   int unlocked = 0;
   const auto look = [&](const std::string&) { unlocked += isLocked() ? 0 : 1; };
   aitalk->onCall = look;
@@ -241,6 +244,39 @@ TEST_F(LanguageRoutingTest, TheManagersLockIsHeldAndReleasedOnEveryWayOut) {
   EXPECT_THROW(routes.xSetCurrentLanguage("Japanese"), int);
   EXPECT_FALSE(isLocked());
 }
+
+class EngineDroppedDuring : public LanguageRoutingTest,
+                            public testing::WithParamInterface<const char*> {};
+
+// An engine may wait, as it goes, for a thread of its own that calls the manager.
+TEST_P(EngineDroppedDuring, TheLanguageSwitchGoesAfterTheLock) {
+  bool destroyed = false;
+  bool lockedAtTheEnd = true;
+  test::FakeEngine* const target = aitalk.get();
+  target->onDestruction = [&] {
+    destroyed = true;
+    lockedAtTheEnd = isLocked();
+  };
+  target->onCall = [&](const std::string& call) {
+    if (call == GetParam()) {
+      routes.engines.clear();
+    }
+  };
+  aitalk.reset();
+
+  try {
+    routes.setCurrentLanguage("Japanese");
+  } catch (const KQError&) {
+    // Its engine may be gone before its turn.
+  }
+
+  EXPECT_TRUE(destroyed);
+  EXPECT_FALSE(lockedAtTheEnd);
+}
+
+INSTANTIATE_TEST_SUITE_P(Hooks, EngineDroppedDuring,
+                         testing::Values("xGetOldLanguagesDetected", "xSetCurrentLanguage Japanese",
+                                         "xGetCurrentLanguage"));
 
 // Merged answers -------------------------------------------------------------------------------
 

@@ -25,7 +25,17 @@ class VoiceRoutingTest : public testing::Test {
   }
   ~VoiceRoutingTest() override {
     aitalk->onCall = nullptr;  // the manager terminates them
-    nuance->onCall = nullptr;
+    if (nuance) {
+      nuance->onCall = nullptr;
+    }
+  }
+
+  bool isLocked() {
+    const bool taken = routes.managerMutex.try_lock();
+    if (taken) {
+      routes.managerMutex.unlock();
+    }
+    return !taken;
   }
 
   test::TestManager routes;
@@ -171,13 +181,6 @@ TEST_F(VoiceRoutingTest, OtherExceptionsPassUnchanged) {
 TEST_F(VoiceRoutingTest, TheManagersLockIsHeldForTheEngineStepAlone) {
   bool lockedBefore = true;
   bool lockedInside = false;
-  const auto isLocked = [this] {
-    const bool taken = routes.managerMutex.try_lock();
-    if (taken) {
-      routes.managerMutex.unlock();
-    }
-    return !taken;
-  };
   nuance->onCall = [&](const std::string& call) {
     (call == "xSetCurrentVoice Anna" ? lockedInside : lockedBefore) = isLocked();
     if (call == "xGetOldLanguagesDetected") {
@@ -195,6 +198,28 @@ TEST_F(VoiceRoutingTest, TheManagersLockIsHeldForTheEngineStepAlone) {
   nuance->allVoices.clear();
   EXPECT_ANY_THROW(routes.setCurrentVoice("Anna"));
   EXPECT_FALSE(isLocked());
+}
+
+// An engine may wait, as it goes, for a thread of its own that calls the manager.
+TEST_F(VoiceRoutingTest, AnEngineDroppedDuringTheVoiceStepGoesAfterTheLock) {
+  bool destroyed = false;
+  bool lockedAtTheEnd = true;
+  test::FakeEngine* const target = nuance.get();
+  target->onDestruction = [&] {
+    destroyed = true;
+    lockedAtTheEnd = isLocked();
+  };
+  target->onCall = [&](const std::string& call) {
+    if (call == "xSetCurrentVoice Anna") {
+      routes.engines.clear();
+    }
+  };
+  nuance.reset();
+
+  routes.setCurrentVoice("Anna");
+
+  EXPECT_TRUE(destroyed);
+  EXPECT_FALSE(lockedAtTheEnd);
 }
 
 // Queries --------------------------------------------------------------------------------------
