@@ -245,7 +245,8 @@ class KQTTS_EXPORT TextToSpeechEngine {
   /// Never called on an active engine.
   /// \return whether the engine is usable now
   virtual bool xInitialize(const std::vector<zu::PackageInfo>& packages) = 0;
-  /// Never called on an engine that is not active; utterances may be running.
+  /// Utterances may be running. terminate() takes no lock: two threads that terminate at once may both
+  /// be here, and the later one may begin when the first is done already.
   /// \return whether the engine is shut down now
   virtual bool xTerminate() = 0;
 
