@@ -177,7 +177,7 @@ void setFeatures(cst_features* features, const cst_voice& voice, float stretch,
 bool synthesize(cst_utterance* utterance, cst_voice* voice) {
   std::jmp_buf giveUp;
   cst_errjmp = &giveUp;
-  if (setjmp(giveUp) != 0) {
+  if (setjmp(giveUp) != 0) {  // NOLINT(cert-err52-cpp): the way out that Flite offers
     cst_errjmp = nullptr;
     return false;
   }
