@@ -128,6 +128,14 @@ double pitch(const Samples& samples, int samplingRate) {
   return *middle;
 }
 
+Samples difference(const Samples& first, const Samples& second) {
+  Samples rest = second;
+  for (std::size_t i = 0; i < std::min(first.size(), second.size()); ++i) {
+    rest[i] = static_cast<std::int16_t>(second[i] - first[i]);
+  }
+  return rest;
+}
+
 Samples readWav(const std::string& file) {
   std::ifstream stream(file, std::ios::binary);
   const std::string bytes{std::istreambuf_iterator<char>(stream), {}};

@@ -30,6 +30,9 @@ Samples tone(double frequency, std::size_t count, int samplingRate, double ampli
 /// The amplitude of one frequency in the samples.
 double amplitudeAt(const Samples& samples, double frequency, int samplingRate);
 
+/// What `second` has that `first` has not: sample by sample, and all of the part that is longer.
+Samples difference(const Samples& first, const Samples& second);
+
 /// How many samples later than in `first` the same sound stands in `second`: where the envelopes, in
 /// steps of 1 ms, fit best. Looks up to a second ahead.
 double delayBetween(const Samples& first, const Samples& second, int samplingRate);

@@ -4,44 +4,26 @@
 #include <cmath>
 
 #include "engines/speaking_engine.hpp"
+#include "support/settings_file.hpp"
 #include "support/temp_folder.hpp"
 
 namespace {
 
+using test::difference;
+using test::doubleVoice;
 using test::Samples;
+using test::setting;
+using test::settingsFile;
 using test::SpeakingEngine;
 using test::spoken;
 
 constexpr const char* pangram = "The quick brown fox jumps over the lazy dog";
 
-std::string preferenceFile(const std::string& settings) {
-  return "<VoicePreferences>\n" + settings + "</VoicePreferences>\n";
-}
-
-std::string preference(const std::string& name, const std::string& value) {
-  return " <Preference name=\"" + name + "\" value=\"" + value + "\"/>\n";
-}
-
-std::string doubleVoice(const std::string& pitch, const std::string& level,
-                        const std::string& delay) {
-  return preference("doubleVoice", pitch) + preference("doubleVoiceLevel", level) +
-         preference("doubleVoiceTimeShift", delay);
-}
-
-/// What the second sounds have that the first have not.
-Samples difference(const Samples& first, const Samples& second) {
-  Samples rest = second;
-  for (std::size_t i = 0; i < std::min(first.size(), second.size()); ++i) {
-    rest[i] = static_cast<std::int16_t>(second[i] - first[i]);
-  }
-  return rest;
-}
-
 /// Effects that are made for a test.
 class Effects : public ::testing::Test {
  protected:
   std::string effectFile(const std::string& settings) const {
-    return folder.write("effect.xml", preferenceFile(settings)).string();
+    return folder.write("effect.xml", settingsFile(settings)).string();
   }
 
   Samples spokenWithEffect(const std::string& settings) const {
@@ -68,14 +50,14 @@ TEST_F(Effects, DoubleVoiceHasLevelDelayAndPitch) {
 TEST_F(Effects, EffectsMultiplyWithTheVoiceAndTheParameters) {
   SpeakingEngine speaking;
   speaking->setParameter("voiceLevel", 0.5F);
-  speaking->loadEffect(folder.write("half.xml", preferenceFile(preference("voiceLevel", "0.5"))));
+  speaking->loadEffect(folder.write("half.xml", settingsFile(setting("voiceLevel", "0.5"))));
   speaking->applyEffect("half", true);
   speaking->startSynthetizer(pangram);
   EXPECT_NEAR(test::level(speaking.host.samples()) / test::level(plain), 0.25, 0.025);
 }
 
 TEST_F(Effects, SpeedOfAnEffectIsPercent) {
-  const Samples fast = spokenWithEffect(preference("defaultVoiceSpeed", "200"));
+  const Samples fast = spokenWithEffect(setting("defaultVoiceSpeed", "200"));
   EXPECT_NEAR(test::length(fast) / test::length(plain), 0.5, 0.05);
 }
 
@@ -118,7 +100,7 @@ TEST_F(Effects, MarksStayAtTheirPlaces) {
 
 TEST_F(Effects, WordsAreToldBeforeTheirAudio) {
   SpeakingEngine speaking;
-  speaking->loadEffect(effectFile(preference("pitchShift", "2")));
+  speaking->loadEffect(effectFile(setting("pitchShift", "2")));
   speaking->applyEffect("effect", true);
   speaking->startSynthetizer(pangram);
   std::uint64_t heard = 0;

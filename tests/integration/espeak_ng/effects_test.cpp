@@ -5,46 +5,28 @@
 #include <kqtts/tts_preference.hpp>
 
 #include "espeak_engine.hpp"
+#include "support/settings_file.hpp"
 #include "support/temp_folder.hpp"
 
 namespace {
 
+using test::difference;
+using test::doubleVoice;
 using test::Samples;
+using test::setting;
+using test::settingsFile;
 using test::SpeakingEngine;
 using test::spoken;
 
 constexpr const char* pangram = "The quick brown fox jumps over the lazy dog";
 constexpr int samplingRate = 22050;
 
-std::string preferenceFile(const std::string& settings) {
-  return "<VoicePreferences>\n" + settings + "</VoicePreferences>\n";
-}
-
-std::string preference(const std::string& name, const std::string& value) {
-  return " <Preference name=\"" + name + "\" value=\"" + value + "\"/>\n";
-}
-
-std::string doubleVoice(const std::string& pitch, const std::string& level,
-                        const std::string& delay) {
-  return preference("doubleVoice", pitch) + preference("doubleVoiceLevel", level) +
-         preference("doubleVoiceTimeShift", delay);
-}
-
-/// What the second sounds have that the first have not.
-Samples difference(const Samples& first, const Samples& second) {
-  Samples rest = second;
-  for (std::size_t i = 0; i < std::min(first.size(), second.size()); ++i) {
-    rest[i] = static_cast<std::int16_t>(second[i] - first[i]);
-  }
-  return rest;
-}
-
 /// Effects and derived voices that are made for a test.
 class EffectsOfEspeak : public ::testing::Test {
  protected:
   Samples spokenWithEffect(const std::string& settings) {
     return spoken(pangram, [&](KQ::TextToSpeechEngine& engine) {
-      engine.loadEffect(folder.write("effect.xml", preferenceFile(settings)));
+      engine.loadEffect(folder.write("effect.xml", settingsFile(settings)));
       engine.applyEffect("effect", true);
     });
   }
@@ -53,10 +35,10 @@ class EffectsOfEspeak : public ::testing::Test {
   Samples spokenWithVoice(const std::string& settings) {
     boost::filesystem::create_directories(folder.path() / "voices/derived");
     folder.write("manifest.xml",
-                 preferenceFile(preference("version", "1.0") + preference("engine", "espeak-ng") +
-                                preference("language", "English")));
-    folder.write("voices/derived/voice.xml", preferenceFile(preference("sourceVoice", "en-us")));
-    folder.write("voices/derived/voiceSettings.xml", preferenceFile(settings));
+                 settingsFile(setting("version", "1.0") + setting("engine", "espeak-ng") +
+                              setting("language", "English")));
+    folder.write("voices/derived/voice.xml", settingsFile(setting("sourceVoice", "en-us")));
+    folder.write("voices/derived/voiceSettings.xml", settingsFile(settings));
     SpeakingEngine speaking({{"", "", folder.path().string()}});
     speaking->startSynthetizer(pangram);
     return speaking.host.samples();
@@ -96,8 +78,7 @@ TEST_P(EspeakPitch, IsReachedWhereTheSynthesiserCannot) {
   const auto shiftedBy = [&](const char* factor) {
     return spoken(pangram, [&](KQ::TextToSpeechEngine& engine) {
       engine.setCurrentVoice(GetParam().voice);
-      engine.loadEffect(
-          folder.write("effect.xml", preferenceFile(preference("pitchShift", factor))));
+      engine.loadEffect(folder.write("effect.xml", settingsFile(setting("pitchShift", factor))));
       engine.applyEffect("effect", true);
     });
   };

@@ -8,25 +8,20 @@
 #include "support/errors.hpp"
 #include "support/fake_engine.hpp"
 #include "support/row_name.hpp"
+#include "support/settings_file.hpp"
 #include "support/temp_folder.hpp"
 
 namespace {
 
 using KQ::engines::EffectSet;
 using KQ::engines::VoiceTuning;
-
-std::string setting(const std::string& name, const std::string& value) {
-  return " <Preference name=\"" + name + "\" value=\"" + value + "\"/>\n";
-}
-
-std::string document(const std::string& settings) {
-  return "<?xml version=\"1.0\"?>\n<VoicePreferences>\n" + settings + "</VoicePreferences>\n";
-}
+using test::setting;
+using test::settingsFile;
 
 class Effects : public ::testing::Test {
  protected:
   void load(const std::string& settings) {
-    effects.load(folder.write("robot.xml", document(settings)));
+    effects.load(folder.write("robot.xml", settingsFile(settings)));
   }
 
   auto throwsLoadError(const std::string& why) {
@@ -97,8 +92,8 @@ TEST_F(Effects, ThatCannotBeLoadedAnewStayAsTheyWere) {
 }
 
 TEST_F(Effects, ComeInTheOrderOfTheirNames) {
-  effects.load(folder.write("b.xml", document(setting("pitchShift", "1.5"))));
-  effects.load(folder.write("a.xml", document(setting("pitchShift", "0.75"))));
+  effects.load(folder.write("b.xml", settingsFile(setting("pitchShift", "1.5"))));
+  effects.load(folder.write("a.xml", settingsFile(setting("pitchShift", "0.75"))));
   effects.apply("b", true);
   effects.apply("a", true);
   EXPECT_EQ(effects.applied().at(0).pitch, 0.75F);
@@ -142,29 +137,30 @@ const HostileFileRow hostileFiles[] = {
     {"Empty", "", noEffect},
     {"NoXml", "pitchShift = 2", noEffect},
     {"CutShort", "<VoicePreferences>" + setting("pitchShift", "2"), noEffect},
-    {"NothingKnown", document(setting("pitch", "2")), noEffect},
-    {"TooDeep", document("<a>" + setting("pitchShift", "2") + "</a>"), noEffect},
-    {"NoNumber", document(setting("pitchShift", "high")), "preference \"pitchShift\" is no number"},
-    {"NumberAndMore", document(setting("pitchShift", "1.5x")),
+    {"NothingKnown", settingsFile(setting("pitch", "2")), noEffect},
+    {"TooDeep", settingsFile("<a>" + setting("pitchShift", "2") + "</a>"), noEffect},
+    {"NoNumber", settingsFile(setting("pitchShift", "high")),
      "preference \"pitchShift\" is no number"},
-    {"Comma", document(setting("pitchShift", "1,5")), "preference \"pitchShift\" is no number"},
-    {"TooLargeForANumber", document(setting("pitchShift", "1e99")),
+    {"NumberAndMore", settingsFile(setting("pitchShift", "1.5x")),
      "preference \"pitchShift\" is no number"},
-    {"NotANumber", document(setting("pitchShift", "nan")),
+    {"Comma", settingsFile(setting("pitchShift", "1,5")), "preference \"pitchShift\" is no number"},
+    {"TooLargeForANumber", settingsFile(setting("pitchShift", "1e99")),
+     "preference \"pitchShift\" is no number"},
+    {"NotANumber", settingsFile(setting("pitchShift", "nan")),
      "preference \"pitchShift\" is out of range"},
-    {"Infinite", document(setting("doubleVoiceTimeShift", "inf")),
+    {"Infinite", settingsFile(setting("doubleVoiceTimeShift", "inf")),
      "preference \"doubleVoiceTimeShift\" is out of range"},
-    {"TooHigh", document(setting("pitchShift", "2.1")),
+    {"TooHigh", settingsFile(setting("pitchShift", "2.1")),
      "preference \"pitchShift\" is out of range"},
-    {"CopyTooHigh", document(setting("doubleVoice", "4.1")),
+    {"CopyTooHigh", settingsFile(setting("doubleVoice", "4.1")),
      "preference \"doubleVoice\" is out of range"},
-    {"CopyTooLow", document(setting("doubleVoice", "0.4")),
+    {"CopyTooLow", settingsFile(setting("doubleVoice", "0.4")),
      "preference \"doubleVoice\" is out of range"},
-    {"CopyTooLoud", document(setting("doubleVoiceLevel", "4.1")),
+    {"CopyTooLoud", settingsFile(setting("doubleVoiceLevel", "4.1")),
      "preference \"doubleVoiceLevel\" is out of range"},
-    {"CopyTooLate", document(setting("doubleVoiceTimeShift", "0.51")),
+    {"CopyTooLate", settingsFile(setting("doubleVoiceTimeShift", "0.51")),
      "preference \"doubleVoiceTimeShift\" is out of range"},
-    {"CopyBeforeTheVoice", document(setting("doubleVoiceTimeShift", "-0.1")),
+    {"CopyBeforeTheVoice", settingsFile(setting("doubleVoiceTimeShift", "-0.1")),
      "preference \"doubleVoiceTimeShift\" is out of range"},
 };
 
