@@ -1,5 +1,7 @@
 #include "espeak_ng/espeak_library.hpp"
 
+#include <dlfcn.h>
+
 #include <array>
 #include <boost/filesystem/directory.hpp>
 #include <boost/filesystem/operations.hpp>
@@ -88,7 +90,17 @@ void unload() {
   espeak_ng_Terminate();
 }
 
+/// Keeps eSpeak NG's library in the process for good. It frees its buffers neither at its end nor when
+/// it is unmapped, but uses them again when it is loaded again.
+void keepLibrary() {
+  Dl_info library{};
+  if (::dladdr(reinterpret_cast<const void*>(&espeak_ng_Initialize), &library) != 0) {
+    ::dlopen(library.dli_fname, RTLD_LAZY | RTLD_NOLOAD);
+  }
+}
+
 void load() {
+  keepLibrary();
   const LocaleKeeper keeper;
   espeak_ng_InitializePath(nullptr);
   espeak_ng_ERROR_CONTEXT context = nullptr;

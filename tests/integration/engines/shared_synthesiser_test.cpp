@@ -268,6 +268,7 @@ TEST(Unloading, LeavesNeitherLibraryNorThreadBehind) {
     EXPECT_TRUE(isMapped(test::engineUnderTest().library));
   }
   EXPECT_FALSE(isMapped("libkqtts-" + test::engineUnderTest().plugin));
+  test::forgetSynthesiser();
   EXPECT_FALSE(isMapped(test::engineUnderTest().library));
   EXPECT_EQ(threadCount(), threads);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <dlfcn.h>
+
 #include <algorithm>
 #include <boost/filesystem/directory.hpp>
 #include <boost/make_shared.hpp>
@@ -61,10 +63,23 @@ inline boost::shared_ptr<KQ::TTSLanguageInfo> languageTable() {
   return table;
 }
 
+/// Lets go of the synthesiser's library where the plug-in keeps it in the process, unless an engine uses
+/// it: eSpeak NG sounds a little different after other utterances, so that tests which compare samples
+/// need it as it is in a new process.
+inline void forgetSynthesiser() {
+  const std::string library = engineUnderTest().library + ".so.1";
+  bool isKept = true;
+  while (isKept) {
+    void* const handle = ::dlopen(library.c_str(), RTLD_LAZY | RTLD_NOLOAD);
+    isKept = handle != nullptr && ::dlclose(handle) == 0 && ::dlclose(handle) == 0;
+  }
+}
+
 /// The engine, loaded as a plug-in; not yet initialised.
 class LoadedEngine {
  public:
   explicit LoadedEngine(TextToSpeechEngineCallbackInterface* host) {
+    forgetSynthesiser();
     zu::path::addLibDir(BUILT_LIBRARIES);
     engine = plugins.load(engineUnderTest().plugin, host, languageTable());
     if (engine == nullptr) {

@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <boost/filesystem/operations.hpp>
-#include <cstdlib>
 
 #include "espeak_engine.hpp"
+#include "support/environment.hpp"
 #include "support/log_recorder.hpp"
 #include "support/temp_folder.hpp"
 
@@ -316,22 +316,8 @@ TEST_F(Packages, BrokenPreferencesAreIgnored) {
   EXPECT_GT(test::level(speaking.host.samples()), 500);
 }
 
-/// Sets an environment variable for as long as it lives.
-class Environment {
- public:
-  Environment(const char* name, const std::string& value) : name(name) {
-    ::setenv(name, value.c_str(), 1);
-  }
-  ~Environment() { ::unsetenv(name); }
-  Environment(const Environment&) = delete;
-  Environment& operator=(const Environment&) = delete;
-
- private:
-  const char* name;
-};
-
 TEST_F(Packages, WithoutTheSynthesisersDataTheEngineIsNotUsable) {
-  const Environment empty("ESPEAK_DATA_PATH", folder.path().string());
+  const test::Environment empty("ESPEAK_DATA_PATH", folder.path().string());
   EXPECT_FALSE(initializes(test::espeakPackages()));
   EXPECT_THAT(log.lines(),
               warned("Cannot load the data of eSpeak NG from " + folder.path().string()));
@@ -340,7 +326,7 @@ TEST_F(Packages, WithoutTheSynthesisersDataTheEngineIsNotUsable) {
 TEST_F(Packages, TheEngineIsUsableOnceTheSynthesisersDataAreThere) {
   LoadedEngine engine(nullptr);
   {
-    const Environment empty("ESPEAK_DATA_PATH", folder.path().string());
+    const test::Environment empty("ESPEAK_DATA_PATH", folder.path().string());
     ASSERT_FALSE(engine->initialize(test::espeakPackages()));
   }
   EXPECT_TRUE(engine->initialize(test::espeakPackages()));

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstdlib>
+#include <string>
+
+namespace test {
+
+/// Sets an environment variable that was not set, for as long as it lives.
+class Environment {
+ public:
+  Environment(const char* variable, const std::string& value) : name(variable) {
+    ::setenv(name, value.c_str(), 1);
+  }
+  ~Environment() { ::unsetenv(name); }
+  Environment(const Environment&) = delete;
+  Environment& operator=(const Environment&) = delete;
+
+ private:
+  const char* name;
+};
+
+}  // namespace test
