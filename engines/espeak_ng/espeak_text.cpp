@@ -19,6 +19,10 @@ bool isBlank(std::string_view text) {
   return text.find_first_not_of(" \t") == std::string_view::npos;
 }
 
+bool isWhiteSpace(std::string_view text) {
+  return text.find_first_not_of(" \t\n") == std::string_view::npos;
+}
+
 struct Script {
   char32_t first;
   char32_t last;
@@ -66,19 +70,38 @@ bool isCommon(char32_t point) {
          (point >= 0x3000 && point <= 0x3020);
 }
 
+/// \param language  with a blank before and behind
 bool isSpoken(std::string_view character, const std::string& language) {
   const char32_t point = codePoint(character);
   return isCommon(point) ||
          std::any_of(ownVoicesScripts.begin(), ownVoicesScripts.end(), [&](const Script& script) {
            return point >= script.first && point <= script.last &&
-                  script.languages.find(' ' + language + ' ') != std::string_view::npos;
+                  script.languages.find(language) != std::string_view::npos;
          });
 }
 
-/// The language of "inc/hi-x+f2" is "hi".
+/// The language of "inc/hi-x+f2" is " hi ".
 std::string languageOf(const std::string& voiceFile) {
   const std::string name = voiceFile.substr(voiceFile.rfind('/') + 1);
-  return name.substr(0, name.find_first_of("-+"));
+  return ' ' + name.substr(0, name.find_first_of("-+")) + ' ';
+}
+
+/// The bytes that are read as they are, with or without markup around them.
+constexpr std::array<bool, 256> plainBytes() {
+  std::array<bool, 256> plain{};
+  for (std::size_t byte = ' '; byte < 0x7F; ++byte) {
+    plain[byte] = byte != '\\' && byte != '<' && byte != '>' && byte != '&';
+  }
+  plain['\n'] = plain['\t'] = true;
+  return plain;
+}
+
+/// How many plain bytes a text begins with.
+std::size_t plainLength(std::string_view text) {
+  static constexpr std::array<bool, 256> plain = plainBytes();
+  const auto* const end = std::find_if_not(
+      text.begin(), text.end(), [](char byte) { return plain[static_cast<unsigned char>(byte)]; });
+  return static_cast<std::size_t>(end - text.begin());
 }
 
 /// The character, or a blank in its place. \param character  one byte if it is no valid one
@@ -120,6 +143,11 @@ class Appender {
   /// A text of the source, each of whose bytes stands for itself or a blank unless it is escaped.
   void addSource(std::string_view text, std::size_t offset) {
     for (std::size_t i = 0; i < text.size();) {
+      if (const std::size_t plain = plainLength(text.substr(i))) {
+        addPlain(text.substr(i, plain), offset + i);
+        i += plain;
+        continue;
+      }
       const std::size_t length = std::max<std::size_t>(utf8Length(text.substr(i)), 1);
       addCharacter(text.substr(i, length), offset + i);
       i += length;
@@ -127,6 +155,15 @@ class Appender {
   }
 
  private:
+  void addPlain(std::string_view text, std::size_t offset) {
+    if (!inRun) {
+      startRun(offset);
+    }
+    target.text += text;
+    target.isSilent = target.isSilent && isWhiteSpace(text);
+    characters += text.size();
+  }
+
   void addCharacter(std::string_view character, std::size_t offset) {
     const char* const escaped = target.isMarkup ? entity(character.front()) : nullptr;
     if (!inRun || escaped != nullptr) {
@@ -139,7 +176,7 @@ class Appender {
     }
     const std::string_view read = toBeRead(character, language);
     target.text += read;
-    target.isSilent = target.isSilent && read.find_first_not_of(" \t\n") == std::string_view::npos;
+    target.isSilent = target.isSilent && isWhiteSpace(read);
     ++characters;
     inRun = read.size() == character.size();
   }

@@ -64,7 +64,7 @@ class EspeakTextWriter {
 
   std::string_view source;
   SpeechSettings settings;
-  std::string language;  ///< that the voice speaks, as eSpeak NG calls it, without variety
+  std::string language;  ///< that the voice speaks, as eSpeak NG calls it, between blanks
   Percentages prosody;
 };
 

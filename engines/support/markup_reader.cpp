@@ -7,6 +7,8 @@
 #include <string>
 #include <utility>
 
+#include "support/utf8.hpp"
+
 namespace KQ::engines {
 
 namespace {
@@ -141,6 +143,25 @@ MarkupItem readTag(std::string_view rest) {
   return {Kind::ignored, 0, 0, isTag && open < longestTag ? open + 1 : 0};
 }
 
+/// How much of `rest` is a piece of text. It has no tag at its begin.
+std::size_t textLength(std::string_view rest) {
+  const std::string_view piece = rest.substr(0, MarkupReader::longestText);
+  const std::size_t tag = piece.find('\\', 1);
+  if (tag != std::string_view::npos || piece.size() == rest.size()) {
+    return std::min(tag, piece.size());
+  }
+  const auto space = std::find_if(piece.rbegin(), piece.rend(), isSpace);
+  if (space != piece.rend()) {
+    return static_cast<std::size_t>(piece.rend() - space);
+  }
+  constexpr std::size_t longestCharacter = 4;
+  std::size_t length = piece.size();
+  while (length > piece.size() - longestCharacter && isUtf8Continuation(rest[length])) {
+    --length;
+  }
+  return length;
+}
+
 }  // namespace
 
 std::optional<MarkupItem> MarkupReader::next() {
@@ -155,7 +176,7 @@ std::optional<MarkupItem> MarkupReader::next() {
     item = readTag(text.substr(position));
   }
   if (item.length == 0) {
-    item = {Kind::text, 0, 0, std::min(text.find('\\', position + 1), text.size()) - position};
+    item = {Kind::text, 0, 0, textLength(text.substr(position))};
   }
   item.offset = position;
   position += item.length;

@@ -33,7 +33,8 @@ struct MarkupItem {
 /// (`\mrkpause=MS\`, or `\mrk=N\` with a number that replaceMrkPause() makes of up to 32767 ms) is
 /// a mark and then a pause. Style tags and `\last\`, unknown tags and tags without a number are
 /// ignored, and so is a tag that is not closed, up to the next white space. A backslash that begins
-/// no tag belongs to the text. Every tag separates words.
+/// no tag belongs to the text. Every tag separates words. A long text comes in pieces, which end behind
+/// white space if they can.
 class MarkupReader {
  public:
   /// \param text  stays alive and as it is
@@ -41,6 +42,9 @@ class MarkupReader {
 
   /// The next piece, or none at the end.
   std::optional<MarkupItem> next();
+
+  /// No piece of text is longer, in bytes.
+  static constexpr std::size_t longestText = 32768;
 
  private:
   std::string_view text;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "support/utf8.hpp"
 
@@ -9,72 +10,159 @@ namespace KQ::engines {
 
 namespace {
 
-bool endsWithAny(std::string_view text, const std::vector<std::string_view>& endings) {
-  return std::any_of(endings.begin(), endings.end(), [&](std::string_view ending) {
-    return text.size() >= ending.size() &&
-           text.compare(text.size() - ending.size(), ending.size(), ending) == 0;
-  });
+/// What a text may be cut behind, the higher its quality the rather.
+struct Ending {
+  std::string_view text;
+  int quality;
+};
+
+constexpr int withinWord = 1;
+constexpr int betweenWords = 2;
+
+/// The best first, so that the first one that a text ends with counts.
+constexpr std::array<Ending, 19> endings{{{"\n\n", 6},
+                                          {"\n\r\n", 6},
+                                          {"\n", 5},
+                                          {"! ", 5},
+                                          {"? ", 5},
+                                          {"。", 5},
+                                          {"！", 5},
+                                          {"？", 5},
+                                          {"؟ ", 5},
+                                          {". ", 4},
+                                          {"; ", 4},
+                                          {": ", 4},
+                                          {"।", 4},
+                                          {", ", 3},
+                                          {"、", 3},
+                                          {"，", 3},
+                                          {"،", 3},
+                                          {" ", betweenWords},
+                                          {"\t", betweenWords}}};
+
+bool endsWith(std::string_view text, std::string_view ending) {
+  return text.size() >= ending.size() &&
+         text.compare(text.size() - ending.size(), ending.size(), ending) == 0;
 }
 
-/// How well a text may be cut between two parts, 0 for not at all.
-int cutQuality(std::string_view before, std::string_view after) {
-  static const std::vector<std::string_view> paragraphEnds{"\n\n", "\n\r\n"};
-  static const std::vector<std::string_view> sentenceEnds{"! ", "? ", "\n", "。", "！", "？", "؟ "};
-  static const std::vector<std::string_view> likelySentenceEnds{". ", "; ", ": ", "।"};
-  static const std::vector<std::string_view> clauseEnds{", ", "、", "，", "،"};
-  static const std::vector<std::string_view> wordEnds{" ", "\t"};
-  const std::array<const std::vector<std::string_view>*, 5> fromWorst{
-      &wordEnds, &clauseEnds, &likelySentenceEnds, &sentenceEnds, &paragraphEnds};
+bool isLower(char c) {
+  return c >= 'a' && c <= 'z';
+}
+
+/// How well a text may be cut between two parts, 0 for not at all. \param enough  more is not looked for
+int cutQuality(std::string_view before, std::string_view after, int enough) {
   if (isUtf8Continuation(after.front())) {
     return 0;
   }
-  int quality = 1;
-  for (std::size_t i = 0; i < fromWorst.size(); ++i) {
-    if (endsWithAny(before, *fromWorst[i])) {
-      quality = static_cast<int>(i) + 2;
+  // Most characters of a long text end here: none of the endings ends so.
+  const char last = before.back();
+  if (last > ' ' && last <= '~') {
+    return withinWord;
+  }
+  for (const Ending& ending : endings) {
+    if (ending.quality <= enough || (ending.text.back() == last && endsWith(before, ending.text))) {
+      return ending.quality;
     }
   }
-  return quality;
+  return withinWord;
 }
 
-/// The best place to cut a text that is longer than `room`: the last one of the best ones in the
-/// second half of the room.
-std::size_t bestCut(std::string_view text, std::size_t room) {
-  std::size_t best = room;
-  int bestQuality = 0;
-  for (std::size_t cut = room; cut > room / 2; --cut) {
-    const int quality = cutQuality(text.substr(0, cut), text.substr(cut));
-    if (quality > bestQuality) {
-      best = cut;
-      bestQuality = quality;
-    }
+/// Whether a synthesiser speaks a text there as if it ended: behind a paragraph, and behind a sentence
+/// that no abbreviation ends.
+bool isSureEnd(std::string_view before, std::string_view after) {
+  constexpr std::size_t longerThanTitles = 4;  // "Prof. Smith"
+  if (endsWith(before, "\n\n") || endsWith(before, "! ") || endsWith(before, "? ")) {
+    return true;
   }
-  return best;
+  if (!endsWith(before, ". ") || before.size() < longerThanTitles + 2) {
+    return false;
+  }
+  const std::string_view word =
+      before.substr(before.size() - 2 - longerThanTitles, longerThanTitles);
+  const char next = after.front();
+  return std::all_of(word.begin(), word.end(), isLower) &&
+         ((next >= 'A' && next <= 'Z') || next == '\\');
 }
 
 }  // namespace
 
-TextChunks::TextChunks(std::string_view wholeText)
-    : text(wholeText), reader(wholeText), pending(reader.next()) {}
+TextChunks::TextChunks(std::string_view wholeText) : text(wholeText), reader(wholeText) {}
 
 std::optional<TextChunk> TextChunks::next() {
   if (finished) {
     return std::nullopt;
   }
+  for (;; room = std::min(2 * room, longest)) {
+    read();
+    if (size <= room) {
+      finished = true;
+      return std::exchange(pending, {});
+    }
+    const std::size_t cut = bestCut();
+    const std::string_view rest = text.substr(pending.front().offset);
+    if (room == longest || isSureEnd(rest.substr(0, cut), rest.substr(cut))) {
+      room = std::min(2 * room, longest);
+      return take(cut);
+    }
+  }
+}
+
+/// Reads on until there is more than the room holds, or the text ends.
+void TextChunks::read() {
+  while (size <= room && !isRead) {
+    if (const std::optional<MarkupItem> item = reader.next()) {
+      pending.push_back(*item);
+      size += item->length;
+    } else {
+      isRead = true;
+    }
+  }
+}
+
+/// The last one of the best places in the second half of the room, in bytes.
+std::size_t TextChunks::bestCut() const {
+  const std::string_view rest = text.substr(pending.front().offset);
+  std::size_t best = room;
+  int bestQuality = 0;
+  std::size_t end = size;
+  for (auto item = pending.rbegin(); item != pending.rend() && end > room / 2; ++item) {
+    const std::size_t begin = end - item->length;
+    if (item->kind != MarkupItem::Kind::text) {
+      if (end <= room && bestQuality < betweenWords) {
+        best = end;
+        bestQuality = betweenWords;
+      }
+    } else {
+      for (std::size_t cut = std::min(end, room); cut > std::max(begin, room / 2); --cut) {
+        const int quality = cutQuality(rest.substr(0, cut), rest.substr(cut), bestQuality);
+        if (quality > bestQuality) {
+          best = cut;
+          bestQuality = quality;
+        }
+      }
+    }
+    end = begin;
+  }
+  return best;
+}
+
+/// What is pending, up to a place in it.
+TextChunk TextChunks::take(std::size_t cut) {
   TextChunk chunk;
-  std::size_t room = longest;
-  while (pending && pending->length <= room) {
-    room -= pending->length;
-    chunk.push_back(*pending);
-    pending = reader.next();
+  std::size_t taken = 0;
+  auto item = pending.begin();
+  for (; item != pending.end() && taken + item->length <= cut; ++item) {
+    chunk.push_back(*item);
+    taken += item->length;
   }
-  if (pending && pending->kind == MarkupItem::Kind::text && room >= longest / 2) {
-    const std::size_t cut = bestCut(text.substr(pending->offset, pending->length), room);
-    chunk.push_back({MarkupItem::Kind::text, 0, pending->offset, cut});
-    pending->offset += cut;
-    pending->length -= cut;
+  pending.erase(pending.begin(), item);
+  if (const std::size_t some = cut - taken; some > 0) {
+    MarkupItem& divided = pending.front();
+    chunk.push_back({MarkupItem::Kind::text, 0, divided.offset, some});
+    divided.offset += some;
+    divided.length -= some;
   }
-  finished = !pending;
+  size -= cut;
   return chunk;
 }
 

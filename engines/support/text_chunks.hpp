@@ -14,7 +14,7 @@ using TextChunk = std::vector<MarkupItem>;
 
 /// Cuts a text into chunks of some kilobytes, at the ends of paragraphs or sentences where it can,
 /// so that neither the time nor the memory before the first sound depends on the length of the
-/// text.
+/// text. The first ones are shorter, where a cut is not heard.
 class TextChunks {
  public:
   /// \param text  stays alive and as it is
@@ -27,9 +27,18 @@ class TextChunks {
   static constexpr std::size_t longest = 8192;
 
  private:
+  static constexpr std::size_t firstLongest = 1024;
+
+  void read();
+  std::size_t bestCut() const;
+  TextChunk take(std::size_t cut);
+
   std::string_view text;
   MarkupReader reader;
-  std::optional<MarkupItem> pending;  ///< the next item
+  TextChunk pending;     ///< was read, and is in no chunk yet
+  std::size_t size = 0;  ///< of what is pending, in bytes
+  std::size_t room = firstLongest;
+  bool isRead = false;  ///< to its end
   bool finished = false;
 };
 

@@ -6,12 +6,14 @@
 #include <ostream>
 #include <string>
 
+#include "support/repeat.hpp"
 #include "support/row_name.hpp"
 
 namespace {
 
 using KQ::engines::MarkupItem;
 using KQ::engines::MarkupReader;
+using test::repeat;
 using Kind = MarkupItem::Kind;
 
 constexpr std::array<const char*, 8> kindNames{"text",  "pause", "mark",  "volume",
@@ -99,5 +101,31 @@ TEST(MarkupPlaces, CoverTheText) {
   }
   EXPECT_EQ(end, text.size());
 }
+
+struct LongRow {
+  const char* name;
+  std::string text;
+  std::size_t length;  ///< of the first piece
+};
+
+constexpr std::size_t longest = MarkupReader::longestText;
+
+const LongRow longRows[] = {
+    {"OfTheLongestSize", std::string(longest, 'a'), longest},
+    {"WithoutBlanks", std::string(longest + 1, 'a'), longest},
+    {"OfWords", repeat("words ", 2 * longest), longest / 6 * 6},
+    {"OfLongCharacters", repeat("日", 2 * longest), longest / 3 * 3},
+    {"OfBytesThatBeginNoCharacter", std::string(2 * longest, '\x80'), longest - 4},
+    {"WithATag", std::string(longest - 1, ' ') + "\\rst\\", longest - 1},
+};
+
+class LongText : public ::testing::TestWithParam<LongRow> {};
+
+TEST_P(LongText, ComesInPieces) {
+  MarkupReader reader(GetParam().text);
+  EXPECT_EQ(reader.next()->length, GetParam().length);
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, LongText, ::testing::ValuesIn(longRows), test::RowName());
 
 }  // namespace

@@ -7,21 +7,15 @@
 #include <string>
 #include <vector>
 
+#include "support/repeat.hpp"
 #include "support/row_name.hpp"
 
 namespace {
 
 using KQ::engines::TextChunk;
 using KQ::engines::TextChunks;
+using test::repeat;
 using ::testing::ElementsAre;
-
-std::string repeat(const std::string& piece, std::size_t size) {
-  std::string text;
-  while (text.size() < size) {
-    text += piece;
-  }
-  return text;
-}
 
 /// The chunks of a text, tags included.
 std::vector<std::string> cut(const std::string& text) {
@@ -88,5 +82,35 @@ TEST_P(Cut, IsMadeAtTheBestPlace) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, Cut, ::testing::ValuesIn(cuts), test::RowName());
+
+// The first ones are short, but only where a synthesiser speaks the pieces as it speaks the whole.
+
+struct EarlyRow {
+  const char* name;
+  std::string sentence;  ///< of a long text that consists of it
+  bool isCutEarly;
+};
+
+const EarlyRow earlyCuts[] = {
+    {"BehindASentence", "The dogs run right away. ", true},
+    {"BehindAQuestion", "do dogs run? ", true},
+    {"BehindAParagraph", "dogs run\n\n", true},
+    {"BeforeATag", "\\vol=80\\The dogs run away. \\rst\\and ", true},
+    {"BehindATaggedSentence", "Dogs \\rst\\run away. Cats stay \\mrk=1\\here and ", true},
+    {"NotBehindATitle", "we saw Prof. Smith and ", false},
+    {"NotBehindAnAbbreviation", "we saw approx. nine and ", false},
+    {"NotBehindAClause", "dogs run, and ", false},
+    {"NotBehindALine", "dogs run\n", false},
+    {"NotBehindAWord", "dogs run ", false},
+};
+
+class EarlyCut : public ::testing::TestWithParam<EarlyRow> {};
+
+TEST_P(EarlyCut, IsMadeOnlyWhereItIsNotHeard) {
+  const std::size_t first = cut(repeat(GetParam().sentence, 20000)).front().size();
+  EXPECT_EQ(first <= 1024, GetParam().isCutEarly) << first;
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, EarlyCut, ::testing::ValuesIn(earlyCuts), test::RowName());
 
 }  // namespace
