@@ -1,25 +1,18 @@
-#include "speaker.hpp"
-
 #include <espeak-ng/espeak_ng.h>
 
 #include <atomic>
-#include <boost/make_shared.hpp>
-#include <kq/speech_callback.hpp>
-#include <kqtts/texttospeech_manager.hpp>
-#include <kqtts/tts_language_info.hpp>
 #include <stdexcept>
 #include <thread>
-#include <zu/log.hpp>
-#include <zu/path.hpp>
 
-namespace bench {
+#include "support/engine_benchmark.hpp"
 
 namespace {
 
 /// The length of audio buffer that the engine uses, too.
 constexpr int bufferMilliseconds = 20;
 
-class BareSpeaker : public Speaker {
+/// eSpeak NG alone. A stop sets a flag that its callback looks at.
+class BareSpeaker : public bench::Speaker {
  public:
   BareSpeaker() {
     espeak_ng_InitializePath(nullptr);
@@ -46,8 +39,9 @@ class BareSpeaker : public Speaker {
   void speak(const std::string& text, const std::function<bool()>& atAudio) override {
     stopped = false;
     listener = &atAudio;
+    const unsigned int markup = text.front() == '<' ? espeakSSML : 0;
     espeak_ng_Synthesize(text.c_str(), text.size() + 1, 0, POS_CHARACTER, 0,
-                         espeakCHARS_UTF8 | espeakENDPAUSE, nullptr, this);
+                         espeakCHARS_UTF8 | espeakENDPAUSE | markup, nullptr, this);
   }
 
   void stop() override { stopped = true; }
@@ -65,42 +59,14 @@ class BareSpeaker : public Speaker {
   const std::function<bool()>* listener = nullptr;
 };
 
-class EngineSpeaker : public Speaker, public TextToSpeechEngineCallbackInterface {
- public:
-  EngineSpeaker() {
-    zu::log::setLevel(zu::log::Level::error);
-    zu::path::addLibDir(BUILT_LIBRARIES);
-    manager =
-        std::make_unique<KQ::TextToSpeechManager>(this, boost::make_shared<KQ::TTSLanguageInfo>());
-    if (!manager->initialize({{"", "", BUILT_PACKAGE}})) {
-      throw std::runtime_error("the engine cannot be used");
-    }
-  }
-
-  void speak(const std::string& text, const std::function<bool()>& atAudio) override {
-    listener = &atAudio;
-    manager->startSynthetizer(text);
-  }
-
-  void stop() override { manager->stopSynthetizer(); }
-
- private:
-  bool onAudio(const std::int16_t* /*samples*/, std::size_t /*count*/, int /*rate*/) override {
-    return (*listener)();
-  }
-
-  std::unique_ptr<KQ::TextToSpeechManager> manager;
-  const std::function<bool()>* listener = nullptr;
-};
-
 }  // namespace
 
-std::unique_ptr<Speaker> makeBareSpeaker() {
-  return std::make_unique<BareSpeaker>();
+int main(int argc, char** argv) {
+  return bench::runEngineBenchmark(
+      argc, argv,
+      {BUILT_PACKAGE,
+       [] { return std::make_unique<BareSpeaker>(); },
+       {"<speak>", "<mark name=\"1\"/>", "<prosody volume=\"80\">", "</prosody>", "</speak>"},
+       20,
+       50});
 }
-
-std::unique_ptr<Speaker> makeEngineSpeaker() {
-  return std::make_unique<EngineSpeaker>();
-}
-
-}  // namespace bench

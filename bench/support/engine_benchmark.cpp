@@ -1,47 +1,57 @@
-// What the way through manager, plug-in and engine costs, beside the bare synthesiser. Both speak in
-// turns in the same process; each figure is printed with its ratio.
+#include "support/engine_benchmark.hpp"
+
+#include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstdio>
-#include <fstream>
-#include <memory>
+#include <map>
 #include <random>
-#include <string>
 #include <thread>
 #include <vector>
 
-#include "speaker.hpp"
+#include "support/peak_memory.hpp"
+#include "support/ratio_table.hpp"
+
+namespace bench {
 
 namespace {
 
-using bench::Clock;
-using bench::Speaker;
-using Times = std::vector<double>;
+using Clock = std::chrono::steady_clock;
 
-using Measure = void (*)(Speaker& speaker, Times& microseconds);
+/// In microseconds.
+using Measure = std::function<double(Speaker&, const std::string& text)>;
 
 double since(Clock::time_point begin) {
   return std::chrono::duration<double, std::micro>(Clock::now() - begin).count();
 }
 
-double quantile(Times times, double part) {
-  const auto place =
-      times.begin() + static_cast<std::ptrdiff_t>(part * static_cast<double>(times.size() - 1));
-  std::nth_element(times.begin(), place, times.end());
-  return *place;
+// Texts ----------------------------------------------------------------------------------------
+
+const Markup& engineMarkup() {
+  static const Markup markup{"", "\\mrk=1\\", "\\vol=80\\", "\\rst\\", ""};
+  return markup;
 }
 
-std::string words(int count) {
+std::string words(int count, const Markup& markup) {
   static const std::array<const char*, 12> some{"The",  "quick", "brown", "fox",  "jumps", "over",
                                                 "lazy", "dogs",  "and",   "runs", "right", "away."};
-  std::string text;
+  std::string text = markup.begin;
   for (int i = 0; i < count; ++i) {
-    text += std::string(some.at(static_cast<std::size_t>(i) % some.size())) + ' ';
+    if (i % 10 == 0) {
+      text += markup.mark;
+    } else if (i % 10 == 5) {
+      text += markup.quieter;
+    }
+    text += some.at(static_cast<std::size_t>(i) % some.size());
+    text += i % 10 == 9 ? markup.normal + ' ' : " ";
   }
-  return text;
+  return text + markup.end;
 }
+
+// What is measured -----------------------------------------------------------------------------
 
 double firstAudio(Speaker& speaker, const std::string& text) {
   double time = 0;
@@ -53,130 +63,203 @@ double firstAudio(Speaker& speaker, const std::string& text) {
   return time;
 }
 
-void firstAudioOf12Words(Speaker& speaker, Times& times) {
-  static const std::string text = words(12);
-  for (int i = 0; i < 200; ++i) {
-    times.push_back(firstAudio(speaker, text));
-  }
+double synthesis(Speaker& speaker, const std::string& text) {
+  const Clock::time_point begin = Clock::now();
+  speaker.speak(text, [] { return true; });
+  return since(begin);
 }
 
-void firstAudioOf500Words(Speaker& speaker, Times& times) {
-  static const std::string text = words(500);
-  for (int i = 0; i < 200; ++i) {
-    times.push_back(firstAudio(speaker, text));
-  }
-}
-
-void synthesisOf500Words(Speaker& speaker, Times& times) {
-  static const std::string text = words(500);
-  for (int i = 0; i < 3; ++i) {
-    const Clock::time_point begin = Clock::now();
-    speaker.speak(text, [] { return true; });
-    times.push_back(since(begin));
-  }
-}
-
-/// From the stop to the end of the call that speaks, at random moments.
-void stopToReturn(Speaker& speaker, Times& times) {
-  static const std::string text = words(100000);
+/// From the stop to the end of the call that speaks, at a random moment.
+double stopToReturn(Speaker& speaker, const std::string& text) {
   static std::minstd_rand random(1);
   std::uniform_int_distribution<int> moment(0, 20000);
-  for (int i = 0; i < 100; ++i) {
-    std::atomic<bool> heard{false};
-    Clock::time_point returned;
-    std::thread speech([&] {
-      speaker.speak(text, [&] {
-        heard = true;
-        return true;
-      });
-      returned = Clock::now();
+  std::atomic<bool> heard{false};
+  Clock::time_point returned;
+  std::thread speech([&] {
+    speaker.speak(text, [&] {
+      heard = true;
+      return true;
     });
-    while (!heard) {
-      std::this_thread::yield();
-    }
-    std::this_thread::sleep_for(std::chrono::microseconds(moment(random)));
-    const Clock::time_point begin = Clock::now();
-    speaker.stop();
-    speech.join();
-    times.push_back(std::chrono::duration<double, std::micro>(returned - begin).count());
+    returned = Clock::now();
+  });
+  while (!heard) {
+    std::this_thread::yield();
   }
+  std::this_thread::sleep_for(std::chrono::microseconds(moment(random)));
+  const Clock::time_point begin = Clock::now();
+  speaker.stop();
+  speech.join();
+  return std::chrono::duration<double, std::micro>(returned - begin).count();
 }
 
-struct Row {
-  const char* name;
-  Measure measure;
-  double part;    ///< the quantile that is compared
-  double target;  ///< the ratio at most
+// Comparison -----------------------------------------------------------------------------------
+
+/// Figures of an engine beside those of its bare synthesiser, each a quantile of all that was
+/// measured in turns.
+class Comparison {
+ public:
+  explicit Comparison(const EngineUnderTest& engine)
+      : makeBare(engine.makeBareSpeaker),
+        makeEngine([package = engine.package] { return makeEngineSpeaker(package); }) {}
+
+  struct Limit {
+    const char* figure;
+    double quantile;
+    double atMost;
+  };
+
+  /// Measures both `times` times in each of the repetitions.
+  void add(const std::string& textName, const std::string& bareText, const std::string& engineText,
+           const Measure& measure, int times, const std::vector<Limit>& limits) {
+    const std::string name = std::string(limits.front().figure) + ", " + textName;
+    enlist(name + ": bare", makeBare, bareText, measure, times);
+    enlist(name + ": engine", makeEngine, engineText, measure, times);
+    for (const Limit& limit : limits) {
+      rows.push_back({limit, textName, name + ": bare", name + ": engine"});
+    }
+  }
+
+  /// The first audio of a long text beside that of one of 500 words, both through the engine.
+  void addLongText(const std::string& textName, const std::string& text, int times, double atMost) {
+    const Limit limit{"first audio", 0.5, atMost};
+    const std::string name = std::string(limit.figure) + ", " + textName;
+    enlist(name + ": engine", makeEngine, text, firstAudio, times);
+    rows.push_back({limit, textName + " beside 500 words", "first audio, 500 words: engine",
+                    name + ": engine"});
+  }
+
+  /// Prints a row for each figure that was measured.
+  void print(RatioTable& table) const {
+    for (const Row& row : rows) {
+      const auto bare = measured.find(row.yardstick);
+      const auto engine = measured.find(row.subject);
+      if (bare != measured.end() && engine != measured.end()) {
+        const double yardstick = quantile(bare->second, row.limit.quantile);
+        const double subject = quantile(engine->second, row.limit.quantile);
+        table.add(
+            {figureName(row.limit), row.textName, microseconds(yardstick), microseconds(subject)},
+            row.limit.atMost, subject / yardstick);
+      }
+    }
+  }
+
+ private:
+  using Times = std::vector<double>;
+
+  struct Row {
+    Limit limit;
+    std::string textName;
+    std::string yardstick;  ///< the benchmark's name
+    std::string subject;    ///< the benchmark's name
+  };
+
+  void enlist(const std::string& name, const std::function<SpeakerPointer()>& make,
+              const std::string& text, const Measure& measure, int times) {
+    const auto run = [=](benchmark::State& state) {
+      const SpeakerPointer speaker = make();
+      firstAudio(*speaker, "Hello.");  // loads the voice
+      for (auto _ : state) {
+        const double time = measure(*speaker, text);
+        measured[name].push_back(time);
+        state.SetIterationTime(time / 1e6);
+      }
+    };
+    benchmark::RegisterBenchmark(name.c_str(), run)
+        ->UseManualTime()
+        ->Iterations(times)
+        ->Unit(benchmark::kMicrosecond);
+  }
+
+  static double quantile(Times times, double part) {
+    const auto place =
+        times.begin() + static_cast<std::ptrdiff_t>(part * static_cast<double>(times.size() - 1));
+    std::nth_element(times.begin(), place, times.end());
+    return *place;
+  }
+
+  static std::string figureName(const Limit& limit) {
+    return limit.figure + std::string(limit.quantile == 0.5 ? "" : ", 99 %");
+  }
+
+  static std::string microseconds(double time) {
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.0f µs", time);
+    return text.data();
+  }
+
+  std::function<SpeakerPointer()> makeBare;
+  std::function<SpeakerPointer()> makeEngine;
+  std::vector<Row> rows;
+  std::map<std::string, Times> measured;  ///< in microseconds, by the benchmark's name
 };
 
-const std::array<Row, 5> rows{{{"first audio, 12 words", firstAudioOf12Words, 0.5, 1.10},
-                               {"first audio, 500 words", firstAudioOf500Words, 0.5, 1.03},
-                               {"synthesis, 500 words", synthesisOf500Words, 0.5, 1.02},
-                               {"stop to return, median", stopToReturn, 0.5, 1.3},
-                               {"stop to return, 99 %", stopToReturn, 0.99, 1.5}}};
-
-void print(const std::string& name, const char* unit, double bare, double engine, double target) {
-  std::printf("%-24s %12.1f %12.1f %s  ratio %.3f  (at most %.2f)\n", name.c_str(), bare, engine,
-              unit, engine / bare, target);
+void addFigures(Comparison& comparison, const EngineUnderTest& engine) {
+  const int some = engine.firstAudios;
+  const auto add = [&](const char* textName, int count, bool isTagged, const Measure& measure,
+                       int times, const std::vector<Comparison::Limit>& limits) {
+    comparison.add(textName, words(count, isTagged ? engine.bareMarkup : Markup()),
+                   words(count, isTagged ? engineMarkup() : Markup()), measure, times, limits);
+  };
+  add("12 words", 12, false, firstAudio, some, {{"first audio", 0.5, 1.10}});
+  add("12 words with tags", 12, true, firstAudio, some, {{"first audio", 0.5, 1.10}});
+  add("500 words", 500, false, firstAudio, some, {{"first audio", 0.5, 1.03}});
+  add("500 words with tags", 500, true, firstAudio, some, {{"first audio", 0.5, 1.03}});
+  constexpr int tenMegabytes = 2000000;
+  comparison.addLongText("10 MB", words(tenMegabytes, {}), some, 1.1);
+  comparison.addLongText("10 MB with tags", words(tenMegabytes, engineMarkup()), some, 0);
+  add("500 words", 500, false, synthesis, 1, {{"synthesis", 0.5, 1.02}});
+  add("500 words with tags", 500, true, synthesis, 1, {{"synthesis", 0.5, 1.02}});
+  const std::vector<Comparison::Limit> stops{{"stop to return", 0.5, 1.3},
+                                             {"stop to return", 0.99, 1.5}};
+  add("at random moments", 100000, false, stopToReturn, 1000 / engine.repetitions, stops);
+  add("at random moments, with tags", 100000, true, stopToReturn, 1000 / engine.repetitions, stops);
 }
 
-void compareTimes(const Row& row) {
-  constexpr int turns = 10;
-  Times bare;
-  Times engine;
-  for (int turn = 0; turn < turns; ++turn) {
-    row.measure(*bench::makeBareSpeaker(), bare);
-    row.measure(*bench::makeEngineSpeaker(), engine);
-  }
-  print(row.name, "us", quantile(bare, row.part), quantile(engine, row.part), row.target);
-}
+// Memory ---------------------------------------------------------------------------------------
 
-/// The peak of this process's memory, in KiB.
-double peakMemory() {
-  std::ifstream status("/proc/self/status");
-  for (std::string key; status >> key;) {
-    if (key == "VmHWM:") {
-      double peak = 0;
-      status >> peak;
-      return peak;
-    }
-  }
-  return 0;
-}
-
-/// The peak of a new process of this program that does `what`.
-double peakMemoryOf(const std::string& program, const std::string& what) {
-  const std::string command = "'" + program + "' --memory-of " + what;
-  FILE* const output = ::popen(command.c_str(), "r");
-  double peak = 0;
-  if (output == nullptr || std::fscanf(output, "%lf", &peak) != 1) {
-    std::fprintf(stderr, "cannot measure the memory of \"%s\"\n", what.c_str());
-  }
-  if (output != nullptr) {
-    ::pclose(output);
-  }
-  return peak;
-}
-
-int printMemoryOf(const std::string& what) {
-  if (what == "speech") {
-    bench::makeEngineSpeaker()->speak(words(500), [] { return true; });
+void printPeak(const std::string& what, const EngineUnderTest& engine) {
+  const SpeakerPointer speaker = what == "engine" ? makeEngineSpeaker(engine.package)
+                                 : what == "bare" ? engine.makeBareSpeaker()
+                                                  : nullptr;
+  if (speaker) {
+    speaker->speak(words(500, {}), [] { return true; });
   }
   std::printf("%.0f\n", peakMemory());
-  return 0;
+}
+
+void compareMemory(RatioTable& table) {
+  const auto text = [](double peak) { return std::to_string(static_cast<int>(peak)) + " KiB"; };
+  const double empty = peakMemoryOf("nothing");
+  const double bare = peakMemoryOf("bare");
+  const double engine = peakMemoryOf("engine");
+  table.add({"peak memory", "500 words beside an empty program", text(empty), text(engine)}, 1.35,
+            engine / empty);
+  table.add({"peak memory", "500 words", text(bare), text(engine)}, 0, engine / bare);
 }
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int runEngineBenchmark(int argc, char** argv, const EngineUnderTest& engine) {
   if (argc == 3 && std::string(argv[1]) == "--memory-of") {
-    return printMemoryOf(argv[2]);
+    printPeak(argv[2], engine);
+    return 0;
   }
-  std::printf("%-24s %12s %12s\n", "", "bare", "engine");
-  for (const Row& row : rows) {
-    compareTimes(row);
-  }
-  print("peak memory", "KiB", peakMemoryOf(argv[0], "nothing"), peakMemoryOf(argv[0], "speech"),
-        1.35);
-  return 0;
+  std::string interleaving = "--benchmark_enable_random_interleaving=true";
+  std::string repeated = "--benchmark_repetitions=" + std::to_string(engine.repetitions);
+  std::string onlyAggregates = "--benchmark_report_aggregates_only=true";
+  std::vector<char*> arguments{argv[0], interleaving.data(), repeated.data(),
+                               onlyAggregates.data()};
+  arguments.insert(arguments.end(), argv + 1, argv + argc);
+  int count = static_cast<int>(arguments.size());
+  benchmark::Initialize(&count, arguments.data());
+
+  Comparison comparison(engine);
+  addFigures(comparison, engine);
+  benchmark::RunSpecifiedBenchmarks();
+  RatioTable table({"figure", "text", "bare", "engine"}, RatioTable::Limit::atMost);
+  comparison.print(table);
+  compareMemory(table);
+  return table.isReached() ? 0 : 1;
 }
+
+}  // namespace bench

@@ -1,15 +1,12 @@
 #pragma once
 
-#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
 
 namespace bench {
 
-using Clock = std::chrono::steady_clock;
-
-/// Speaks texts with eSpeak NG, one way or another. There may be one at a time.
+/// Speaks texts, one way or another. There may be one at a time.
 class Speaker {
  public:
   virtual ~Speaker() = default;
@@ -21,10 +18,9 @@ class Speaker {
   virtual void stop() = 0;
 };
 
-/// The synthesiser alone. A stop sets a flag that its callback looks at.
-std::unique_ptr<Speaker> makeBareSpeaker();
+using SpeakerPointer = std::unique_ptr<Speaker>;
 
-/// The engine behind the manager.
-std::unique_ptr<Speaker> makeEngineSpeaker();
+/// The engine that serves a package, behind the manager. \param package  its folder
+SpeakerPointer makeEngineSpeaker(const std::string& package);
 
 }  // namespace bench

@@ -1,7 +1,8 @@
 #include "ratio_reporter.hpp"
 
 #include <algorithm>
-#include <cstdio>
+
+#include "support/ratio_table.hpp"
 
 void RatioReporter::ReportRuns(const std::vector<Run>& runs) {
   ConsoleReporter::ReportRuns(runs);
@@ -15,21 +16,14 @@ void RatioReporter::ReportRuns(const std::vector<Run>& runs) {
 }
 
 bool RatioReporter::report(const std::vector<Figure>& figures) const {
-  bool reached = true;
-  std::printf("\n| function | text | beside | at least | ratio |\n|---|---|---|---:|---:|\n");
+  RatioTable table({"function", "text", "beside"}, RatioTable::Limit::atLeast);
   for (const Figure& figure : figures) {
     const auto subject = bytesPerSecond.find(figure.subjectRun());
     const auto yardstick = bytesPerSecond.find(figure.yardstickRun());
-    if (subject == bytesPerSecond.end() || yardstick == bytesPerSecond.end()) {
-      continue;
+    if (subject != bytesPerSecond.end() && yardstick != bytesPerSecond.end()) {
+      table.add({figure.function, figure.text, figure.yardstick}, figure.atLeast,
+                subject->second / yardstick->second);
     }
-    const double ratio = subject->second / yardstick->second;
-    const bool missed = ratio < figure.atLeast;
-    std::printf("| %s | %s | %s | ", figure.function.c_str(), figure.text.c_str(),
-                figure.yardstick.c_str());
-    figure.atLeast > 0 ? std::printf("%.2f", figure.atLeast) : std::printf("–");
-    std::printf(" | %.2f%s |\n", ratio, missed ? " **missed**" : "");
-    reached = reached && !missed;
   }
-  return reached;
+  return table.isReached();
 }

@@ -1,0 +1,65 @@
+extern "C" {
+#include <flite/flite.h>
+}
+
+#include <atomic>
+#include <stdexcept>
+
+#include "support/engine_benchmark.hpp"
+
+extern "C" {
+cst_voice* register_cmu_us_slt(const char* folder);
+void unregister_cmu_us_slt(cst_voice* voice);
+}
+
+namespace {
+
+/// Flite alone, which streams sentence by sentence, with the package's default voice. A stop sets a
+/// flag that its callback looks at.
+class BareSpeaker : public bench::Speaker {
+ public:
+  BareSpeaker() : voice((flite_init(), register_cmu_us_slt(nullptr))) {
+    if (voice == nullptr) {
+      throw std::runtime_error("Flite cannot be used");
+    }
+    cst_audio_streaming_info* const stream = new_audio_streaming_info();
+    constexpr int buffersPerSecond = 50;  // as the engine
+    stream->min_buffsize = get_param_int(voice->features, "sample_rate", 16000) / buffersPerSecond;
+    stream->asc = onAudio;
+    stream->userdata = this;
+    feat_set(voice->features, "streaming_info", audio_streaming_info_val(stream));
+  }
+
+  ~BareSpeaker() override { unregister_cmu_us_slt(voice); }
+
+  void speak(const std::string& text, const std::function<bool()>& atAudio) override {
+    stopped = false;
+    listener = &atAudio;
+    flite_text_to_speech(text.c_str(), voice, "none");
+  }
+
+  void stop() override { stopped = true; }
+
+ private:
+  static int onAudio(const cst_wave* /*wave*/, int /*start*/, int /*size*/, int /*last*/,
+                     cst_audio_streaming_info* stream) {
+    auto* const self = static_cast<BareSpeaker*>(stream->userdata);
+    if (!self->stopped && (*self->listener)()) {
+      return CST_AUDIO_STREAM_CONT;
+    }
+    // Else the sentences behind this one would be spoken.
+    feat_set_int(stream->utt->features, "Interrupted", 1);
+    return CST_AUDIO_STREAM_STOP;
+  }
+
+  cst_voice* const voice;
+  std::atomic<bool> stopped{false};
+  const std::function<bool()>* listener = nullptr;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  return bench::runEngineBenchmark(
+      argc, argv, {BUILT_PACKAGE, [] { return std::make_unique<BareSpeaker>(); }, {}, 10, 5});
+}
