@@ -2,6 +2,7 @@
 
 #include <clocale>
 #include <cwctype>
+#include <memory>
 
 #include "support/utf8.hpp"
 
@@ -21,10 +22,16 @@ bool isAsciiLetterOrDigit(char byte) {
   return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || isDigit(byte);
 }
 
+struct LocaleDeleter {
+  using pointer = locale_t;
+  void operator()(locale_t locale) const { ::freelocale(locale); }
+};
+
 /// The C library's locale of Unicode, whatever the process's own is. Null where it is missing.
 locale_t unicode() {
-  static const locale_t locale = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
-  return locale;
+  static const std::unique_ptr<locale_t, LocaleDeleter> locale(
+      ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr));
+  return locale.get();
 }
 
 bool isWordCharacter(char32_t point) {
