@@ -92,7 +92,7 @@ std::optional<TextChunk> TextChunks::next() {
   if (finished) {
     return std::nullopt;
   }
-  for (;; room = std::min(2 * room, longest)) {
+  for (;; room = std::min(4 * room, longest)) {
     read();
     if (size <= room) {
       finished = true;
@@ -101,7 +101,7 @@ std::optional<TextChunk> TextChunks::next() {
     const std::size_t cut = bestCut();
     const std::string_view rest = text.substr(pending.front().offset);
     if (room == longest || isSureEnd(rest.substr(0, cut), rest.substr(cut))) {
-      room = std::min(2 * room, longest);
+      room = std::min(4 * room, longest);
       return take(cut);
     }
   }

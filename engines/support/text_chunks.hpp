@@ -27,7 +27,7 @@ class TextChunks {
   static constexpr std::size_t longest = 8192;
 
  private:
-  static constexpr std::size_t firstLongest = 1024;
+  static constexpr std::size_t firstLongest = 256;
 
   void read();
   std::size_t bestCut() const;
