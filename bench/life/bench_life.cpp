@@ -27,7 +27,7 @@ struct Row {
 };
 
 const std::array<Row, 2> rows{{{"utterances", bench::growthOverUtterances, 100, 10000},
-                               {"initialize and terminate", bench::growthOverLives, 10, 1000}}};
+                               {"initialize and terminate", bench::growthOverLives, 100, 1000}}};
 
 /// Growth that counts as none.
 constexpr double limit = 1.01;
