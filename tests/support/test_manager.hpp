@@ -36,6 +36,15 @@ class TestManager : public KQ::TextToSpeechManager {
     return engine;
   }
 
+  /// Whether a thread, this one included, holds managerMutex.
+  bool isLocked() {
+    const bool taken = managerMutex.try_lock();
+    if (taken) {
+      managerMutex.unlock();
+    }
+    return !taken;
+  }
+
   using TextToSpeechManager::active;
   using TextToSpeechManager::availableVoices;
   using TextToSpeechManager::callback;

@@ -6,11 +6,14 @@
 #include "espeak_engine.hpp"
 #include "support/environment.hpp"
 #include "support/log_recorder.hpp"
+#include "support/settings_file.hpp"
 #include "support/temp_folder.hpp"
 
 namespace {
 
 using test::LoadedEngine;
+using test::setting;
+using test::settingsFile;
 using test::SpeakingEngine;
 using ::testing::AllOf;
 using ::testing::Contains;
@@ -20,14 +23,6 @@ using ::testing::HasSubstr;
 using ::testing::Key;
 
 namespace fs = boost::filesystem;
-
-std::string setting(const std::string& name, const std::string& value) {
-  return " <Setting name=\"" + name + "\" value=\"" + value + "\"/>\n";
-}
-
-std::string document(const std::string& settings) {
-  return "<Any>\n" + settings + "</Any>\n";
-}
 
 /// Packages made for a test.
 class Packages : public ::testing::Test {
@@ -43,9 +38,9 @@ class Packages : public ::testing::Test {
   zu::PackageInfo package(const std::string& name, const Manifest& manifest) {
     fs::create_directories(folder.path() / name / "voices");
     write(name + "/manifest.xml",
-          document(setting("uuid", manifest.uuid) + setting("version", manifest.version) +
-                   setting("engine", manifest.engine) + setting("language", manifest.language) +
-                   manifest.more));
+          settingsFile(setting("uuid", manifest.uuid) + setting("version", manifest.version) +
+                       setting("engine", manifest.engine) + setting("language", manifest.language) +
+                       manifest.more));
     return {manifest.uuid, "", (folder.path() / name).string()};
   }
 
@@ -59,7 +54,7 @@ class Packages : public ::testing::Test {
   void voice(const std::string& packageName, const std::string& name, const std::string& source) {
     const std::string voiceFolder = packageName + "/voices/" + name;
     fs::create_directories(folder.path() / voiceFolder);
-    write(voiceFolder + "/voice.xml", document(setting("sourceVoice", source)));
+    write(voiceFolder + "/voice.xml", settingsFile(setting("sourceVoice", source)));
   }
 
   void write(const std::string& file, const std::string& content) { folder.write(file, content); }
@@ -67,7 +62,7 @@ class Packages : public ::testing::Test {
   /// What is spoken with the preferences of a voice.
   test::Samples spokenWith(const std::string& preferences) {
     const zu::PackageInfo info = voicedPackage("tuned", {});
-    write("tuned/voices/tuned/voiceSettings.xml", document(preferences));
+    write("tuned/voices/tuned/voiceSettings.xml", settingsFile(preferences));
     SpeakingEngine speaking({info});
     speaking->startSynthetizer("The quick brown fox jumps over the lazy dog");
     return speaking.host.samples();

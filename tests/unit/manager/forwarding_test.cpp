@@ -102,14 +102,6 @@ class ForwardingTest : public testing::Test {
     }
   }
 
-  bool isManagerLocked() {
-    const bool taken = manager.managerMutex.try_lock();
-    if (taken) {
-      manager.managerMutex.unlock();
-    }
-    return !taken;
-  }
-
   TestManager manager;
   boost::shared_ptr<FakeEngine> other = manager.add("aitalk", {"Japanese"}, {});
   boost::shared_ptr<FakeEngine> engine = manager.add("nuance", {"English"}, {});
@@ -139,7 +131,7 @@ TEST_P(Forwarding, HoldsTheManagersLockOnlyWhereItMust) {
   bool locked = !GetParam().exclusive;
   bool tablesLocked = false;
   engine->onCall = [&](const std::string&) {
-    locked = isManagerLocked();
+    locked = manager.isLocked();
     tablesLocked = !manager.tablesMutex.try_lock();
     if (!tablesLocked) {
       manager.tablesMutex.unlock();
@@ -152,7 +144,7 @@ TEST_P(Forwarding, HoldsTheManagersLockOnlyWhereItMust) {
     EXPECT_EQ(locked, GetParam().exclusive);
   }
   EXPECT_FALSE(tablesLocked);
-  EXPECT_FALSE(isManagerLocked());
+  EXPECT_FALSE(manager.isLocked());
 }
 
 TEST_P(Forwarding, DoesNotWaitForTheManagersLockUnlessItTakesIt) {
@@ -175,7 +167,7 @@ TEST_P(Forwarding, WithoutALanguageNamesTheMethodAndForwardsNothing) {
                                                   " is not currently supported or not installed."));
   }
   EXPECT_THAT(engine->takeCalls(), IsEmpty());
-  EXPECT_FALSE(isManagerLocked());
+  EXPECT_FALSE(manager.isLocked());
 }
 
 TEST_P(Forwarding, ALanguageWithoutEngineIsNamed) {
@@ -184,7 +176,7 @@ TEST_P(Forwarding, ALanguageWithoutEngineIsNamed) {
   EXPECT_THAT([this] { call(); },
               throwsKQError(managerName, "xGetEngine",
                             "Klingon is not currently supported or not installed."));
-  EXPECT_FALSE(isManagerLocked());
+  EXPECT_FALSE(manager.isLocked());
 }
 
 TEST_P(Forwarding, AnEngineUnloadedSinceIsNamedByItsLanguage) {
@@ -216,7 +208,7 @@ TEST_P(Forwarding, TheErrorOfAnInactiveEnginePasses) {
   } else {
     EXPECT_NO_THROW(call());
   }
-  EXPECT_FALSE(isManagerLocked());
+  EXPECT_FALSE(manager.isLocked());
 }
 
 TEST_P(Forwarding, AnExceptionOfTheHookPassesUnchangedAndTheLockIsReleased) {
@@ -226,7 +218,7 @@ TEST_P(Forwarding, AnExceptionOfTheHookPassesUnchangedAndTheLockIsReleased) {
   if (GetParam().hook != nullptr) {
     EXPECT_THROW(call(), OfTheEngine);
   }
-  EXPECT_FALSE(isManagerLocked());
+  EXPECT_FALSE(manager.isLocked());
 }
 
 TEST_P(Forwarding, AnEngineThatIsDroppedMeanwhileLivesUntilTheCallIsOver) {
@@ -236,7 +228,7 @@ TEST_P(Forwarding, AnEngineThatIsDroppedMeanwhileLivesUntilTheCallIsOver) {
   FakeEngine* const target = engine.get();
   target->onDestruction = [&] {
     destroyed = true;
-    lockedAtTheEnd = isManagerLocked();
+    lockedAtTheEnd = manager.isLocked();
   };
   engine.reset();
   target->onCall = [&](const std::string&) {

@@ -27,14 +27,6 @@ class LanguageRoutingTest : public testing::Test {
     nuance->onCall = nullptr;
   }
 
-  bool isLocked() {
-    const bool taken = routes.managerMutex.try_lock();
-    if (taken) {
-      routes.managerMutex.unlock();
-    }
-    return !taken;
-  }
-
   test::TestManager routes;
   boost::shared_ptr<test::FakeEngine> aitalk =
       routes.add("aitalk", {"Japanese", "English"}, {{"Yuki", "Japanese"}, {"Anna", "English"}});
@@ -230,19 +222,19 @@ TEST_F(LanguageRoutingTest, OtherExceptionsPassUnchangedAndWithoutResynchronisat
 
 TEST_F(LanguageRoutingTest, TheManagersLockIsHeldAndReleasedOnEveryWayOut) {
   int unlocked = 0;
-  const auto look = [&](const std::string&) { unlocked += isLocked() ? 0 : 1; };
+  const auto look = [&](const std::string&) { unlocked += routes.isLocked() ? 0 : 1; };
   aitalk->onCall = look;
   nuance->onCall = look;
 
   routes.xSetCurrentLanguage("Japanese");
-  EXPECT_FALSE(isLocked());
+  EXPECT_FALSE(routes.isLocked());
   EXPECT_ANY_THROW(routes.xSetCurrentLanguage("Klingon"));
-  EXPECT_FALSE(isLocked());
+  EXPECT_FALSE(routes.isLocked());
   EXPECT_EQ(unlocked, 0);
 
   aitalk->onCall = [](const std::string&) { throw 17; };
   EXPECT_THROW(routes.xSetCurrentLanguage("Japanese"), int);
-  EXPECT_FALSE(isLocked());
+  EXPECT_FALSE(routes.isLocked());
 }
 
 class EngineDroppedDuring : public LanguageRoutingTest,
@@ -255,7 +247,7 @@ TEST_P(EngineDroppedDuring, TheLanguageSwitchGoesAfterTheLock) {
   test::FakeEngine* const target = aitalk.get();
   target->onDestruction = [&] {
     destroyed = true;
-    lockedAtTheEnd = isLocked();
+    lockedAtTheEnd = routes.isLocked();
   };
   target->onCall = [&](const std::string& call) {
     if (call == GetParam()) {

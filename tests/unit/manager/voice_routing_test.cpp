@@ -30,14 +30,6 @@ class VoiceRoutingTest : public testing::Test {
     }
   }
 
-  bool isLocked() {
-    const bool taken = routes.managerMutex.try_lock();
-    if (taken) {
-      routes.managerMutex.unlock();
-    }
-    return !taken;
-  }
-
   test::TestManager routes;
   boost::shared_ptr<test::FakeEngine> aitalk =
       routes.add("aitalk", {"Japanese"}, {{"Yuki", "Japanese"}});
@@ -182,22 +174,22 @@ TEST_F(VoiceRoutingTest, TheManagersLockIsHeldForTheEngineStepAlone) {
   bool lockedBefore = true;
   bool lockedInside = false;
   nuance->onCall = [&](const std::string& call) {
-    (call == "xSetCurrentVoice Anna" ? lockedInside : lockedBefore) = isLocked();
+    (call == "xSetCurrentVoice Anna" ? lockedInside : lockedBefore) = routes.isLocked();
     if (call == "xGetOldLanguagesDetected") {
-      EXPECT_FALSE(isLocked());
+      EXPECT_FALSE(routes.isLocked());
     }
   };
 
   routes.setCurrentVoice("Anna");
   EXPECT_TRUE(lockedInside);
-  EXPECT_FALSE(isLocked());
+  EXPECT_FALSE(routes.isLocked());
 
   nuance->onCall = [](const std::string&) { throw 17; };
   EXPECT_THROW(routes.setCurrentVoice("Anna"), int);
   nuance->onCall = nullptr;
   nuance->allVoices.clear();
   EXPECT_ANY_THROW(routes.setCurrentVoice("Anna"));
-  EXPECT_FALSE(isLocked());
+  EXPECT_FALSE(routes.isLocked());
 }
 
 // An engine may wait, as it goes, for a thread of its own that calls the manager.
@@ -207,7 +199,7 @@ TEST_F(VoiceRoutingTest, AnEngineDroppedDuringTheVoiceStepGoesAfterTheLock) {
   test::FakeEngine* const target = nuance.get();
   target->onDestruction = [&] {
     destroyed = true;
-    lockedAtTheEnd = isLocked();
+    lockedAtTheEnd = routes.isLocked();
   };
   target->onCall = [&](const std::string& call) {
     if (call == "xSetCurrentVoice Anna") {
