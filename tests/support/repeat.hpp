@@ -14,4 +14,9 @@ inline std::string repeat(const std::string& piece, std::size_t size) {
   return text;
 }
 
+/// A piece so many times.
+inline std::string repeated(const std::string& piece, std::size_t times) {
+  return repeat(piece, piece.size() * times);
+}
+
 }  // namespace test

@@ -10,12 +10,16 @@
 
 namespace {
 
+using test::Samples;
 using test::SpeakingEngine;
 using test::spoken;
 using ::testing::ElementsAre;
 
-const int rate = test::engineUnderTest().samplingRate;
 constexpr const char* sentence = "The quick brown fox jumps over the lazy dog";
+
+double pitchOf(const Samples& samples) {
+  return test::pitch(samples, test::engineUnderTest().samplingRate);
+}
 
 auto with(const char* parameter, float value) {
   return [=](KQ::TextToSpeechEngine& engine) { engine.setParameter(parameter, value); };
@@ -52,13 +56,13 @@ TEST(Parameters, FourTimesTheSpeedTakesAQuarterOfTheTime) {
 }
 
 TEST(Parameters, PitchShiftIsAFactor) {
-  const double normal = test::pitch(spoken(sentence), rate);
-  EXPECT_NEAR(test::pitch(spoken(sentence, with("pitchShift", 1.5F)), rate) / normal, 1.5, 0.1);
+  const double normal = pitchOf(spoken(sentence));
+  EXPECT_NEAR(pitchOf(spoken(sentence, with("pitchShift", 1.5F))) / normal, 1.5, 0.1);
 }
 
 TEST(Parameters, PitchShiftOfZeroChangesNothing) {
-  const double normal = test::pitch(spoken(sentence), rate);
-  EXPECT_NEAR(test::pitch(spoken(sentence, with("pitchShift", 0)), rate), normal, normal * 0.03);
+  const double normal = pitchOf(spoken(sentence));
+  EXPECT_NEAR(pitchOf(spoken(sentence, with("pitchShift", 0))), normal, normal * 0.03);
 }
 
 TEST(Parameters, VoiceLevelIsAFactor) {

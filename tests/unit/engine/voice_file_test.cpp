@@ -12,12 +12,14 @@
 
 #include "support/fake_engine.hpp"
 #include "support/log_recorder.hpp"
+#include "support/repeat.hpp"
 #include "support/row_name.hpp"
 #include "support/temp_folder.hpp"
 
 namespace {
 
 namespace fs = boost::filesystem;
+using test::repeated;
 using testing::AnyOf;
 using testing::IsEmpty;
 
@@ -218,15 +220,6 @@ INSTANTIATE_TEST_SUITE_P(
                                      "with space, \"quotes\" & %20.xml")));
 
 // Hostile contents -----------------------------------------------------------------------------
-
-std::string repeated(const std::string& text, std::size_t count) {
-  std::string result;
-  result.reserve(text.size() * count);
-  for (std::size_t i = 0; i < count; ++i) {
-    result += text;
-  }
-  return result;
-}
 
 /// A setting beside elements that are nested until `depth`, the root counted.
 std::string nested(std::size_t depth) {

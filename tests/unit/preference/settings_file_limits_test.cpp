@@ -4,23 +4,17 @@
 #include <boost/filesystem/operations.hpp>
 #include <kqtts/tts_preference.hpp>
 
+#include "support/repeat.hpp"
 #include "support/row_name.hpp"
 #include "support/temp_folder.hpp"
 
 namespace {
 
 namespace fs = boost::filesystem;
+using test::repeated;
 
 constexpr std::size_t largestFile = 8 * 1024 * 1024;
 const std::string setting = R"(<p name="sourceVoice" value="x"/>)";
-
-std::string repeated(const std::string& unit, std::size_t times) {
-  std::string text;
-  for (std::size_t i = 0; i < times; ++i) {
-    text += unit;
-  }
-  return text;
-}
 
 std::string filled(const std::string& begin, const std::string& unit, const std::string& end) {
   const std::size_t room = largestFile - begin.size() - end.size();

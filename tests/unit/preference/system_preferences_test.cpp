@@ -13,7 +13,7 @@ namespace {
 namespace fs = boost::filesystem;
 using KQ::VoiceSetting;
 
-VoiceSetting makeSetting(const std::string& voiceName) {
+VoiceSetting settingOf(const std::string& voiceName) {
   return {KQ::VOICE_SETTING_PREFERENCES, voiceName};
 }
 
@@ -24,11 +24,11 @@ KQValue entry(const KQValue& name, const KQValue& value) {
 // Settings from the system's preferences -----------------------------------------------------
 
 TEST(SystemPreferences, NoneGiveTheDefaultsAndTheGivenVoice) {
-  EXPECT_TRUE(KQ::makeVoiceSettingFromSysXml(KQValue::array(), "voice1") == makeSetting("voice1"));
+  EXPECT_TRUE(KQ::makeVoiceSettingFromSysXml(KQValue::array(), "voice1") == settingOf("voice1"));
 }
 
 TEST(SystemPreferences, SetParametersAndTheVoice) {
-  VoiceSetting expected = makeSetting("voice2");
+  VoiceSetting expected = settingOf("voice2");
   expected.parameters["defaultVoiceSpeed"] = 80.0F;
 
   EXPECT_TRUE(KQ::makeVoiceSettingFromSysXml(KQValue::array({entry("defaultVoiceSpeed", 80.0F),
@@ -37,7 +37,7 @@ TEST(SystemPreferences, SetParametersAndTheVoice) {
 }
 
 TEST(SystemPreferences, MayHaveAnyName) {
-  VoiceSetting expected = makeSetting("voice1");
+  VoiceSetting expected = settingOf("voice1");
   expected.parameters["foo"] = 2.0F;
 
   EXPECT_TRUE(KQ::makeVoiceSettingFromSysXml(KQValue::array({entry("foo", 2.0F)}), "voice1") ==
@@ -46,7 +46,7 @@ TEST(SystemPreferences, MayHaveAnyName) {
 
 TEST(SystemPreferences, CannotChangeTheVoiceLevel) {
   EXPECT_TRUE(KQ::makeVoiceSettingFromSysXml(KQValue::array({entry("voiceLevel", 0.5F)}),
-                                             "voice1") == makeSetting("voice1"));
+                                             "voice1") == settingOf("voice1"));
 }
 
 TEST(SystemPreferences, TheLaterOfTwoWins) {

@@ -4,10 +4,12 @@
 #include <kqtts/tts_preference.hpp>
 
 #include "support/global_locale.hpp"
+#include "support/repeat.hpp"
 #include "support/row_name.hpp"
 
 namespace {
 
+using test::repeated;
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 using namespace std::string_literals;
@@ -216,14 +218,6 @@ TEST(ReplaceMrkPauseTest, WritesTheSameNumbersInEveryLocale) {
   KQ::replaceMrkPause(text);
 
   EXPECT_EQ(text, R"(\mrk=65236\ )");
-}
-
-std::string repeated(const std::string& unit, std::size_t times) {
-  std::string text;
-  for (std::size_t i = 0; i < times; ++i) {
-    text += unit;
-  }
-  return text;
 }
 
 // Costs that grow faster than the text would take longer than a test program has.

@@ -13,12 +13,12 @@ using testing::Pair;
 
 constexpr auto otherType = static_cast<KQ::VOICE_SETTING_TYPE>(2);
 
-VoiceSetting makeSetting() {
+VoiceSetting newSetting() {
   return {KQ::VOICE_SETTING_PREFERENCES, "voice1"};
 }
 
 TEST(VoiceSettingTest, StartsWithTheSixDefaults) {
-  EXPECT_THAT(makeSetting().parameters,
+  EXPECT_THAT(newSetting().parameters,
               ElementsAre(Pair("defaultVoiceSpeed", 100.0F), Pair("doubleVoice", 0.0F),
                           Pair("doubleVoiceLevel", 0.0F), Pair("doubleVoiceTimeShift", 0.0F),
                           Pair("pitchShift", 0.0F), Pair("voiceLevel", 1.0F)));
@@ -32,7 +32,7 @@ TEST(VoiceSettingTest, KeepsTypeAndName) {
 }
 
 TEST(VoiceSettingTest, HasTheSameDefaultsForEveryTypeAndName) {
-  EXPECT_EQ(VoiceSetting(otherType, "").parameters, makeSetting().parameters);
+  EXPECT_EQ(VoiceSetting(otherType, "").parameters, newSetting().parameters);
 }
 
 TEST(VoiceSettingTest, TypeIs32BitsWideAndPreferencesAreOne) {
@@ -51,9 +51,9 @@ TEST(VoiceSettingTest, MovesAndAssignsWithAllItsFields) {
   source.parameters["foo"] = 2.0F;
   const VoiceSetting copy = source;
 
-  VoiceSetting assigned = makeSetting();
+  VoiceSetting assigned = newSetting();
   assigned = copy;
-  VoiceSetting moved = makeSetting();
+  VoiceSetting moved = newSetting();
   moved = std::move(source);
 
   EXPECT_TRUE(assigned == copy);
@@ -62,12 +62,12 @@ TEST(VoiceSettingTest, MovesAndAssignsWithAllItsFields) {
 }
 
 TEST(VoiceSettingEquality, HoldsForTheSameTypeNameAndParameters) {
-  EXPECT_TRUE(makeSetting() == makeSetting());
+  EXPECT_TRUE(newSetting() == newSetting());
 }
 
 TEST(VoiceSettingEquality, HoldsWithoutParameters) {
-  VoiceSetting left = makeSetting();
-  VoiceSetting right = makeSetting();
+  VoiceSetting left = newSetting();
+  VoiceSetting right = newSetting();
   left.parameters.clear();
   right.parameters.clear();
 
@@ -75,21 +75,21 @@ TEST(VoiceSettingEquality, HoldsWithoutParameters) {
 }
 
 TEST(VoiceSettingEquality, TellsTypesApart) {
-  EXPECT_FALSE(makeSetting() == VoiceSetting(otherType, "voice1"));
+  EXPECT_FALSE(newSetting() == VoiceSetting(otherType, "voice1"));
 }
 
 TEST(VoiceSettingEquality, TellsLetterCasesOfTheNameApart) {
-  EXPECT_FALSE(makeSetting() == VoiceSetting(KQ::VOICE_SETTING_PREFERENCES, "Voice1"));
+  EXPECT_FALSE(newSetting() == VoiceSetting(KQ::VOICE_SETTING_PREFERENCES, "Voice1"));
 }
 
 class VoiceSettingParameter : public testing::TestWithParam<std::string> {};
 
 TEST_P(VoiceSettingParameter, DiffersByTheSmallestStep) {
-  VoiceSetting changed = makeSetting();
+  VoiceSetting changed = newSetting();
   float& value = changed.parameters.at(GetParam());
   value = std::nextafter(value, std::numeric_limits<float>::infinity());
 
-  EXPECT_FALSE(changed == makeSetting());
+  EXPECT_FALSE(changed == newSetting());
 }
 
 INSTANTIATE_TEST_SUITE_P(Defaults, VoiceSettingParameter,
@@ -97,30 +97,30 @@ INSTANTIATE_TEST_SUITE_P(Defaults, VoiceSettingParameter,
                                          "doubleVoiceTimeShift", "pitchShift", "voiceLevel"));
 
 TEST(VoiceSettingEquality, NaNEqualsNothing) {
-  VoiceSetting setting = makeSetting();
+  VoiceSetting setting = newSetting();
   setting.parameters["pitchShift"] = std::numeric_limits<float>::quiet_NaN();
 
   EXPECT_FALSE(setting == setting);
 }
 
 TEST(VoiceSettingEquality, ZeroEqualsMinusZero) {
-  VoiceSetting setting = makeSetting();
+  VoiceSetting setting = newSetting();
   setting.parameters["pitchShift"] = -0.0F;
 
-  EXPECT_TRUE(setting == makeSetting());
+  EXPECT_TRUE(setting == newSetting());
 }
 
 TEST(VoiceSettingEquality, CountsAnExtraParameterOnEitherSide) {
-  VoiceSetting extended = makeSetting();
+  VoiceSetting extended = newSetting();
   extended.parameters["foo"] = 1.0F;
 
-  EXPECT_FALSE(extended == makeSetting());
-  EXPECT_FALSE(makeSetting() == extended);
+  EXPECT_FALSE(extended == newSetting());
+  EXPECT_FALSE(newSetting() == extended);
 }
 
 TEST(VoiceSettingEquality, TellsParameterNamesApart) {
-  VoiceSetting left = makeSetting();
-  VoiceSetting right = makeSetting();
+  VoiceSetting left = newSetting();
+  VoiceSetting right = newSetting();
   left.parameters["foo"] = 1.0F;
   right.parameters["fop"] = 1.0F;
 
