@@ -11,11 +11,11 @@ namespace {
 /// Passes one chunk on to the host while eSpeak NG speaks it.
 class ChunkListener : public EspeakTurn::Listener {
  public:
-  ChunkListener(const EspeakText& text, Utterance& utterance, std::size_t sourceSize,
+  ChunkListener(const EspeakText& text, Utterance& utterance, std::size_t sourceEnd,
                 int samplingRate)
       : text(text),
         utterance(utterance),
-        sourceSize(sourceSize),
+        sourceEnd(sourceEnd),
         samplingRate(samplingRate),
         positions(text) {}
 
@@ -66,10 +66,9 @@ class ChunkListener : public EspeakTurn::Listener {
   void tellWord(const espeak_EVENT& event, std::uint64_t samplePosition) {
     const std::size_t first =
         event.text_position < 1 ? 0 : static_cast<std::size_t>(event.text_position) - 1;
-    const std::size_t begin = std::min(positions.offsetOf(first), sourceSize);
-    const std::size_t end =
-        std::min(positions.offsetOf(first + static_cast<std::size_t>(std::max(event.length, 0))),
-                 sourceSize);
+    const std::size_t begin = std::min(positions.offsetOf(first), sourceEnd);
+    const std::size_t end = std::min(
+        positions.offsetOf(first + static_cast<std::size_t>(std::max(event.length, 0))), sourceEnd);
     // A number that is spoken as several words is one word of the text.
     if (end > begin && begin >= lastWord.textOffset + lastWord.textLength) {
       lastWord = {begin, end - begin, samplePosition};
@@ -79,7 +78,7 @@ class ChunkListener : public EspeakTurn::Listener {
 
   const EspeakText& text;
   Utterance& utterance;
-  const std::size_t sourceSize;
+  const std::size_t sourceEnd;  ///< of the chunk
   const int samplingRate;
   SourcePositions positions;
   std::uint64_t taken = 0;    ///< samples that eSpeak NG gave
@@ -87,9 +86,13 @@ class ChunkListener : public EspeakTurn::Listener {
   SpeechWord lastWord{0, 0, 0};
 };
 
+std::size_t endOf(const TextChunk& chunk) {
+  return chunk.empty() ? 0 : chunk.back().offset + chunk.back().length;
+}
+
 }  // namespace
 
-void EspeakSynthesizer::speak(const std::string& text, const SpeechSettings& settings,
+void EspeakSynthesizer::speak(SpokenText& text, const SpeechSettings& settings,
                               Utterance& utterance) {
   EspeakTurn turn(utterance);
   utterance.run([&] {
@@ -99,7 +102,7 @@ void EspeakSynthesizer::speak(const std::string& text, const SpeechSettings& set
     EspeakTextWriter writer(text, settings, voiceFile);
     while (const std::optional<TextChunk> chunk = chunks.next()) {
       const EspeakText written = writer.write(*chunk);
-      ChunkListener listener(written, utterance, text.size(), library.samplingRate());
+      ChunkListener listener(written, utterance, endOf(*chunk), library.samplingRate());
       if (!written.isSilent && !turn.speak(written, listener)) {
         return;
       }

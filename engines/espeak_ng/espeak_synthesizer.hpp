@@ -19,8 +19,7 @@ class EspeakSynthesizer : public Synthesizer {
   }
   /// What it reaches with all voices.
   float ownPitchShift(float factor) const override { return std::clamp(factor, 0.75F, 1.6F); }
-  void speak(const std::string& text, const SpeechSettings& settings,
-             Utterance& utterance) override;
+  void speak(SpokenText& text, const SpeechSettings& settings, Utterance& utterance) override;
   void wakeWaiting() override { EspeakTurn::wakeWaiting(); }
 
  private:

@@ -213,7 +213,7 @@ EspeakParameters::EspeakParameters(const SpeechSettings& settings, int pitchPerc
   volume = static_cast<int>(std::lround(100 * level));
 }
 
-EspeakTextWriter::EspeakTextWriter(std::string_view sourceText,
+EspeakTextWriter::EspeakTextWriter(const SpokenText& sourceText,
                                    const SpeechSettings& speechSettings,
                                    const std::string& voiceFile)
     : source(sourceText), settings(speechSettings), language(languageOf(voiceFile)) {}
@@ -225,7 +225,7 @@ EspeakText EspeakTextWriter::write(const TextChunk& chunk) {
   std::string tags = written.isMarkup ? openingTag() : "";
   std::size_t marked = 0;
   for (const MarkupItem& item : chunk) {
-    const std::string_view piece = source.substr(item.offset, item.length);
+    const std::string_view piece = source.view(item.offset, item.length);
     if (item.kind == Kind::text && !isBlank(piece)) {
       if (written.insertions.size() > marked) {
         marked = written.insertions.size();

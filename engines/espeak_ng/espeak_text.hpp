@@ -44,9 +44,9 @@ struct EspeakText {
 /// NG's; of several at one place only the last one stands there.
 class EspeakTextWriter {
  public:
-  /// \param source     stays alive and as it is
+  /// \param source     stays alive
   /// \param voiceFile  of the voice that speaks
-  EspeakTextWriter(std::string_view source, const SpeechSettings& settings,
+  EspeakTextWriter(const SpokenText& source, const SpeechSettings& settings,
                    const std::string& voiceFile);
 
   EspeakText write(const TextChunk& chunk);
@@ -62,7 +62,7 @@ class EspeakTextWriter {
   void change(const MarkupItem& item);
   std::string openingTag() const;
 
-  std::string_view source;
+  const SpokenText& source;
   SpeechSettings settings;
   std::string language;  ///< that the voice speaks, as eSpeak NG calls it, between blanks
   Percentages prosody;

@@ -99,7 +99,7 @@ class PhraseListener : public FliteListener {
 
 }  // namespace
 
-void FliteSynthesizer::speak(const std::string& text, const SpeechSettings& settings,
+void FliteSynthesizer::speak(SpokenText& text, const SpeechSettings& settings,
                              Utterance& utterance) {
   Turn turn(FliteLibrary::turns(), utterance);
   utterance.run([&] {

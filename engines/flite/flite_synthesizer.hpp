@@ -19,8 +19,7 @@ class FliteSynthesizer : public Synthesizer {
   }
   /// What it reaches with all voices.
   float ownPitchShift(float factor) const override { return std::clamp(factor, 0.6F, 2.F); }
-  void speak(const std::string& text, const SpeechSettings& settings,
-             Utterance& utterance) override;
+  void speak(SpokenText& text, const SpeechSettings& settings, Utterance& utterance) override;
   void wakeWaiting() override { FliteLibrary::turns().wakeWaiting(); }
 
  private:

@@ -73,9 +73,9 @@ std::optional<FliteToken> FliteTokenReader::next() {
       isOver = readLetter();
     } else if (position < end) {
       readCharacter();
-    } else if (!word.empty()) {
+    } else if (!word.empty() && !source.textGoesOn()) {
       isOver = true;
-    } else if (const std::optional<MarkupItem> item = markup.next()) {
+    } else if (const std::optional<MarkupItem> item = source.next()) {
       readMarkup(*item);
     } else {
       return std::nullopt;
@@ -116,7 +116,7 @@ void FliteTokenReader::readMarkup(const MarkupItem& item) {
 }
 
 void FliteTokenReader::readCharacter() {
-  const std::string_view rest = source.substr(position, end - position);
+  const std::string_view rest = source.view(position, end - position);
   const std::size_t length = std::max<std::size_t>(utf8Length(rest), 1);
   letters = toAscii(rest.substr(0, length));
   std::reverse(letters.begin(), letters.end());
@@ -154,6 +154,7 @@ FliteToken FliteTokenReader::take() {
     }
   };
   FliteToken token = settings;
+  token.offset = begin;
   if (word.empty()) {
     token.blanks = std::exchange(blanks, 0);
   }
@@ -177,6 +178,9 @@ FliteToken FliteTokenReader::take() {
 std::optional<FlitePhrase> FliteText::next() {
   if (finished) {
     return std::nullopt;
+  }
+  if (pending) {
+    source.release(pending->offset);
   }
   FlitePhrase phrase;
   phrase.continues = std::exchange(isContinued, false);

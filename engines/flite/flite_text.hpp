@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "support/markup_reader.hpp"
+#include "support/spoken_text.hpp"
 
 namespace KQ::engines {
 
@@ -15,7 +15,7 @@ struct FliteToken {
   std::string before;                  ///< opening punctuation
   std::string name;                    ///< the word; empty if there is none
   std::string after;                   ///< closing punctuation
-  std::size_t offset = 0;              ///< of the word in the text, in bytes
+  std::size_t offset = 0;              ///< of the word in the text, in bytes; all before was read
   std::size_t length = 0;              ///< of the word in the text, in bytes
   int blanks = 0;                      ///< in front of it
   int lineFeeds = 0;                   ///< among them
@@ -36,8 +36,8 @@ struct FlitePhrase {
 /// Reads the words of a text with inline tags, in linear time. Words are short, whatever the text.
 class FliteTokenReader {
  public:
-  /// \param source  stays alive and as it is
-  explicit FliteTokenReader(std::string_view source) : source(source), markup(source) {}
+  /// \param source  stays alive; is read by nobody else
+  explicit FliteTokenReader(SpokenText& source) : source(source) {}
 
   /// The next word, or punctuation that belongs to none. One without both comes now and then where
   /// there are no words for long.
@@ -59,8 +59,7 @@ class FliteTokenReader {
   bool readLetter();
   FliteToken take();
 
-  std::string_view source;
-  MarkupReader markup;
+  SpokenText& source;
   std::size_t position = 0;  ///< in the piece of text that is read
   std::size_t end = 0;       ///< of that piece
   std::string letters;       ///< of the character that is read, the last one first
@@ -76,15 +75,16 @@ class FliteTokenReader {
 /// depend on the text's length.
 class FliteText {
  public:
-  /// \param source  stays alive and as it is
-  explicit FliteText(std::string_view source) : reader(source), pending(reader.next()) {}
+  /// \param source  stays alive; is read by nobody else
+  explicit FliteText(SpokenText& source) : source(source), reader(source), pending(reader.next()) {}
 
-  /// The next phrase, which may be empty, or none at the end.
+  /// The next phrase, and the text before it is released; which may be empty, or none at the end.
   std::optional<FlitePhrase> next();
 
  private:
   bool endsPhrase(const std::vector<FliteToken>& tokens);
 
+  SpokenText& source;
   FliteTokenReader reader;
   std::optional<FliteToken> pending;  ///< the next word
   bool isContinued = false;           ///< by the next phrase

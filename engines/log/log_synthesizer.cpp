@@ -19,15 +19,21 @@ using std::chrono::microseconds;
 /// Of a text, as a record of the log shows it, in bytes.
 constexpr std::size_t longestExcerpt = 200;
 
-std::string excerpt(const std::string& text) {
-  if (text.size() <= longestExcerpt) {
-    return text;
+/// \param text  of which nothing was read
+std::string excerpt(SpokenText text) {
+  std::size_t end = 0;
+  for (std::optional<MarkupItem> item; end <= longestExcerpt && (item = text.next());) {
+    end = item->offset + item->length;
   }
-  std::size_t end = longestExcerpt;
-  while (end > 0 && isUtf8Continuation(text[end])) {
+  const std::string_view begin = text.view(0, end);
+  if (end <= longestExcerpt) {
+    return std::string(begin);
+  }
+  end = longestExcerpt;
+  while (end > 0 && isUtf8Continuation(begin[end])) {
     --end;
   }
-  return text.substr(0, end) + "...";
+  return std::string(begin.substr(0, end)) + "...";
 }
 
 /// Says one utterance.
@@ -38,7 +44,7 @@ class Speech {
         utterance(utterance),
         timeFactor(settings.more.at(parameters::speechTime.name)) {}
 
-  void say(const std::string& text) {
+  void say(SpokenText& text) {
     SilentWords words(text);
     std::optional<SilentItem> item;
     while (!utterance.isOver() && (item = words.next())) {
@@ -51,10 +57,11 @@ class Speech {
     isFinished = utterance.mayGoOn();
   }
 
-  void writeRecord(const std::string& text) const {
+  /// \param said  the beginning of the text
+  void writeRecord(const std::string& said) const {
     std::ostringstream message;
     message << settings.sourceVoice << (isFinished ? " said" : " was cut short saying") << " \""
-            << excerpt(text) << "\" (words: " << wordsTold << ", marks: " << marksTold
+            << said << "\" (words: " << wordsTold << ", marks: " << marksTold
             << ", seconds of speech: " << std::fixed << std::setprecision(2)
             << std::chrono::duration<double>(time).count() << ')';
     zu::log::write(zu::log::Level::info, logCategory, message.str(), __FILE__, "speak", __LINE__);
@@ -112,17 +119,17 @@ class Speech {
 
 }  // namespace
 
-void LogSynthesizer::speak(const std::string& text, const SpeechSettings& settings,
-                           Utterance& utterance) {
+void LogSynthesizer::speak(SpokenText& text, const SpeechSettings& settings, Utterance& utterance) {
   const Turn turn(turns, utterance);
+  const std::string said = excerpt(text);
   Speech speech(settings, utterance);
   try {
     utterance.run([&] { speech.say(text); });
   } catch (...) {
-    speech.writeRecord(text);
+    speech.writeRecord(said);
     throw;
   }
-  speech.writeRecord(text);
+  speech.writeRecord(said);
 }
 
 }  // namespace KQ::engines

@@ -26,8 +26,7 @@ class LogSynthesizer : public Synthesizer {
   int samplingRate(const std::string& /*sourceVoice*/) const override { return positionRate; }
   /// It stands in for any voice.
   bool hasVoice(const std::string& sourceVoice) const override { return !sourceVoice.empty(); }
-  void speak(const std::string& text, const SpeechSettings& settings,
-             Utterance& utterance) override;
+  void speak(SpokenText& text, const SpeechSettings& settings, Utterance& utterance) override;
   void wakeWaiting() override { turns.wakeWaiting(); }
 
  private:

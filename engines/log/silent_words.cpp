@@ -41,7 +41,7 @@ Character characterAt(std::string_view text) {
 
 std::optional<SilentItem> SilentWords::next() {
   while (position == end) {
-    const std::optional<MarkupItem> item = markup.next();
+    const std::optional<MarkupItem> item = source.next();
     if (!item) {
       return std::nullopt;
     }
@@ -59,11 +59,12 @@ std::optional<SilentItem> SilentWords::next() {
 /// Reads a word and the white space behind it; the word is empty where the text begins with white space.
 SilentItem SilentWords::readWord() {
   SilentItem item;
+  source.release(position);
   const std::size_t begin = position;
   std::size_t wordEnd = begin;
   bool isBehind = false;
-  while (position < end && position - begin < longestWord) {
-    const Character character = characterAt(source.substr(position, end - position));
+  while (position - begin < longestWord && hasMore()) {
+    const Character character = characterAt(source.view(position, end - position));
     if (isBehind && !character.isBlank) {
       break;
     }
@@ -72,7 +73,7 @@ SilentItem SilentWords::readWord() {
     position += character.length;
     wordEnd = isBehind ? wordEnd : position;
   }
-  const std::string_view word = source.substr(begin, wordEnd - begin);
+  const std::string_view word = source.view(begin, wordEnd - begin);
   const std::size_t first = word.find_first_not_of(punctuation);
   if (first == std::string_view::npos) {
     // White space in front of the first word takes no time.
@@ -82,6 +83,14 @@ SilentItem SilentWords::readWord() {
   item.offset = begin + first;
   item.length = word.find_last_not_of(punctuation) + 1 - first;
   return item;
+}
+
+/// Whether the text has more at the position, which may take another piece of it.
+bool SilentWords::hasMore() {
+  if (position == end && source.textGoesOn()) {
+    end += source.next().value().length;
+  }
+  return position < end;
 }
 
 }  // namespace KQ::engines

@@ -5,7 +5,7 @@
 #include <optional>
 #include <string_view>
 
-#include "support/markup_reader.hpp"
+#include "support/spoken_text.hpp"
 
 namespace KQ::engines {
 
@@ -24,17 +24,17 @@ struct SilentItem {
 /// punctuation at their ends; bytes that are no UTF-8, and control characters, count as white space.
 class SilentWords {
  public:
-  /// \param source  stays alive and as it is
-  explicit SilentWords(std::string_view source) : source(source), markup(source) {}
+  /// \param source  stays alive; is read by nobody else
+  explicit SilentWords(SpokenText& source) : source(source) {}
 
-  /// The next word or tag, or none at the end.
+  /// The next word or tag, and the text before it is released; or none at the end.
   std::optional<SilentItem> next();
 
  private:
   SilentItem readWord();
+  bool hasMore();
 
-  std::string_view source;
-  MarkupReader markup;
+  SpokenText& source;
   std::size_t position = 0;  ///< in the piece of text that is read
   std::size_t end = 0;       ///< of that piece
 };

@@ -178,6 +178,7 @@ std::optional<MarkupItem> MarkupReader::next() {
   if (item.length == 0) {
     item = {Kind::text, 0, 0, textLength(text.substr(position))};
   }
+  isInText = item.kind == Kind::text;
   item.offset = position;
   position += item.length;
   if (item.kind == Kind::mark && item.value < pauseMarkBase &&

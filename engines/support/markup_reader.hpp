@@ -29,8 +29,7 @@ struct MarkupItem {
 ///
 /// A tag is a backslash, a name, mostly "=" and a value, and a backslash: `\Pau=500\`. Names are
 /// read without regard to case, and numbers out of range count as the nearest one in range. A pause
-/// mark
-/// (`\mrkpause=MS\`, or `\mrk=N\` with a number that replaceMrkPause() makes of up to 32767 ms) is
+/// mark (`\mrkpause=MS\`, or `\mrk=N\` with a number that replaceMrkPause() makes of up to 32767 ms) is
 /// a mark and then a pause. Style tags and `\last\`, unknown tags and tags without a number are
 /// ignored, and so is a tag that is not closed, up to the next white space. A backslash that begins
 /// no tag belongs to the text. Every tag separates words. A long text comes in pieces, which end behind
@@ -43,12 +42,16 @@ class MarkupReader {
   /// The next piece, or none at the end.
   std::optional<MarkupItem> next();
 
+  /// Whether the last piece is text that goes on in the next one.
+  bool textGoesOn() const { return isInText && position < text.size() && text[position] != '\\'; }
+
   /// No piece of text is longer, in bytes.
   static constexpr std::size_t longestText = 32768;
 
  private:
   std::string_view text;
   std::size_t position = 0;
+  bool isInText = false;              ///< the last piece is text
   std::optional<MarkupItem> waiting;  ///< comes before what stands at `position`
 };
 

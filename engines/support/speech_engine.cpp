@@ -125,12 +125,11 @@ void SpeechEngine::xStartSynthetizer(const std::string& text) {
   const Sound wanted = sound(now);
   utterance.setEffects(wanted.effects);
   const auto dictionary = dictionaries.loaded(now.language);
-  if (const auto replaced = dictionary ? dictionary->replaceIn(text) : std::nullopt) {
-    utterance.setReplacedText(*replaced);
-    now.synthesizer->speak(replaced->text(), wanted.settings, utterance);
-  } else {
-    now.synthesizer->speak(text, wanted.settings, utterance);
+  SpokenText spoken(text, dictionary.get());
+  if (dictionary) {
+    utterance.setText(spoken);
   }
+  now.synthesizer->speak(spoken, wanted.settings, utterance);
 }
 
 void SpeechEngine::xStopSynthetizer() {

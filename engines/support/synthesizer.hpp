@@ -32,12 +32,11 @@ class Synthesizer {
   /// \param factor  0.25 to 4, of all the changes but inline tags together
   virtual float ownPitchShift(float factor) const { return factor; }
 
-  /// Speaks a text with its inline tags, whatever bytes it holds: waits for its turn, calls
+  /// Reads and speaks a text with its inline tags, whatever bytes it holds: waits for its turn, calls
   /// utterance.run() once and tells audio, words and marks within it, until all is told or the
   /// utterance is over. An utterance that is stopped while it waits is run to no purpose.
   /// \throws KQError when it cannot speak, and what utterance.run() throws
-  virtual void speak(const std::string& text, const SpeechSettings& settings,
-                     Utterance& utterance) = 0;
+  virtual void speak(SpokenText& text, const SpeechSettings& settings, Utterance& utterance) = 0;
 
   /// An utterance was stopped: wakes a speak() that waits for its turn.
   virtual void wakeWaiting() {}

@@ -86,11 +86,12 @@ bool isSureEnd(std::string_view before, std::string_view after) {
 
 }  // namespace
 
-TextChunks::TextChunks(std::string_view wholeText) : text(wholeText), reader(wholeText) {}
-
 std::optional<TextChunk> TextChunks::next() {
   if (finished) {
     return std::nullopt;
+  }
+  if (!pending.empty()) {
+    text.release(pending.front().offset);
   }
   for (;; room = std::min(4 * room, longest)) {
     read();
@@ -99,8 +100,7 @@ std::optional<TextChunk> TextChunks::next() {
       return std::exchange(pending, {});
     }
     const std::size_t cut = bestCut();
-    const std::string_view rest = text.substr(pending.front().offset);
-    if (room == longest || isSureEnd(rest.substr(0, cut), rest.substr(cut))) {
+    if (room == longest || isSureEnd(rest().substr(0, cut), rest().substr(cut))) {
       room = std::min(4 * room, longest);
       return take(cut);
     }
@@ -110,7 +110,7 @@ std::optional<TextChunk> TextChunks::next() {
 /// Reads on until there is more than the room holds, or the text ends.
 void TextChunks::read() {
   while (size <= room && !isRead) {
-    if (const std::optional<MarkupItem> item = reader.next()) {
+    if (const std::optional<MarkupItem> item = text.next()) {
       pending.push_back(*item);
       size += item->length;
     } else {
@@ -119,9 +119,14 @@ void TextChunks::read() {
   }
 }
 
+/// What is pending.
+std::string_view TextChunks::rest() const {
+  return text.view(pending.front().offset, size);
+}
+
 /// The last one of the best places in the second half of the room, in bytes.
 std::size_t TextChunks::bestCut() const {
-  const std::string_view rest = text.substr(pending.front().offset);
+  const std::string_view all = rest();
   std::size_t best = room;
   int bestQuality = 0;
   std::size_t end = size;
@@ -134,7 +139,7 @@ std::size_t TextChunks::bestCut() const {
       }
     } else {
       for (std::size_t cut = std::min(end, room); cut > std::max(begin, room / 2); --cut) {
-        const int quality = cutQuality(rest.substr(0, cut), rest.substr(cut), bestQuality);
+        const int quality = cutQuality(all.substr(0, cut), all.substr(cut), bestQuality);
         if (quality > bestQuality) {
           best = cut;
           bestQuality = quality;

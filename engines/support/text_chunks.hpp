@@ -2,10 +2,9 @@
 
 #include <cstddef>
 #include <optional>
-#include <string_view>
 #include <vector>
 
-#include "support/markup_reader.hpp"
+#include "support/spoken_text.hpp"
 
 namespace KQ::engines {
 
@@ -17,10 +16,11 @@ using TextChunk = std::vector<MarkupItem>;
 /// text. The first ones are shorter, where a cut is not heard.
 class TextChunks {
  public:
-  /// \param text  stays alive and as it is
-  explicit TextChunks(std::string_view text);
+  /// \param text  stays alive; is read by nobody else
+  explicit TextChunks(SpokenText& text) : text(text) {}
 
-  /// The next chunk; none behind the last one. An empty text is one empty chunk.
+  /// The next chunk, and the text before it is released; none behind the last one. An empty text is one
+  /// empty chunk.
   std::optional<TextChunk> next();
 
   /// No chunk is longer, in bytes.
@@ -33,8 +33,9 @@ class TextChunks {
   std::size_t bestCut() const;
   TextChunk take(std::size_t cut);
 
-  std::string_view text;
-  MarkupReader reader;
+  std::string_view rest() const;
+
+  SpokenText& text;
   TextChunk pending;     ///< was read, and is in no chunk yet
   std::size_t size = 0;  ///< of what is pending, in bytes
   std::size_t room = firstLongest;

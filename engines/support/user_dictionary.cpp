@@ -2,9 +2,8 @@
 
 #include <algorithm>
 
-#include "support/markup_reader.hpp"
 #include "support/utf8.hpp"
-#include "support/word_reader.hpp"
+#include "support/word_parts.hpp"
 
 namespace KQ::engines {
 
@@ -27,10 +26,21 @@ void requireText(const std::string& what, const std::string& text, std::size_t l
   }
 }
 
+/// The number of parts that stand side by side from the begin of a text to its end; 0 if they do not.
+std::size_t countParts(std::string_view text) {
+  const WordParts parts(text);
+  std::size_t count = 0;
+  std::size_t place = 0;
+  for (; place < text.size() && parts.beginsAt(place); ++count) {
+    place += parts.lengthAt(place, text.size());
+  }
+  return place == text.size() ? count : 0;
+}
+
 void requireValid(const DictionaryEntry& entry) {
   requireText("word", entry.word, UserDictionary::longestWord);
   requireText("replacement", entry.replacement, UserDictionary::longestReplacement);
-  if (WordReader(entry.word).next() != std::string_view(entry.word)) {
+  if (countParts(entry.word) == 0) {
     throw DictionaryError("\"" + entry.word + "\" is not one word");
   }
   if (entry.replacement.find_first_not_of(' ') == std::string::npos) {
@@ -53,6 +63,10 @@ bool UserDictionary::add(const DictionaryEntry& entry) {
     return false;
   }
   entries[key] = entry;
+  const std::string firstPart =
+      entry.word.substr(0, WordParts(entry.word).lengthAt(0, entry.word.size()));
+  std::size_t& most = mostParts[toLowerCase(firstPart)];
+  most = std::max(most, countParts(entry.word));
   return true;
 }
 
@@ -72,9 +86,6 @@ std::multimap<std::string, DictionaryEntry> UserDictionary::entries() const {
 }
 
 const DictionaryEntry* UserDictionary::find(std::string_view word) const {
-  if (word.size() > longestWord) {
-    return nullptr;
-  }
   const auto sameSpelling = exact.find(std::string(word));
   if (sameSpelling != exact.end()) {
     return &sameSpelling->second;
@@ -83,28 +94,29 @@ const DictionaryEntry* UserDictionary::find(std::string_view word) const {
   return anySpelling == anyCase.end() ? nullptr : &anySpelling->second;
 }
 
-std::optional<ReplacedText> UserDictionary::replaceIn(std::string_view text) const {
-  ReplacedText replaced(text);
-  MarkupReader reader(text);
-  while (const std::optional<MarkupItem> item = reader.next()) {
-    if (item->kind != MarkupItem::Kind::text) {
-      continue;
+DictionaryMatch UserDictionary::matchAt(std::string_view text, std::size_t place) const {
+  const WordParts parts(text);
+  std::size_t length = parts.lengthAt(place, longestWord);
+  if (length == 0) {
+    return {nullptr, longestWord};
+  }
+  DictionaryMatch match{nullptr, length};
+  const auto most = mostParts.find(toLowerCase(text.substr(place, length)));
+  if (most == mostParts.end()) {
+    return match;
+  }
+  match.entry = find(text.substr(place, length));
+  for (std::size_t count = 1; count < most->second && parts.beginsAt(place + length); ++count) {
+    const std::size_t part = parts.lengthAt(place + length, longestWord - length);
+    if (part == 0) {
+      break;
     }
-    WordReader words(text.substr(item->offset, item->length));
-    while (const std::optional<std::string_view> word = words.next()) {
-      const auto place = static_cast<std::size_t>(word->data() - text.data());
-      // Behind a backslash, the replacement might be read as the name of a tag.
-      const bool isFree = place == item->offset || text[place - 1] != '\\';
-      if (const DictionaryEntry* entry = isFree ? find(*word) : nullptr) {
-        replaced.replace(place, word->size(), entry->replacement);
-      }
+    length += part;
+    if (const DictionaryEntry* entry = find(text.substr(place, length))) {
+      match = {entry, length};
     }
   }
-  if (!replaced.isChanged()) {
-    return std::nullopt;
-  }
-  replaced.finish();
-  return replaced;
+  return match;
 }
 
 }  // namespace KQ::engines

@@ -2,13 +2,10 @@
 
 #include <cstddef>
 #include <map>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 #include <unordered_map>
-
-#include "support/replaced_text.hpp"
 
 namespace KQ::engines {
 
@@ -25,6 +22,12 @@ struct DictionaryEntry {
   bool isExact = false;  ///< whether only this spelling counts, not each of upper and lower case
 };
 
+/// What a dictionary has for a place of a text.
+struct DictionaryMatch {
+  const DictionaryEntry* entry;  ///< null if no entry's word begins there
+  std::size_t length;  ///< of the word, or of what no entry's word begins in, in bytes; not 0
+};
+
 /// The words that a user wants to be spoken otherwise. An exact entry goes before one of any case.
 class UserDictionary {
  public:
@@ -34,7 +37,7 @@ class UserDictionary {
 
   /// Adds an entry, in the place of the word's former one if there is any.
   /// \return false if it is there as it is
-  /// \throws DictionaryError unless the word is one word and the replacement is not blank, both are
+  /// \throws DictionaryError unless the word is a whole one and the replacement is not blank, both are
   ///         UTF-8 without control characters, backslashes and angle brackets and not too long, and
   ///         the dictionary has room
   bool add(const DictionaryEntry& entry);
@@ -46,16 +49,20 @@ class UserDictionary {
   /// All of them, by word.
   std::multimap<std::string, DictionaryEntry> entries() const;
 
-  /// Replaces whole words, never in inline tags, in one pass: what was inserted is not looked at
-  /// again. Takes linear time, whatever the size of the dictionary.
-  /// \return none if the text has none of the words
-  std::optional<ReplacedText> replaceIn(std::string_view text) const;
+  bool isEmpty() const { return exact.empty() && anyCase.empty(); }
+
+  /// The entry of the longest word that begins at a place and ends where words may end. Takes the same
+  /// time whatever the size of the dictionary and of the text.
+  /// \param place  a part of a word begins there, see WordParts
+  DictionaryMatch matchAt(std::string_view text, std::size_t place) const;
 
  private:
   const DictionaryEntry* find(std::string_view word) const;
 
   std::unordered_map<std::string, DictionaryEntry> exact;    ///< by word
   std::unordered_map<std::string, DictionaryEntry> anyCase;  ///< by word in lower case
+  /// By the first part in lower case, the number of parts of the longest word that begins with it.
+  std::unordered_map<std::string, std::size_t> mostParts;
 };
 
 }  // namespace KQ::engines

@@ -148,10 +148,10 @@ bool Utterance::tellMark(int number, std::uint64_t samplePosition) noexcept {
 }
 
 bool Utterance::tellWord(const SpeechWord& word) noexcept {
-  if (replacedText == nullptr) {
+  if (text == nullptr) {
     return tellEvent({std::nullopt, word});
   }
-  const SpeechWord original = replacedText->inOriginal(word);
+  const SpeechWord original = text->inOriginal(word);
   // Of the words that stand for one of the original, the first tells it.
   if (original.textOffset < originalTold) {
     return mayGoOn();

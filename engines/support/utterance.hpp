@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "support/audio_effects.hpp"
-#include "support/replaced_text.hpp"
+#include "support/spoken_text.hpp"
 
 namespace KQ::engines {
 
@@ -54,9 +54,8 @@ class Utterance {
   /// to. Before run().
   void setEffects(const AudioEffects& wanted) { effects = wanted; }
 
-  /// The synthesiser speaks a text whose words are told as they stand in the original. Before run().
-  /// \param text  stays alive and as it is
-  void setReplacedText(const ReplacedText& text) { replacedText = &text; }
+  /// Words are told as they stand in the text's original. Before run(). \param text  stays alive
+  void setText(const SpokenText& spokenText) { text = &spokenText; }
 
   /// Tells the start, lets `speak` speak unless stopped already, and tells the end.
   /// \throws what `speak` or the host throws
@@ -109,7 +108,7 @@ class Utterance {
   UtteranceControl& control;
   TextToSpeechEngineCallbackInterface& host;
   const std::uint64_t stopsBefore;
-  const ReplacedText* replacedText = nullptr;
+  const SpokenText* text = nullptr;
   std::size_t originalTold = 0;  ///< where the last word that was told ends in the original
   AudioEffects effects;
   std::unique_ptr<EffectChain> chain;  ///< null before the first audio, and without effects

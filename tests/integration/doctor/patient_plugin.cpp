@@ -46,7 +46,7 @@ class ToneSynthesizer : public KQ::engines::Synthesizer {
  public:
   int samplingRate(const std::string& /*sourceVoice*/) const override { return rate; }
   bool hasVoice(const std::string& sourceVoice) const override { return sourceVoice == "tone"; }
-  void speak(const std::string& /*text*/, const SpeechSettings& /*settings*/,
+  void speak(KQ::engines::SpokenText& /*text*/, const SpeechSettings& /*settings*/,
              Utterance& utterance) override {
     suffer("speaking");
     const std::vector<std::int16_t> samples(hasFault("silence") ? 0 : 2205, 1000);

@@ -7,6 +7,7 @@
 #include "engines/speaking_engine.hpp"
 #include "support/errors.hpp"
 #include "support/log_recorder.hpp"
+#include "support/repeat.hpp"
 #include "support/storm.hpp"
 #include "support/temp_folder.hpp"
 
@@ -60,6 +61,12 @@ TEST_F(UsersDictionary, TellsTheWordsOfTheHostsText) {
   speaking->startSynthetizer(text);
   EXPECT_THAT(speaking.host.words(text),
               ElementsAre("One", "robot", "two", "robots", "and", "a", "Robot"));
+}
+
+TEST_F(UsersDictionary, LeavesWordsOfALongTextWhole) {
+  // Half a kilobyte ends between "plan" and "/t".
+  const std::string text = "Hello " + test::repeat("plan/t, ", 600);
+  EXPECT_EQ(spokenWithEntry(text), test::spoken(text));
 }
 
 TEST_F(UsersDictionary, KeepsMarksWhereTheyStand) {

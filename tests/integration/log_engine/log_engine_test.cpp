@@ -1,7 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <future>
 #include <kq/error.hpp>
 #include <kqtts/texttospeech_manager.hpp>
@@ -9,8 +11,10 @@
 #include "engines/speaking_engine.hpp"
 #include "support/errors.hpp"
 #include "support/log_recorder.hpp"
+#include "support/repeat.hpp"
 #include "support/row_name.hpp"
 #include "support/storm.hpp"
+#include "support/temp_folder.hpp"
 
 const test::EngineUnderTest& test::engineUnderTest() {
   static const EngineUnderTest engine{"log",
@@ -222,6 +226,36 @@ TEST(LogRecord, ShowsTheBeginningOfALongText) {
   ASSERT_EQ(records(log).size(), 1U);
   EXPECT_LT(records(log)[0].size(), 300U);
   EXPECT_THAT(records(log)[0], ::testing::HasSubstr("\xC3\xA9...\" (words: 100000,"));
+}
+
+/// An engine whose user's dictionary has "machine" for "robot".
+class WithDictionary : public ::testing::Test {
+ protected:
+  WithDictionary() {
+    ::setenv("XDG_DATA_HOME", data.path().c_str(), 1);
+    speaking->addToDictionary("robot", "machine", "", "", "");
+  }
+  ~WithDictionary() override { ::unsetenv("XDG_DATA_HOME"); }
+
+  test::TempFolder data;
+  SpeakingEngine speaking;
+};
+
+TEST_F(WithDictionary, RecordShowsWhatIsSpoken) {
+  const test::LogRecorder log;
+  speaking->startSynthetizer(test::repeat("robot ", 300));
+  ASSERT_EQ(records(log).size(), 1U);
+  EXPECT_THAT(records(log)[0], ::testing::StartsWith("log said \"machine machine "));
+  EXPECT_THAT(records(log)[0], ::testing::HasSubstr("machine ...\" (words: 50,"));
+}
+
+TEST_F(WithDictionary, WordsOfALongTextAreWhole) {
+  // Half a kilobyte ends between "plan" and "/t".
+  const std::string text = "Hello " + test::repeat("plan/t, ", 10000);
+  speaking->startSynthetizer(text);
+  const std::vector<std::string> words = speaking.host.words(text);
+  EXPECT_EQ(words.size(), 1251U);
+  EXPECT_EQ(std::count(words.begin(), words.end(), "plan/t"), 1250);
 }
 
 const struct {

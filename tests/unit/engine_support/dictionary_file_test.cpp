@@ -66,7 +66,11 @@ TEST_F(DictionaryOnDisk, KeepsWhatWasAdded) {
   english().update(adding("robot", "machine man"));
   english().update(adding("KQ", "kay queue", true));
   EXPECT_EQ(content(), "KQ\tkay queue\texact\nrobot\tmachine man\tany\n");
-  EXPECT_EQ(english().read().replaceIn("KQ kq ROBOT")->text(), "kay queue kq machine man");
+  const auto entries = english().read().entries();
+  ASSERT_EQ(entries.size(), 2U);
+  EXPECT_EQ(entries.begin()->second.replacement, "kay queue");
+  EXPECT_TRUE(entries.begin()->second.isExact);
+  EXPECT_FALSE(entries.rbegin()->second.isExact);
 }
 
 TEST_F(DictionaryOnDisk, IsTheUsersAlone) {

@@ -20,7 +20,8 @@ using ::testing::ElementsAre;
 /// The chunks of a text, tags included.
 std::vector<std::string> cut(const std::string& text) {
   std::vector<std::string> all;
-  TextChunks chunks(text);
+  KQ::engines::SpokenText spoken(text);
+  TextChunks chunks(spoken);
   while (const std::optional<TextChunk> chunk = chunks.next()) {
     all.emplace_back();
     for (const auto& item : *chunk) {

@@ -4,55 +4,14 @@
 #include <gtest/gtest.h>
 
 #include "support/row_name.hpp"
-#include "support/word_reader.hpp"
 
 namespace {
 
 using KQ::engines::DictionaryError;
-using KQ::engines::ReplacedText;
+using KQ::engines::DictionaryMatch;
 using KQ::engines::UserDictionary;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-std::vector<std::string> wordsOf(std::string_view text) {
-  KQ::engines::WordReader reader(text);
-  std::vector<std::string> words;
-  while (const auto word = reader.next()) {
-    words.emplace_back(*word);
-  }
-  return words;
-}
-
-TEST(WordReader, TakesLettersAndDigitsOfAnyScript) {
-  EXPECT_THAT(wordsOf("a 1b, Œuvre! Привет (日本) e\xCC\x81t"),
-              ElementsAre("a", "1b", "Œuvre", "Привет", "日本", "e\xCC\x81t"));
-}
-
-TEST(WordReader, JoinsWithApostrophesAndHyphens) {
-  EXPECT_THAT(wordsOf("don't l’eau R2-D2"), ElementsAre("don't", "l’eau", "R2-D2"));
-}
-
-TEST(WordReader, LeavesOutApostrophesAndHyphensOutside) {
-  EXPECT_THAT(wordsOf("'quoted' -x- a--b"), ElementsAre("quoted", "x", "a", "b"));
-}
-
-TEST(WordReader, JoinsDigitsWithFullStopsAndCommas) {
-  EXPECT_THAT(wordsOf("3.5 1,000 end.Next 7. 8,x"),
-              ElementsAre("3.5", "1,000", "end", "Next", "7", "8", "x"));
-}
-
-TEST(WordReader, WhatIsNoUtf8SeparatesWords) {
-  EXPECT_THAT(wordsOf("a\xFFz\xC3 b\xE2\x80"), ElementsAre("a", "z", "b"));
-}
-
-TEST(WordReader, FindsNoneWhereNoneIs) {
-  EXPECT_THAT(wordsOf(""), IsEmpty());
-  EXPECT_THAT(wordsOf(" .,-'’ \n 😀"), IsEmpty());
-}
-
-TEST(ToLowerCase, KnowsAllScripts) {
-  EXPECT_EQ(KQ::engines::toLowerCase("ABC Œ ПРИВЕТ Ω 日 1\xFF"), "abc œ привет ω 日 1\xFF");
-}
 
 /// A dictionary with some entries.
 class Dictionary : public ::testing::Test {
@@ -64,59 +23,24 @@ class Dictionary : public ::testing::Test {
     dictionary.add({"queue", "line"});
   }
 
-  std::string replaced(const std::string& text) const {
-    const auto result = dictionary.replaceIn(text);
-    return result ? result->text() : text;
+  /// The replacement of what a text begins with, or "".
+  std::string replacement(const std::string& text) const {
+    const DictionaryMatch match = dictionary.matchAt(text, 0);
+    return match.entry == nullptr ? "" : match.entry->replacement;
   }
 
   UserDictionary dictionary;
 };
 
-struct ReplacementRow {
-  const char* name;
-  std::string text;
-  std::string expected;
-};
-
-const ReplacementRow replacements[] = {
-    {"Word", "a robot", "a machine man"},
-    {"Beginning", "robot.", "machine man."},
-    {"SeveralTimes", "robot robot", "machine man machine man"},
-    {"AnyCase", "Robot ROBOT", "machine man machine man"},
-    {"AnyCaseBeyondAscii", "ÉTÉ", "summer"},
-    {"ExactCase", "KQ kq", "kay queue kq"},
-    {"WholeWordsOnly", "robots microrobot robot's", "robots microrobot robot's"},
-    {"InQuotes", "'robot' \"robot\"", "'machine man' \"machine man\""},
-    {"OncePerWord", "KQ queue", "kay queue line"},
-    {"NotInTags", "\\Style=robot\\ robot", "\\Style=robot\\ machine man"},
-    {"NotInUnknownTags", "\\robot\\x", "\\robot\\x"},
-    {"NotInUnclosedTags", "\\robot=robot robot", "\\robot=robot machine man"},
-    {"NotBehindABackslash", "\\robot ", "\\robot "},
-    {"BetweenTags", "\\Vol=50\\robot\\RST\\", "\\Vol=50\\machine man\\RST\\"},
-    {"NoUtf8", "\xFFrobot\xC3", "\xFFmachine man\xC3"},
-    {"Nothing", "", ""},
-};
-
-class Replacement : public Dictionary, public ::testing::WithParamInterface<ReplacementRow> {};
-
-TEST_P(Replacement, IsAsExpected) {
-  EXPECT_EQ(replaced(GetParam().text), GetParam().expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(Table, Replacement, ::testing::ValuesIn(replacements), test::RowName());
-
-TEST_F(Dictionary, WithoutItsWordsATextIsLeftAlone) {
-  EXPECT_FALSE(dictionary.replaceIn("nothing to do"));
-}
-
 TEST_F(Dictionary, ExactEntryGoesFirst) {
   dictionary.add({"Robot", "Karel", true});
-  EXPECT_EQ(replaced("Robot robot"), "Karel machine man");
+  EXPECT_EQ(replacement("Robot"), "Karel");
+  EXPECT_EQ(replacement("robot"), "machine man");
 }
 
 TEST_F(Dictionary, EntryTakesTheFormerOnesPlace) {
   EXPECT_TRUE(dictionary.add({"ROBOT", "servant"}));
-  EXPECT_EQ(replaced("robot"), "servant");
+  EXPECT_EQ(replacement("robot"), "servant");
   EXPECT_EQ(dictionary.entries().size(), 4U);
 }
 
@@ -127,7 +51,8 @@ TEST_F(Dictionary, EntryThatIsThereChangesNothing) {
 TEST_F(Dictionary, EntriesCanBeRemoved) {
   EXPECT_TRUE(dictionary.remove("ROBOT"));
   EXPECT_TRUE(dictionary.remove("KQ"));
-  EXPECT_EQ(replaced("KQ robot"), "KQ robot");
+  EXPECT_EQ(replacement("robot"), "");
+  EXPECT_EQ(replacement("KQ"), "");
 }
 
 TEST_F(Dictionary, AbsentEntryCannotBeRemoved) {
@@ -143,49 +68,26 @@ TEST_F(Dictionary, EntriesAreListedByWord) {
   EXPECT_THAT(words, ElementsAre("KQ!", "queue", "robot", "été"));
 }
 
-/// Where a part of the replaced text stands in the original.
-std::string inOriginal(const ReplacedText& replaced, const std::string& original,
-                       const std::string& part) {
-  const SpeechWord word = replaced.inOriginal({replaced.text().find(part), part.size(), 42});
-  EXPECT_EQ(word.samplePosition, 42U);
-  return original.substr(word.textOffset, word.textLength);
+TEST_F(Dictionary, LongestEntryGoesFirst) {
+  dictionary.add({"重", "a"});
+  dictionary.add({"重庆", "b"});
+  dictionary.add({"重庆银行", "c"});
+  EXPECT_EQ(replacement("重庆银行"), "c");
+  EXPECT_EQ(replacement("重庆银"), "b");
+  EXPECT_EQ(replacement("重"), "a");
 }
 
-TEST_F(Dictionary, PlacesAreThoseOfTheOriginal) {
-  const std::string text = "one robot, two KQ three \\Pau=1\\ four";
-  const auto result = dictionary.replaceIn(text);
-  ASSERT_TRUE(result);
-  for (const char* word : {"one", "two", "three", "four", "two KQ three"}) {
-    const std::string spoken = word == std::string("two KQ three") ? "two kay queue three" : word;
-    EXPECT_EQ(inOriginal(*result, text, spoken), word);
-  }
+TEST_F(Dictionary, MatchIsAsLongAsTheWord) {
+  EXPECT_EQ(dictionary.matchAt("a robot.", 2).length, 5U);
 }
 
-TEST_F(Dictionary, PartsOfAReplacementStandForTheWholeWord) {
-  const std::string text = "one robot, two KQ";
-  const auto result = dictionary.replaceIn(text);
-  ASSERT_TRUE(result);
-  for (const char* part : {"machine man", "machine", "man", "chin"}) {
-    EXPECT_EQ(inOriginal(*result, text, part), "robot");
-  }
-  EXPECT_EQ(inOriginal(*result, text, "queue"), "KQ");
-  EXPECT_EQ(inOriginal(*result, text, "one mach"), "one robot");
-  EXPECT_EQ(inOriginal(*result, text, "man, two"), "robot, two");
+TEST_F(Dictionary, WithoutMatchAWholePartIsPassed) {
+  EXPECT_EQ(dictionary.matchAt("robots robot", 0).length, 6U);
+  EXPECT_EQ(dictionary.matchAt("日本", 0).length, 3U);
 }
 
-TEST(DictionaryTime, IsOneLookUpPerWordForAnyNumberOfEntries) {
-  UserDictionary dictionary;
-  for (std::size_t i = 0; i < UserDictionary::mostEntries; ++i) {
-    dictionary.add({"word" + std::to_string(i), "x"});
-  }
-  std::string text;
-  for (int i = 0; i < 100000; ++i) {
-    text += "word" + std::to_string(i) + ' ';
-  }
-  const auto result = dictionary.replaceIn(text);
-  ASSERT_TRUE(result);
-  EXPECT_EQ(result->text().size(), 200000U);
-  EXPECT_THROW(dictionary.add({"another", "x"}), DictionaryError);
+TEST_F(Dictionary, WithinAnEndlessWordALimitedLengthIsPassed) {
+  EXPECT_EQ(dictionary.matchAt(std::string(100000, 'a'), 0).length, UserDictionary::longestWord);
 }
 
 struct HostileEntryRow {
@@ -199,6 +101,8 @@ const HostileEntryRow hostileEntries[] = {
     {"EmptyWord", "", "x", "\"\" is not one word"},
     {"TwoWords", "two words", "x", "\"two words\" is not one word"},
     {"WordWithBlank", "word ", "x", "\"word \" is not one word"},
+    {"HyphenAtTheEnd", "word-", "x", "\"word-\" is not one word"},
+    {"TwoWordsWithoutBlanks", "日。本", "x", "\"日。本\" is not one word"},
     {"Punctuation", "C++", "x", "\"C++\" is not one word"},
     {"EmptyReplacement", "word", "", "the replacement is empty"},
     {"BlankReplacement", "word", "  ", "the replacement is empty"},
@@ -232,8 +136,23 @@ INSTANTIATE_TEST_SUITE_P(Table, HostileEntry, ::testing::ValuesIn(hostileEntries
 
 TEST(UserDictionary, LongestEntryIsTaken) {
   UserDictionary dictionary;
-  EXPECT_TRUE(dictionary.add({std::string(128, 'a'), std::string(1024, 'b')}));
-  EXPECT_EQ(dictionary.replaceIn(std::string(128, 'a'))->text().size(), 1024U);
+  const std::string word(UserDictionary::longestWord, 'a');
+  EXPECT_TRUE(dictionary.add({word, std::string(UserDictionary::longestReplacement, 'b')}));
+  EXPECT_EQ(dictionary.matchAt(word, 0).length, word.size());
+}
+
+TEST(UserDictionary, HoldsALimitedNumberOfEntries) {
+  UserDictionary dictionary;
+  for (std::size_t i = 0; i < UserDictionary::mostEntries; ++i) {
+    dictionary.add({"word" + std::to_string(i), "x"});
+  }
+  EXPECT_THROW(dictionary.add({"another", "x"}), DictionaryError);
+}
+
+TEST(UserDictionary, WordsMayStandSideBySideInAnEntry) {
+  UserDictionary dictionary;
+  EXPECT_TRUE(dictionary.add({"卡拉OK", "karaoke"}));
+  EXPECT_TRUE(dictionary.add({"T恤", "shirt"}));
 }
 
 }  // namespace
