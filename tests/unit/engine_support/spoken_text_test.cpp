@@ -266,9 +266,9 @@ UserDictionary randomDictionary(std::minstd_rand& random) {
 
 TEST(SpokenInPieces, IsAsTheWholeText) {
   std::minstd_rand random(1);
-  for (int round = 0; round < 400; ++round) {
+  for (int round = 0; round < 200; ++round) {
     const UserDictionary dictionary = randomDictionary(random);
-    const std::string text = randomText(random, round % 100 == 0 ? 4000 : 100);
+    const std::string text = randomText(random, round % 100 == 0 ? 3000 : 100);
     ASSERT_EQ(oracle::differenceOfSpokenText(text, dictionary), "") << text;
   }
 }
@@ -288,9 +288,9 @@ std::vector<std::string> chunksOf(SpokenText&& text) {
 
 TEST(SpokenInPieces, IsCutLikeTheWholeText) {
   std::minstd_rand random(2);
-  for (int round = 0; round < 40; ++round) {
+  for (int round = 0; round < 8; ++round) {
     const UserDictionary dictionary = randomDictionary(random);
-    const std::string text = randomText(random, 2000);
+    const std::string text = randomText(random, 1500);
     const std::string whole = oracle::rewrite(text, dictionary).text;
     ASSERT_EQ(chunksOf(SpokenText(text, &dictionary)), chunksOf(SpokenText(whole))) << text;
   }
