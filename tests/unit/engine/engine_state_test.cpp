@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <array>
+#include <boost/thread/lock_types.hpp>
 #include <functional>
 #include <stdexcept>
 #include <string>
@@ -197,6 +198,45 @@ TEST_P(EngineState, DecidesWhatAnOperationDoes) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Operations, EngineState, testing::ValuesIn(operations()), test::RowName());
+
+/// Shows the lock.
+class LockedEngine : public FakeEngine {
+ public:
+  using FakeEngine::mutex;
+};
+
+bool isLocked(FakeEngine& engine) {
+  boost::mutex& lock = engine.*(&LockedEngine::mutex);
+  const bool taken = lock.try_lock();
+  if (taken) {
+    lock.unlock();
+  }
+  return !taken;
+}
+
+class EngineLock : public testing::TestWithParam<Operation> {};
+
+TEST_P(EngineLock, IsTakenByStopPauseAndRestartAlone) {
+  const std::string name = GetParam().name;
+  const bool locks =
+      name == "stopSynthetizer" || name == "pauseSynthetizer" || name == "restartSynthetizer";
+  FakeEngine engine;
+  engine.setFlags(name != "initialize", name == "restartSynthetizer");
+  bool lockedInside = false;
+  engine.onCall = [&](const std::string&) { lockedInside = isLocked(engine); };
+
+  GetParam().call(engine);
+
+  EXPECT_EQ(lockedInside, locks);
+  EXPECT_FALSE(isLocked(engine));
+  if (!locks) {
+    engine.setFlags(name != "initialize", false);
+    const boost::unique_lock<boost::mutex> stopping(engine.*(&LockedEngine::mutex));
+    GetParam().call(engine);  // would wait for ever
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Operations, EngineLock, testing::ValuesIn(operations()), test::RowName());
 
 /// An exception of a hook's own passes through whatever operation called the hook.
 class ThrowingHook : public testing::TestWithParam<Operation> {};

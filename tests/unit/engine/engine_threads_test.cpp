@@ -58,6 +58,33 @@ TEST(EngineThreadsTest, StopPauseAndRestartExcludeOneAnother) {
   EXPECT_EQ(most, 1);
 }
 
+TEST(EngineThreadsTest, OfPausesAtOnceOneAloneReachesTheEngine) {
+  FakeEngine engine;
+  engine.initialize({});
+  for (int round = 0; round < 50; ++round) {
+    std::atomic<int> arrived{0};
+    const auto pause = [&] {
+      ++arrived;
+      engine.pauseSynthetizer();
+    };
+    engine.takeCalls();
+    engine.onCall = [&](const std::string&) {
+      while (arrived < 3) {
+        std::this_thread::yield();
+      }
+      for (int chance = 0; chance < 20; ++chance) {  // for the others to come to the lock
+        std::this_thread::yield();
+      }
+    };
+
+    test::storm(1, {pause, pause, pause});
+
+    ASSERT_THAT(engine.takeCalls(), testing::ElementsAre("xPauseSynthetizer"));
+    engine.onCall = nullptr;
+    engine.restartSynthetizer();
+  }
+}
+
 TEST(EngineThreadsTest, OperationsStormWithoutARace) {
   FakeEngine engine;
   engine.initialize({});
