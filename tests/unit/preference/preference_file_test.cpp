@@ -19,6 +19,7 @@
 
 #include "support/global_locale.hpp"
 #include "support/log_recorder.hpp"
+#include "support/open_descriptors.hpp"
 #include "support/row_name.hpp"
 #include "support/temp_folder.hpp"
 
@@ -194,6 +195,16 @@ TEST_F(PreferenceFileTest, ANewFileIsForAllWhomTheUserLetsSeeHisFiles) {
   EXPECT_EQ(fs::status(folder.path() / "voiceSettings.xml").permissions(), 0644);
 }
 
+TEST_F(PreferenceFileTest, WritingWorksInAProcessWithoutStandardInput) {
+  const int input = ::fcntl(0, F_DUPFD_CLOEXEC, 3);
+  ::close(0);
+
+  EXPECT_TRUE(readBack(makeSetting()) == makeSetting());
+
+  ::dup2(input, 0);
+  ::close(input);
+}
+
 TEST_F(PreferenceFileTest, WritingFollowsALink) {
   fs::create_symlink("linked.xml", folder.path() / "voiceSettings.xml");
 
@@ -201,6 +212,17 @@ TEST_F(PreferenceFileTest, WritingFollowsALink) {
 
   EXPECT_EQ(read(folder.path() / "linked.xml").voiceName, "voice1");
   EXPECT_TRUE(fs::is_symlink(folder.path() / "voiceSettings.xml"));
+}
+
+/// All that comes through a pipe, which is closed then.
+std::string allOf(int reader) {
+  std::string content;
+  char block[4096];
+  for (ssize_t size = 1; size > 0; content.append(block, static_cast<std::size_t>(size))) {
+    size = std::max<ssize_t>(::read(reader, block, sizeof block), 0);
+  }
+  ::close(reader);
+  return content;
 }
 
 TEST_F(PreferenceFileTest, WritingWaitsForTheReaderOfAPipe) {
@@ -216,16 +238,28 @@ TEST_F(PreferenceFileTest, WritingWaitsForTheReaderOfAPipe) {
     std::this_thread::yield();  // until it is full
   }
   ::close(probe.fd);
-  std::string content;
-  char block[4096];
-  for (ssize_t size = 1; size > 0; content.append(block, static_cast<std::size_t>(size))) {
-    size = std::max<ssize_t>(::read(reader, block, sizeof block), 0);
-  }
+  const std::string content = allOf(reader);
   writer.join();
-  ::close(reader);
 
   fs::remove(pipe);
   EXPECT_TRUE(readContent(content).voiceName == voice);
+}
+
+TEST_F(PreferenceFileTest, AFileBeingWrittenIsNotHandedToPrograms) {
+  const fs::path pipe = folder.path() / "voiceSettings.xml";
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  const int reader = ::open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  ::fcntl(reader, F_SETFL, 0);
+
+  std::thread writer([&] { write(makeSetting(std::string(1000000, 'x'))); });
+  test::OpenDescriptors open;
+  while (open.all < 2) {
+    open = test::openDescriptorsOf(pipe);
+  }
+  allOf(reader);
+  writer.join();
+
+  EXPECT_EQ(open.inheritable, 0);
 }
 
 TEST_F(PreferenceFileTest, FailuresAfterOpeningAreNotReported) {

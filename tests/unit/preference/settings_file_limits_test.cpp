@@ -1,9 +1,12 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <atomic>
 #include <boost/filesystem/operations.hpp>
 #include <kqtts/tts_preference.hpp>
+#include <thread>
 
+#include "support/open_descriptors.hpp"
 #include "support/repeat.hpp"
 #include "support/row_name.hpp"
 #include "support/temp_folder.hpp"
@@ -76,6 +79,25 @@ TEST_F(SettingsFileLimits, APipeIsNotWaitedFor) {
   ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
 
   EXPECT_EQ(voiceOf(pipe), "");
+}
+
+TEST_F(SettingsFileLimits, AFileBeingReadIsNotHandedToPrograms) {
+  const fs::path file = folder.write("voiceSettings.xml", "");
+  fs::resize_file(file, largestFile);
+  std::atomic<bool> seen{false};
+  std::thread reader([&] {
+    while (!seen) {
+      voiceOf(file);
+    }
+  });
+  test::OpenDescriptors open;
+  while (open.all == 0) {
+    open = test::openDescriptorsOf(file);
+  }
+  seen = true;
+  reader.join();
+
+  EXPECT_EQ(open.inheritable, 0);
 }
 
 TEST_F(SettingsFileLimits, ADeviceIsNotRead) {
