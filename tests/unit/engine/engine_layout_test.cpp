@@ -3,30 +3,68 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
-#include <cstring>
 #include <kqtts/texttospeech_engine.hpp>
 #include <type_traits>
 #include <vector>
 
 #include "support/fake_engine.hpp"
+#include "support/virtual_slot.hpp"
 
 namespace {
 
 using KQ::TextToSpeechEngine;
+using test::slotOf;
 
 static_assert(std::is_abstract_v<TextToSpeechEngine>);
 static_assert(std::has_virtual_destructor_v<TextToSpeechEngine>);
 static_assert(!std::is_copy_constructible_v<TextToSpeechEngine>);
 static_assert(!std::is_copy_assignable_v<TextToSpeechEngine>);
 
-/// The position of a virtual function among the virtual functions of its class, from 0. A pointer
-/// to a virtual member function holds 1 + the offset in the table.
-template <typename Function>
-std::size_t slotOf(Function function) {
-  std::size_t offset = 0;
-  std::memcpy(&offset, &function, sizeof offset);
-  return (offset - 1) / sizeof(void*);
+struct EngineClass {
+  using E = TextToSpeechEngine;
+};
+
+/// Whether a host may name a member of the engine class, as `use` does.
+template <typename Use>
+constexpr bool isOpen(Use /*use*/) {
+  return std::is_invocable_v<Use, EngineClass>;
 }
+
+// No host can go round the checks of the public operations.
+static_assert(isOpen([](auto e, decltype(&decltype(e)::E::getName) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xGetName) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xInitialize) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xTerminate) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xStartSynthetizer) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xStopSynthetizer) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xPauseSynthetizer) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xRestartSynthetizer) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xSetParameter) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xResetSpeed) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xGetParameter) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xSetCurrentLanguage) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xSetCurrentVoice) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xGetOldLanguagesDetected) = nullptr) {
+}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xGetAllAvailableVoices) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xGetAvailableVoices) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xGetAvailableLanguages) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xGetAvailableParameters) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xGetCurrentSamplingRate) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xTestTextEncoding) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xGetVoiceInstallDir) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xGetCurrentLanguage) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xGetCurrentVoice) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xGetDefaultVoiceForLanguage) = nullptr) {
+}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xLoadDictionary) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xUnloadDictionary) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xShowDictionary) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xDeleteFromDictionary) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xAddToDictionary) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xSetDefaultVoice) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xApplyEffect) = nullptr) {}));
+static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xLoadEffect) = nullptr) {}));
 
 class Layout : public test::MinimalEngine {
  public:

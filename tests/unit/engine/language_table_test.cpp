@@ -173,6 +173,14 @@ TEST(LanguageTableTest, EmptyMapsGiveEmptyLists) {
   EXPECT_THAT(table.getLocales(), IsEmpty());
 }
 
+/// Engines are built apart from the library, against the order of the fields.
+TEST(LanguageTableTest, TheMapsKeepTheirOrder) {
+  const LanguageTable table;
+  const void* const byLocale = &table.localeToLanguage;
+  const void* const byLanguage = &table.languageToLocale;
+  EXPECT_LT(byLocale, byLanguage);
+}
+
 TEST(LanguageTableTest, ACopyIsATableOfItsOwn) {
   TTSLanguageInfo table;
   TTSLanguageInfo copy = table;

@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 
 #include <boost/make_shared.hpp>
+#include <cstdlib>
+#include <iostream>
 #include <kq/speech_callback.hpp>
 #include <kqtts/tts_language_info.hpp>
 #include <stdexcept>
@@ -14,7 +16,6 @@ namespace {
 using test::FakeEngine;
 using test::throwsKQError;
 using test::throwsNotActive;
-using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using zu::log::Level;
@@ -67,8 +68,17 @@ TEST(ConstructionTest, KeepsTheCallbackAndASharedPointerToTheTable) {
   EXPECT_EQ(table.use_count(), 1);
 }
 
-TEST(ConstructionTest, RegistersItsLogCategoryWhenTheLibraryLoads) {
-  EXPECT_THAT(zu::log::categories(), Contains("texttospeechengine"));
+[[noreturn]] void tellCategories() {
+  for (const std::string& category : zu::log::categories()) {
+    std::cerr << category << ' ';
+  }
+  std::exit(0);
+}
+
+TEST(LogCategoriesTest, AreThreeWhenTheLibraryIsLoaded) {
+  testing::FLAGS_gtest_death_test_style = "threadsafe";  // where nothing is logged yet
+  EXPECT_EXIT(tellCategories(), testing::ExitedWithCode(0),
+              "^textospeechmanager texttospeechengine tts.preference $");
 }
 
 TEST(DestructionTest, CallsNoHook) {

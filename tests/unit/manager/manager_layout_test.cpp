@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "support/test_manager.hpp"
+#include "support/virtual_slot.hpp"
 
 namespace {
 
@@ -17,6 +18,21 @@ class Layout : public KQ::TextToSpeechManager {
             &pluginManager,   &engineCallback};
   }
 };
+
+/// An engine and a manager with one virtual function more, which takes the first free slot.
+class NextEngineSlot : public test::MinimalEngine {
+ public:
+  virtual void next() {}
+};
+class NextManagerSlot : public KQ::TextToSpeechManager {
+ public:
+  using TextToSpeechManager::TextToSpeechManager;
+  virtual void next() {}
+};
+
+TEST(ManagerLayoutTest, TheManagerAddsNoVirtualFunctionToThoseOfEveryEngine) {
+  EXPECT_EQ(test::slotOf(&NextManagerSlot::next), test::slotOf(&NextEngineSlot::next));
+}
 
 TEST(ManagerLayoutTest, TheFieldsKeepTheirOrder) {
   const Layout manager(nullptr, nullptr);

@@ -40,6 +40,17 @@ TEST(VoiceSettingTest, TypeIs32BitsWideAndPreferencesAreOne) {
   EXPECT_EQ(static_cast<int>(KQ::VOICE_SETTING_PREFERENCES), 1);
 }
 
+/// Engines are built apart from the library, against the order of the fields.
+TEST(VoiceSettingTest, TheFieldsKeepTheirOrder) {
+  const VoiceSetting setting = makeSetting();
+  const void* const type = &setting.type;
+  const void* const name = &setting.voiceName;
+  const void* const parameters = &setting.parameters;
+
+  EXPECT_LT(type, name);
+  EXPECT_LT(name, parameters);
+}
+
 TEST(VoiceSettingTest, IsAPlainValueThatMovesWithoutThrowing) {
   EXPECT_FALSE(std::is_polymorphic_v<VoiceSetting>);
   EXPECT_TRUE(std::is_nothrow_move_constructible_v<VoiceSetting>);
