@@ -12,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "support/dictionary_folder.hpp"
 #include "support/peak_memory.hpp"
 #include "support/ratio_table.hpp"
 
@@ -100,7 +101,9 @@ class Comparison {
  public:
   explicit Comparison(const EngineUnderTest& engine)
       : makeBare(engine.makeBareSpeaker),
-        makeEngine([package = engine.package] { return makeEngineSpeaker(package); }) {}
+        makeEngine([package = engine.package] { return makeEngineSpeaker(package); }),
+        makeEngineWithDictionary(
+            [package = engine.package] { return makeEngineSpeaker(package, true); }) {}
 
   struct Limit {
     const char* figure;
@@ -119,13 +122,15 @@ class Comparison {
     }
   }
 
-  /// The first audio of a long text beside that of one of 500 words, both through the engine.
-  void addLongText(const std::string& textName, const std::string& text, int times, double atMost) {
-    const Limit limit{"first audio", 0.5, atMost};
-    const std::string name = std::string(limit.figure) + ", " + textName;
-    enlist(name + ": engine", makeEngine, text, firstAudio, times);
-    rows.push_back({limit, textName + " beside 500 words", "first audio, 500 words: engine",
-                    name + ": engine"});
+  /// The first audio of another text beside that of one of 500 words, both through the engine.
+  void addText(const std::string& textName, const std::string& text, int times, double atMost) {
+    addBesideText(textName, makeEngine, text, times, atMost);
+  }
+
+  /// The same with a user's dictionary; the 500 words are spoken without.
+  void addTextWithDictionary(const std::string& textName, const std::string& text, int times,
+                             double atMost) {
+    addBesideText(textName + " with a dictionary", makeEngineWithDictionary, text, times, atMost);
   }
 
   /// Prints a row for each figure that was measured.
@@ -152,6 +157,14 @@ class Comparison {
     std::string yardstick;  ///< the benchmark's name
     std::string subject;    ///< the benchmark's name
   };
+
+  void addBesideText(const std::string& textName, const std::function<SpeakerPointer()>& make,
+                     const std::string& text, int times, double atMost) {
+    const Limit limit{"first audio", 0.5, atMost};
+    const std::string name = std::string(limit.figure) + ", " + textName + ": engine";
+    enlist(name, make, text, firstAudio, times);
+    rows.push_back({limit, textName + " beside 500 words", "first audio, 500 words: engine", name});
+  }
 
   void enlist(const std::string& name, const std::function<SpeakerPointer()>& make,
               const std::string& text, const Measure& measure, int times) {
@@ -189,6 +202,7 @@ class Comparison {
 
   std::function<SpeakerPointer()> makeBare;
   std::function<SpeakerPointer()> makeEngine;
+  std::function<SpeakerPointer()> makeEngineWithDictionary;
   std::vector<Row> rows;
   std::map<std::string, Times> measured;  ///< in microseconds, by the benchmark's name
 };
@@ -205,8 +219,10 @@ void addFigures(Comparison& comparison, const EngineUnderTest& engine) {
   add("500 words", 500, false, firstAudio, some, {{"first audio", 0.5, 1.03}});
   add("500 words with tags", 500, true, firstAudio, some, {{"first audio", 0.5, 1.03}});
   constexpr int tenMegabytes = 2000000;
-  comparison.addLongText("10 MB", words(tenMegabytes, {}), some, 1.1);
-  comparison.addLongText("10 MB with tags", words(tenMegabytes, engineMarkup()), some, 0);
+  comparison.addText("10 MB", words(tenMegabytes, {}), some, 1.1);
+  comparison.addText("10 MB with tags", words(tenMegabytes, engineMarkup()), some, 0);
+  comparison.addTextWithDictionary("500 words", words(500, {}), some, 0);
+  comparison.addTextWithDictionary("10 MB", words(tenMegabytes, {}), some, 1.1);
   add("500 words", 500, false, synthesis, 1, {{"synthesis", 0.5, 1.02}});
   add("500 words with tags", 500, true, synthesis, 1, {{"synthesis", 0.5, 1.02}});
   const std::vector<Comparison::Limit> stops{{"stop to return", 0.5, 1.3},
@@ -244,6 +260,7 @@ int runEngineBenchmark(int argc, char** argv, const EngineUnderTest& engine) {
     printPeak(argv[2], engine);
     return 0;
   }
+  const DictionaryFolder dictionaries;
   std::string interleaving = "--benchmark_enable_random_interleaving=true";
   std::string repeated = "--benchmark_repetitions=" + std::to_string(engine.repetitions);
   std::string onlyAggregates = "--benchmark_report_aggregates_only=true";

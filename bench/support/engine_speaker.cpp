@@ -14,13 +14,16 @@ namespace {
 
 class EngineSpeaker : public Speaker, public TextToSpeechEngineCallbackInterface {
  public:
-  explicit EngineSpeaker(const std::string& package) {
+  EngineSpeaker(const std::string& package, bool withDictionary) {
     zu::log::setLevel(zu::log::Level::error);
     zu::path::addLibDir(BUILT_LIBRARIES);
     manager =
         std::make_unique<KQ::TextToSpeechManager>(this, boost::make_shared<KQ::TTSLanguageInfo>());
     if (!manager->initialize({{"", "", package}})) {
       throw std::runtime_error("the engine cannot be used");
+    }
+    if (withDictionary) {
+      manager->loadDictionary();
     }
   }
 
@@ -42,8 +45,8 @@ class EngineSpeaker : public Speaker, public TextToSpeechEngineCallbackInterface
 
 }  // namespace
 
-SpeakerPointer makeEngineSpeaker(const std::string& package) {
-  return std::make_unique<EngineSpeaker>(package);
+SpeakerPointer makeEngineSpeaker(const std::string& package, bool withDictionary) {
+  return std::make_unique<EngineSpeaker>(package, withDictionary);
 }
 
 }  // namespace bench

@@ -20,7 +20,9 @@ class Speaker {
 
 using SpeakerPointer = std::unique_ptr<Speaker>;
 
-/// The engine that serves a package, behind the manager. \param package  its folder
-SpeakerPointer makeEngineSpeaker(const std::string& package);
+/// The engine that serves a package, behind the manager.
+/// \param package         its folder
+/// \param withDictionary  whether the user's dictionary is loaded
+SpeakerPointer makeEngineSpeaker(const std::string& package, bool withDictionary = false);
 
 }  // namespace bench

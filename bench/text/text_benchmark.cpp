@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "ratio_reporter.hpp"
+#include "support/ratio_reporter.hpp"
 
 namespace {
 

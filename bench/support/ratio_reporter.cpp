@@ -1,4 +1,4 @@
-#include "ratio_reporter.hpp"
+#include "support/ratio_reporter.hpp"
 
 #include <algorithm>
 

@@ -1,0 +1,85 @@
+#include <benchmark/benchmark.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "support/ratio_reporter.hpp"
+#include "support/spoken_text.hpp"
+
+namespace {
+
+using KQ::engines::SpokenText;
+using KQ::engines::UserDictionary;
+
+constexpr std::size_t megabyte = 1000 * 1000;
+
+std::string repeated(const std::string& unit, std::size_t size) {
+  std::string text;
+  while (text.size() < size) {
+    text += unit;
+  }
+  return text;
+}
+
+/// With so many entries, one of them for a word of each text.
+std::shared_ptr<const UserDictionary> dictionaryOf(std::size_t entries) {
+  const auto dictionary = std::make_shared<UserDictionary>();
+  dictionary->add({"platform", "track"});
+  dictionary->add({"重庆", "chong qing"});
+  for (std::size_t i = 2; i < entries; ++i) {
+    dictionary->add({"word" + std::to_string(i), "another"});
+  }
+  return dictionary;
+}
+
+void readAll(benchmark::State& state, const std::string& text, const UserDictionary& dictionary) {
+  for (auto _ : state) {
+    SpokenText spoken(text, &dictionary);
+    while (const auto item = spoken.next()) {
+      benchmark::DoNotOptimize(spoken.view(item->offset, item->length));
+      spoken.release(item->offset);
+    }
+  }
+  state.SetBytesProcessed(static_cast<std::int64_t>(text.size() * state.iterations()));
+}
+
+void enlist(const std::string& name, const std::string& text, std::size_t entries) {
+  benchmark::RegisterBenchmark(name.c_str(),
+                               [text, dictionary = dictionaryOf(entries)](benchmark::State& state) {
+                                 readAll(state, text, *dictionary);
+                               });
+}
+
+/// \param unit  of the texts
+std::vector<Figure> addFigures(const std::string& language, const std::string& unit) {
+  constexpr double samePace = 1 / 1.25;
+  const Figure manyEntries{"10,000 entries", "10 MB " + language, "10 entries", samePace};
+  const Figure longText{"10,000 entries", "10 MB " + language, "1 MB", samePace};
+  const std::string text = repeated(unit, 10 * megabyte);
+  enlist(manyEntries.subjectRun(), text, 10000);
+  enlist(manyEntries.yardstickRun(), text, 10);
+  enlist(longText.yardstickRun(), repeated(unit, megabyte), 10000);
+  return {manyEntries, longText};
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  char interleaving[] = "--benchmark_enable_random_interleaving=true";
+  char repetitions[] = "--benchmark_repetitions=5";
+  char minimumTime[] = "--benchmark_min_time=0.05";
+  std::vector<char*> arguments = {argv[0], interleaving, repetitions, minimumTime};
+  arguments.insert(arguments.end(), argv + 1, argv + argc);
+  int size = static_cast<int>(arguments.size());
+  benchmark::Initialize(&size, arguments.data());
+
+  std::vector<Figure> figures = addFigures(
+      "English", "The next train to the airport leaves from platform four at half past nine. ");
+  const std::vector<Figure> more =
+      addFigures("Chinese", "下一班开往重庆的列车九点半从四号站台发车，请注意安全。");
+  figures.insert(figures.end(), more.begin(), more.end());
+  RatioReporter reporter;
+  benchmark::RunSpecifiedBenchmarks(&reporter);
+  return reporter.report(figures) ? 0 : 1;
+}
