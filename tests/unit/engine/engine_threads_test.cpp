@@ -52,7 +52,7 @@ TEST(EngineThreadsTest, StopPauseAndRestartExcludeOneAnother) {
     --inside;
   };
 
-  test::storm(500, {[&] { engine.stopSynthetizer(); }, [&] { engine.pauseSynthetizer(); },
+  test::storm(100, {[&] { engine.stopSynthetizer(); }, [&] { engine.pauseSynthetizer(); },
                     [&] { engine.restartSynthetizer(); }});
 
   EXPECT_EQ(most, 1);
@@ -61,7 +61,7 @@ TEST(EngineThreadsTest, StopPauseAndRestartExcludeOneAnother) {
 TEST(EngineThreadsTest, OfPausesAtOnceOneAloneReachesTheEngine) {
   FakeEngine engine;
   engine.initialize({});
-  for (int round = 0; round < 50; ++round) {
+  for (int round = 0; round < 10; ++round) {
     std::atomic<int> arrived{0};
     const auto pause = [&] {
       ++arrived;
@@ -72,7 +72,7 @@ TEST(EngineThreadsTest, OfPausesAtOnceOneAloneReachesTheEngine) {
       while (arrived < 3) {
         std::this_thread::yield();
       }
-      for (int chance = 0; chance < 20; ++chance) {  // for the others to come to the lock
+      for (int chance = 0; chance < 10; ++chance) {  // for the others to come to the lock
         std::this_thread::yield();
       }
     };

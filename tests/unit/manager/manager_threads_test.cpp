@@ -110,6 +110,23 @@ TEST_F(ManagerThreadsTest, OperationsStormWhileTheManagerIsTerminatedAndInitiali
   }
 }
 
+TEST_F(ManagerThreadsTest, AnEngineComesAndGoesWhileTheManagerIsAsked) {
+  folder.install("nuance", "scripted");
+  folder.install("x", "scripted");
+  TestManager manager;
+  manager.initialize(packages);
+
+  test::storm(50,
+              {[&] {
+                 manager.xLoadPlugin("x", {}, nullptr);
+                 manager.xUnloadPlugin("x");
+               },
+               [&] { manager.getOldLanguagesDetected(); }, [&] { manager.xGetEngine("English"); }});
+
+  EXPECT_THAT(manager.engines, ElementsAre(testing::Key("nuance")));
+  EXPECT_FALSE(folder.isMapped("x"));
+}
+
 TEST_F(ManagerThreadsTest, TheLibraryIsClosedByTheStartThatOutlivesTheEnginesUnload) {
   folder.install("nuance", "scripted");
   TestManager manager;
