@@ -6,6 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "script_oracle.hpp"
+#include "support/utf8.hpp"
+
 namespace {
 
 using KQ::engines::WordParts;
@@ -60,6 +63,17 @@ TEST(WordParts, AreNoneWhereNoneIs) {
 
 TEST(WordParts, AreCharactersWhereThereAreNoBlanks) {
   EXPECT_THAT(partsOf("重庆。すし ㄅ"), ElementsAre("重", "庆", "す", "し", "ㄅ"));
+}
+
+TEST(WordParts, AreCharactersOfTheScriptsThatUnicodeSays) {
+  constexpr char32_t behindHan = 0x32000;
+  for (char32_t point = 0x80; point < behindHan; ++point) {
+    if (const std::optional<bool> expected = oracle::needsNoBlanks(point)) {
+      std::string text = "a";
+      KQ::engines::appendUtf8(text, point);
+      ASSERT_EQ(WordParts(text).beginsAt(1), *expected) << std::hex << +point;
+    }
+  }
 }
 
 TEST(WordParts, OfOtherScriptsAreWhole) {
