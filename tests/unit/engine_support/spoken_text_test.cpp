@@ -12,6 +12,7 @@
 #include "support/repeat.hpp"
 #include "support/row_name.hpp"
 #include "support/text_chunks.hpp"
+#include "support/utf8.hpp"
 
 namespace {
 
@@ -160,10 +161,21 @@ TEST_F(Spoken, BlanksBetweenReplacementsBelongToThem) {
 // In pieces ------------------------------------------------------------------------------------
 
 TEST_F(Spoken, IsReadInShortPieces) {
-  for (const char* some : {"robot ", "abc ", "a", "重庆", "字", " ", "\xFF"}) {
+  dictionary.add({"long", std::string(UserDictionary::longestReplacement, 'x')});
+  for (const char* some : {"robot ", "long ", "abc ", "a", "重庆", "字", " ", "\xFF"}) {
     const std::string text = repeat(some, 1000000);
     SpokenText result(text, &dictionary);
     EXPECT_LT(result.next()->length, 3000U) << some;
+  }
+}
+
+TEST_F(Spoken, PiecesHoldWholeCharacters) {
+  for (const char* some : {"。", "é", "日", "😀"}) {
+    const std::string text = 'a' + repeat(some, 10000);
+    SpokenText result(text, &dictionary);
+    while (const auto item = result.next()) {
+      EXPECT_TRUE(KQ::engines::isValidUtf8(result.view(item->offset, item->length))) << some;
+    }
   }
 }
 
