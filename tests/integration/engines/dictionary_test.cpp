@@ -67,6 +67,14 @@ TEST_F(UsersDictionary, LeavesWordsOfALongTextWhole) {
   // Half a kilobyte ends between "plan" and "/t".
   const std::string text = "Hello " + test::repeat("plan/t, ", 600);
   EXPECT_EQ(spokenWithEntry(text), test::spoken(text));
+  SpeakingEngine speaking;
+  speaking->startSynthetizer(text);
+  const std::vector<std::string> expected = speaking.host.words(text);
+  add(speaking, "robot", "machine");
+  speaking->startSynthetizer(text);
+  std::vector<std::string> words = speaking.host.words(text);
+  words.erase(words.begin(), words.begin() + static_cast<std::ptrdiff_t>(expected.size()));
+  EXPECT_EQ(words, expected);
 }
 
 TEST_F(UsersDictionary, KeepsMarksWhereTheyStand) {
