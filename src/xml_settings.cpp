@@ -34,6 +34,7 @@ constexpr int longestPredefinedEntity = 8;
 class LimitedSource : public QXmlInputSource {
  public:
   explicit LimitedSource(QIODevice* device) : QXmlInputSource(device) {}
+  explicit LimitedSource(const QString& text) { QXmlInputSource::setData(text); }
 
   QChar next() override {
     const QChar character = QXmlInputSource::next();
@@ -210,13 +211,32 @@ QByteArray readRegularFile(const std::string& path) {
   return bytes;
 }
 
-bool parse(QByteArray& bytes, QDomDocument& document) {
-  QBuffer buffer(&bytes);
-  buffer.open(QIODevice::ReadOnly);
-  LimitedSource source(&buffer);
+bool parse(LimitedSource& source, QDomDocument& document) {
   SettingsHandler handler(source);
   SettingsReader reader(handler);
   return document.setContent(&source, &reader);
+}
+
+/// Whether a document is the same in ASCII as in the encoding that it is in.
+bool isAscii(const QByteArray& bytes) {
+  const bool hasAsciiOnly = std::all_of(bytes.begin(), bytes.end(), [](char byte) {
+    return byte != 0 && static_cast<unsigned char>(byte) < 0x80;
+  });
+  const QByteArray declaration = bytes.left(bytes.indexOf('>'));
+  return hasAsciiOnly &&
+         (!declaration.contains("encoding") || declaration.contains(" encoding=\"UTF-8\""));
+}
+
+bool parse(QByteArray& bytes, QDomDocument& document) {
+  // To look for a decoder Qt reads through all that it knows, some hundred kilobytes.
+  if (isAscii(bytes)) {
+    LimitedSource source(QString::fromLatin1(bytes));
+    return parse(source, document);
+  }
+  QBuffer buffer(&bytes);
+  buffer.open(QIODevice::ReadOnly);
+  LimitedSource source(&buffer);
+  return parse(source, document);
 }
 
 }  // namespace

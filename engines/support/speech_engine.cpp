@@ -67,16 +67,20 @@ std::string SpeechEngine::xGetName() const {
 
 bool SpeechEngine::xInitialize(const std::vector<zu::PackageInfo>& packages) {
   State opened;
+  const PackageRules rules{traits.packageEngine, traits.minimumVersion, traits.logCategory,
+                           [&](const std::string& source) {
+                             // An engine without a package does not pay for its synthesiser.
+                             if (!opened.synthesizer) {
+                               opened.synthesizer = traits.openSynthesizer();
+                             }
+                             return opened.synthesizer->hasVoice(source);
+                           }};
   try {
-    opened.synthesizer = traits.openSynthesizer();
+    opened.catalogue = std::make_shared<PackageCatalogue>(*this, packages, rules);
   } catch (const KQError& error) {
     warn(traits.logCategory, error.getDescription());
     return false;
   }
-  const PackageRules rules{
-      traits.packageEngine, traits.minimumVersion, traits.logCategory,
-      [&](const std::string& source) { return opened.synthesizer->hasVoice(source); }};
-  opened.catalogue = std::make_shared<PackageCatalogue>(*this, packages, rules);
   if (opened.catalogue->languages().empty()) {
     const std::string message = "None of the " + std::to_string(packages.size()) +
                                 " installed packages can be used by " + traits.name;

@@ -25,7 +25,8 @@ struct EngineTraits {
   std::string packageEngine;   ///< what a manifest's "engine" says of its packages
   std::string minimumVersion;  ///< of its packages
   std::string logCategory;
-  /// Opens the synthesiser. \throws KQError when it cannot be used
+  /// Opens the synthesiser; called only if there is a package for it. \throws KQError when it cannot
+  /// be used
   std::function<std::shared_ptr<Synthesizer>()> openSynthesizer;
   std::vector<ParameterRow> moreParameters{};  ///< besides those that every engine has
   bool isStandIn = false;                      ///< where it has no package, nobody misses it

@@ -220,6 +220,7 @@ const Illness silentOnes[] = {
     {"SynthesiserDataAbsent",
      [](Patient& patient) {
        patient.installPlugin("nuance", ESPEAK_PLUGIN);
+       patient.installPackage("bob", "English", "1.0", "espeak-ng");
        patient.environment["ESPEAK_DATA_PATH"] = patient.folder.path().string();
      },
      "engine-refused", "Cannot load the data of eSpeak NG"},

@@ -474,6 +474,14 @@ INSTANTIATE_TEST_SUITE_P(
               "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>"
               "<a><b name=\"sourceVoice\" value=\"\xE9\"/></a>",
               "\u00e9"},
+        Voice{"AsciiInAnotherEncoding",
+              "<?xml version=\"1.0\" encoding=\"UTF-7\"?>"
+              "<a><b name=\"sourceVoice\" value=\"+AOk-\"/></a>",
+              "\u00e9"},
+        Voice{"AsciiWithQuotedEncoding",
+              "<?xml version='1.0' encoding='UTF-8'?>"
+              "<a><b name='sourceVoice' value='x'/></a>",
+              "x"},
         Voice{"Utf16",
               "\xFE\xFF" + utf16(R"(<a><b name="sourceVoice" value=")") + "\x97\xF3" +
                   utf16(R"("/></a>)"),
