@@ -32,31 +32,49 @@ namespace {
 
 struct LinkedVoice {
   const char* name;
+  int samplingRate;  ///< in Hz
   cst_voice* (*enlist)(const char*);
   void (*release)(cst_voice*);
 };
 
 /// The voices for any text. Flite's speaking clock knows times of day only.
 constexpr std::array<LinkedVoice, 5> linkedVoices{
-    {{"awb", register_cmu_us_awb, unregister_cmu_us_awb},
-     {"kal", register_cmu_us_kal, unregister_cmu_us_kal},
-     {"kal16", register_cmu_us_kal16, unregister_cmu_us_kal16},
-     {"rms", register_cmu_us_rms, unregister_cmu_us_rms},
-     {"slt", register_cmu_us_slt, unregister_cmu_us_slt}}};
+    {{"awb", 16000, register_cmu_us_awb, unregister_cmu_us_awb},
+     {"kal", 8000, register_cmu_us_kal, unregister_cmu_us_kal},
+     {"kal16", 16000, register_cmu_us_kal16, unregister_cmu_us_kal16},
+     {"rms", 16000, register_cmu_us_rms, unregister_cmu_us_rms},
+     {"slt", 16000, register_cmu_us_slt, unregister_cmu_us_slt}}};
+
+/// A voice by its name, or null.
+const LinkedVoice* find(const std::string& name) {
+  const auto* const found =
+      std::find_if(linkedVoices.begin(), linkedVoices.end(),
+                   [&](const LinkedVoice& voice) { return name == voice.name; });
+  return found == linkedVoices.end() ? nullptr : found;
+}
 
 struct Process {
   TurnQueue turns{fliteName};
 
-  std::mutex lifeMutex;  ///< held while voices are registered and released
-  int uses = 0;          ///< guarded by lifeMutex
+  std::mutex lifeMutex;
+  int uses = 0;  ///< guarded by lifeMutex
 
-  // Set while uses goes from 0 to 1, constant as long as it is in use.
-  std::map<std::string, cst_voice*> voices;
+  /// Those that were spoken with. For the holder of the turn, and for the end of the last use.
+  std::map<const LinkedVoice*, cst_voice*> voices;
 };
 
 Process& process() {
   static Process theProcess;
   return theProcess;
+}
+
+/// A voice that is not spoken with takes no memory. The holder of the turn calls it.
+cst_voice* registered(const LinkedVoice& linked) {
+  cst_voice*& voice = process().voices[&linked];
+  if (voice == nullptr) {
+    voice = linked.enlist(nullptr);
+  }
+  return voice;
 }
 
 struct UtteranceDeleter {
@@ -194,9 +212,6 @@ FliteLibrary::FliteLibrary() {
   const std::lock_guard<std::mutex> lock(known.lifeMutex);
   if (known.uses == 0) {
     flite_init();
-    for (const LinkedVoice& linked : linkedVoices) {
-      known.voices[linked.name] = linked.enlist(nullptr);
-    }
   }
   ++known.uses;
 }
@@ -205,19 +220,19 @@ FliteLibrary::~FliteLibrary() {
   Process& known = process();
   const std::lock_guard<std::mutex> lock(known.lifeMutex);
   if (--known.uses == 0) {
-    for (const LinkedVoice& linked : linkedVoices) {
-      linked.release(known.voices.at(linked.name));
+    for (const auto& [linked, voice] : known.voices) {
+      linked->release(voice);
     }
     known.voices.clear();
   }
 }
 
 bool FliteLibrary::hasVoice(const std::string& name) const {
-  return process().voices.count(name) != 0;
+  return find(name) != nullptr;
 }
 
 int FliteLibrary::samplingRate(const std::string& voice) const {
-  return get_param_int(process().voices.at(voice)->features, "sample_rate", 16000);
+  return find(voice)->samplingRate;
 }
 
 TurnQueue& FliteLibrary::turns() {
@@ -226,7 +241,7 @@ TurnQueue& FliteLibrary::turns() {
 
 void FliteLibrary::speak(const FlitePhrase& phrase, const FliteProsody& prosody,
                          FliteListener& listener) const {
-  cst_voice* const voice = process().voices.at(prosody.voice);
+  cst_voice* const voice = registered(*find(prosody.voice));
   cst_cg_db model;
   UtterancePointer utterance(new_utterance());
   addTokens(*utterance, phrase);

@@ -39,8 +39,8 @@ class FliteListener {
   virtual bool take(const std::int16_t* samples, std::size_t count) noexcept = 0;
 };
 
-/// A use of Flite, whose voices exist once in a process: the first use registers them, the end of the
-/// last one releases them. May be used from several threads at once.
+/// A use of Flite, whose voices exist once in a process: each is registered where it is spoken with for
+/// the first time, and the end of the last use releases them. May be used from several threads at once.
 class FliteLibrary {
  public:
   FliteLibrary();
