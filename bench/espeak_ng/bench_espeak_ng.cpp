@@ -68,5 +68,7 @@ int main(int argc, char** argv) {
        [] { return std::make_unique<BareSpeaker>(); },
        {"<speak>", "<mark name=\"1\"/>", "<prosody volume=\"80\">", "</prosody>", "</speak>"},
        20,
-       50});
+       50,
+       1000,
+       20000});
 }

@@ -71,9 +71,10 @@ double synthesis(Speaker& speaker, const std::string& text) {
 }
 
 /// From the stop to the end of the call that speaks, at a random moment.
-double stopToReturn(Speaker& speaker, const std::string& text) {
+/// \param latest  so many microseconds after the first audio
+double stopToReturn(Speaker& speaker, const std::string& text, int latest) {
   static std::minstd_rand random(1);
-  std::uniform_int_distribution<int> moment(0, 20000);
+  std::uniform_int_distribution<int> moment(0, latest);
   std::atomic<bool> heard{false};
   Clock::time_point returned;
   std::thread speech([&] {
@@ -209,8 +210,9 @@ class Comparison {
 
 void addFigures(Comparison& comparison, const EngineUnderTest& engine) {
   const int some = engine.firstAudios;
-  const auto add = [&](const char* textName, int count, bool isTagged, const Measure& measure,
-                       int times, const std::vector<Comparison::Limit>& limits) {
+  const auto add = [&](const std::string& textName, int count, bool isTagged,
+                       const Measure& measure, int times,
+                       const std::vector<Comparison::Limit>& limits) {
     comparison.add(textName, words(count, isTagged ? engine.bareMarkup : Markup()),
                    words(count, isTagged ? engineMarkup() : Markup()), measure, times, limits);
   };
@@ -227,8 +229,13 @@ void addFigures(Comparison& comparison, const EngineUnderTest& engine) {
   add("500 words with tags", 500, true, synthesis, 1, {{"synthesis", 0.5, 1.02}});
   const std::vector<Comparison::Limit> stops{{"stop to return", 0.5, 1.3},
                                              {"stop to return", 0.99, 1.5}};
-  add("at random moments", 100000, false, stopToReturn, 1000 / engine.repetitions, stops);
-  add("at random moments, with tags", 100000, true, stopToReturn, 1000 / engine.repetitions, stops);
+  const Measure stop = [latest = engine.latestStop](Speaker& speaker, const std::string& text) {
+    return stopToReturn(speaker, text, latest);
+  };
+  const std::string moments = "at " + std::to_string(engine.stops) + " random moments";
+  const int times = engine.stops / engine.repetitions;
+  add(moments, 100000, false, stop, times, stops);
+  add(moments + ", with tags", 100000, true, stop, times, stops);
 }
 
 // Memory ---------------------------------------------------------------------------------------

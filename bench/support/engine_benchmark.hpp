@@ -23,6 +23,8 @@ struct EngineUnderTest {
   Markup bareMarkup;  ///< of the bare synthesiser; empty if it knows none
   int repetitions;    ///< of each measurement, in shuffled order
   int firstAudios;    ///< that are measured in each repetition
+  int stops;          ///< that are measured in all repetitions together
+  int latestStop;     ///< after the first audio, in microseconds
 };
 
 /// The benchmark's main(): measures, prints the figures, and compares them with their limits.
