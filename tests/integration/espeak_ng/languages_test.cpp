@@ -144,6 +144,20 @@ TEST(Languages, HaveTheirOwnDictionaries) {
   EXPECT_EQ(withEnglish, test::spoken("a machine that works"));
 }
 
+TEST(Languages, WithoutBlanksHaveTheirEntriesFound) {
+  const test::TempFolder data;
+  ::setenv("XDG_DATA_HOME", data.path().c_str(), 1);
+  const std::string text = "我爱重庆银行。";
+  SpeakingEngine speaking({test::builtPackage("chinese")});
+  speaking->startSynthetizer(text);
+  const std::vector<std::string> before = speaking.host.words(text);
+  speaking->addToDictionary("重庆", "北京", "", "", "");
+  speaking->startSynthetizer(text);
+  ::unsetenv("XDG_DATA_HOME");
+  EXPECT_THAT(before, ::testing::Not(::testing::Contains("重庆")));
+  EXPECT_THAT(speaking.host.words(text), ::testing::Contains("重庆"));
+}
+
 TEST(Languages, ChoosingOneChoosesItsDefaultVoice) {
   SpeakingEngine speaking;
   speaking->setCurrentLanguage("French");
