@@ -4,8 +4,8 @@
 
 namespace bench {
 
-/// A folder in the place of the user's own, as long as it lives, with an English dictionary: 10,000 words,
-/// two of which every text of the benchmarks holds.
+/// A folder in the place of the user's own, as long as it lives, with an English dictionary: 10,000
+/// words, two of which every text of the benchmarks holds.
 class DictionaryFolder {
  public:
   DictionaryFolder();

@@ -56,7 +56,8 @@ std::optional<SilentItem> SilentWords::next() {
   return readWord();
 }
 
-/// Reads a word and the white space behind it; the word is empty where the text begins with white space.
+/// Reads a word and the white space behind it; the word is empty where the text begins with white
+/// space.
 SilentItem SilentWords::readWord() {
   SilentItem item;
   source.release(position);

@@ -14,14 +14,16 @@ struct SilentItem {
   MarkupItem tag;          ///< of kind text for a word
   std::size_t offset = 0;  ///< of the word in the text, in bytes
   std::size_t length = 0;  ///< of the word in the text, in bytes; 0 if there is only punctuation
-  /// How long it takes to say the word, and what stands behind it up to the next one, at normal speed.
+  /// How long it takes to say the word, and what stands behind it up to the next one, at normal
+  /// speed.
   std::chrono::microseconds time{0};
 };
 
 /// Splits a text with inline tags into words, of which it says how long they would take to speak: a
 /// fifteenth of a second for each character, and a quarter for one that stands for a syllable or a
 /// word, as those of Chinese, Japanese and Korean do. Words stand between white space, without the
-/// punctuation at their ends; bytes that are no UTF-8, and control characters, count as white space.
+/// punctuation at their ends; bytes that are no UTF-8, and control characters, count as white
+/// space.
 class SilentWords {
  public:
   /// \param source  stays alive; is read by nobody else

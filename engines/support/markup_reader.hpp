@@ -29,11 +29,11 @@ struct MarkupItem {
 ///
 /// A tag is a backslash, a name, mostly "=" and a value, and a backslash: `\Pau=500\`. Names are
 /// read without regard to case, and numbers out of range count as the nearest one in range. A pause
-/// mark (`\mrkpause=MS\`, or `\mrk=N\` with a number that replaceMrkPause() makes of up to 32767 ms) is
-/// a mark and then a pause. Style tags and `\last\`, unknown tags and tags without a number are
-/// ignored, and so is a tag that is not closed, up to the next white space. A backslash that begins
-/// no tag belongs to the text. Every tag separates words. A long text comes in pieces, which end behind
-/// white space if they can.
+/// mark (`\mrkpause=MS\`, or `\mrk=N\` with a number that replaceMrkPause() makes of up to 32767
+/// ms) is a mark and then a pause. Style tags and `\last\`, unknown tags and tags without a number
+/// are ignored, and so is a tag that is not closed, up to the next white space. A backslash that
+/// begins no tag belongs to the text. Every tag separates words. A long text comes in pieces, which
+/// end behind white space if they can.
 class MarkupReader {
  public:
   /// \param text  stays alive and as it is

@@ -14,10 +14,10 @@ namespace KQ::engines {
 
 /// A text with inline tags as it is spoken: with the words of a user's dictionary replaced.
 ///
-/// It is replaced as it is read, piece by piece, so that neither the time nor the memory up to a place
-/// depends on what stands behind it; where the pieces end changes nothing. Offsets count in the text
-/// with the replacements. A replacement gets a blank at its side where its word would be one with the
-/// next: only scripts without blanks have words side by side.
+/// It is replaced as it is read, piece by piece, so that neither the time nor the memory up to a
+/// place depends on what stands behind it; where the pieces end changes nothing. Offsets count in
+/// the text with the replacements. A replacement gets a blank at its side where its word would be
+/// one with the next: only scripts without blanks have words side by side.
 class SpokenText {
  public:
   /// \param original    stays alive and as it is
@@ -25,13 +25,15 @@ class SpokenText {
   explicit SpokenText(std::string_view original, const UserDictionary* dictionary = nullptr)
       : original(original), dictionary(dictionary), reader(original) {}
 
-  /// The next piece, or none at the end. Tags are those of the original, whatever is put between them.
+  /// The next piece, or none at the end. Tags are those of the original, whatever is put between
+  /// them.
   std::optional<MarkupItem> next();
 
   /// Whether the piece that was read last is text that goes on in the next one.
   bool textGoesOn() const { return taken < end || reader.textGoesOn(); }
 
-  /// A part of what was read and not released. \return valid until the next call of next() or release()
+  /// A part of what was read and not released. \return valid until the next call of next() or
+  /// release()
   std::string_view view(std::size_t offset, std::size_t length) const {
     return dictionary == nullptr ? original.substr(offset, length) : window.substr(offset, length);
   }

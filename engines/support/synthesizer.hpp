@@ -32,9 +32,9 @@ class Synthesizer {
   /// \param factor  0.25 to 4, of all the changes but inline tags together
   virtual float ownPitchShift(float factor) const { return factor; }
 
-  /// Reads and speaks a text with its inline tags, whatever bytes it holds: waits for its turn, calls
-  /// utterance.run() once and tells audio, words and marks within it, until all is told or the
-  /// utterance is over. An utterance that is stopped while it waits is run to no purpose.
+  /// Reads and speaks a text with its inline tags, whatever bytes it holds: waits for its turn,
+  /// calls utterance.run() once and tells audio, words and marks within it, until all is told or
+  /// the utterance is over. An utterance that is stopped while it waits is run to no purpose.
   /// \throws KQError when it cannot speak, and what utterance.run() throws
   virtual void speak(SpokenText& text, const SpeechSettings& settings, Utterance& utterance) = 0;
 

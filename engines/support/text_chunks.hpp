@@ -19,8 +19,8 @@ class TextChunks {
   /// \param text  stays alive; is read by nobody else
   explicit TextChunks(SpokenText& text) : text(text) {}
 
-  /// The next chunk, and the text before it is released; none behind the last one. An empty text is one
-  /// empty chunk.
+  /// The next chunk, and the text before it is released; none behind the last one. An empty text is
+  /// one empty chunk.
   std::optional<TextChunk> next();
 
   /// No chunk is longer, in bytes.

@@ -26,7 +26,8 @@ void requireText(const std::string& what, const std::string& text, std::size_t l
   }
 }
 
-/// The number of parts that stand side by side from the begin of a text to its end; 0 if they do not.
+/// The number of parts that stand side by side from the begin of a text to its end; 0 if they do
+/// not.
 std::size_t countParts(std::string_view text) {
   const WordParts parts(text);
   std::size_t count = 0;

@@ -37,9 +37,9 @@ class UserDictionary {
 
   /// Adds an entry, in the place of the word's former one if there is any.
   /// \return false if it is there as it is
-  /// \throws DictionaryError unless the word is a whole one and the replacement is not blank, both are
-  ///         UTF-8 without control characters, backslashes and angle brackets and not too long, and
-  ///         the dictionary has room
+  /// \throws DictionaryError unless the word is a whole one, or several that stand side by side, and
+  ///         the replacement is not blank, both are UTF-8 without control characters, backslashes
+  ///         and angle brackets and not too long, and the dictionary has room
   bool add(const DictionaryEntry& entry);
 
   /// Removes the entries of a word: the exact one, and that of any case.
@@ -51,8 +51,8 @@ class UserDictionary {
 
   bool isEmpty() const { return exact.empty() && anyCase.empty(); }
 
-  /// The entry of the longest word that begins at a place and ends where words may end. Takes the same
-  /// time whatever the size of the dictionary and of the text.
+  /// The entry of the longest word that begins at a place and ends where words may end. Takes the
+  /// same time whatever the size of the dictionary and of the text.
   /// \param place  a part of a word begins there, see WordParts
   DictionaryMatch matchAt(std::string_view text, std::size_t place) const;
 
