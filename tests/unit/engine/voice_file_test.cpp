@@ -171,6 +171,10 @@ TEST_F(VoiceFileTest, ADeviceGivesNothingAtOnce) {
   EXPECT_EQ(valueOf("speed", "/dev/null"), "");
 }
 
+TEST_F(VoiceFileTest, AFileThatIsShorterThanItsSizeIsReadToItsEnd) {
+  EXPECT_EQ(valueOf("speed", "/sys/devices/system/cpu/online"), "");  // a page long, it says
+}
+
 TEST_F(VoiceFileTest, ASocketGivesNothing) {
   const fs::path path = folder.path() / "socket";
   const int descriptor = socket(AF_UNIX, SOCK_STREAM, 0);

@@ -436,6 +436,17 @@ TEST_F(EngineOfADerivedManager, KeepsItsLibraryIfSomebodyElseHoldsIt) {
   EXPECT_TRUE(folder.isMapped("x"));
 }
 
+TEST_F(RegistryTest, AnEngineThatADerivedManagerDropsLeavesItsLibraryOpen) {
+  folder.install("x", "scripted");
+  load("x");
+  journal::take();
+
+  manager.engines.erase("x");
+
+  EXPECT_THAT(journal::take(), ElementsAre("x destroyed"));
+  EXPECT_TRUE(folder.isMapped("x"));
+}
+
 // Teardown -------------------------------------------------------------------------------------
 
 TEST_F(RegistryTest, TerminatingUnloadsInAFixedOrder) {
