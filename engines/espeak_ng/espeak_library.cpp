@@ -10,6 +10,7 @@
 #include <kq/error.hpp>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <thread>
 #include <utility>
@@ -39,9 +40,9 @@ struct Process {
 
   TurnQueue turns{espeakName};
 
-  // Used by the speaker. What eSpeak NG is set to, 0 or "" for unknown.
+  // Used by the speaker. What eSpeak NG is set to; none or "" for unknown.
   std::string voiceFile;
-  std::map<espeak_PARAMETER, int> parameters;
+  std::optional<EspeakParameters> parameters;
 };
 
 Process& process() {
@@ -156,7 +157,7 @@ void listVariants(Process& known) {
 
 void forgetSettings(Process& known) {
   known.voiceFile.clear();
-  known.parameters.clear();
+  known.parameters.reset();
 }
 
 }  // namespace
@@ -216,17 +217,16 @@ void EspeakTurn::apply(const std::string& voiceFile, const EspeakParameters& par
     }
     known.voiceFile = voiceFile;
   }
-  const std::array<std::pair<espeak_PARAMETER, int>, 4> wanted{{{espeakRATE, parameters.rate},
-                                                                {espeakPITCH, parameters.pitch},
-                                                                {espeakRANGE, parameters.range},
-                                                                {espeakVOLUME, parameters.volume}}};
-  for (const auto& [parameter, value] : wanted) {
-    const auto set = known.parameters.find(parameter);
-    if (set == known.parameters.end() || set->second != value) {
-      espeak_ng_SetParameter(parameter, value, 0);
-      known.parameters[parameter] = value;
+  const auto set = [&](espeak_PARAMETER parameter, int EspeakParameters::*value) {
+    if (!known.parameters || *known.parameters.*value != parameters.*value) {
+      espeak_ng_SetParameter(parameter, parameters.*value, 0);
     }
-  }
+  };
+  set(espeakRATE, &EspeakParameters::rate);
+  set(espeakPITCH, &EspeakParameters::pitch);
+  set(espeakRANGE, &EspeakParameters::range);
+  set(espeakVOLUME, &EspeakParameters::volume);
+  known.parameters = parameters;
 }
 
 bool EspeakTurn::speak(const EspeakText& text, Listener& listener) {
@@ -235,7 +235,7 @@ bool EspeakTurn::speak(const EspeakText& text, Listener& listener) {
                                                        POS_CHARACTER, 0, flags, nullptr, &listener);
   if (status != ENS_OK || text.isMarkup) {
     // Markup that was cut short may leave its parameters behind.
-    process().parameters.clear();
+    process().parameters.reset();
   }
   if (status != ENS_OK && status != ENS_SPEECH_STOPPED) {
     throw espeakError("startSynthetizer", "Cannot speak", status);

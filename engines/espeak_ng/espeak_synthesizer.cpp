@@ -98,10 +98,10 @@ void EspeakSynthesizer::speak(SpokenText& text, const SpeechSettings& settings,
   utterance.run([&] {
     const std::string voiceFile = library.voiceFile(settings.sourceVoice);
     turn.apply(voiceFile, EspeakParameters(settings));
-    TextChunks chunks(text);
+    chunks.restart(text);
     EspeakTextWriter writer(text, settings, voiceFile);
-    while (const std::optional<TextChunk> chunk = chunks.next()) {
-      const EspeakText written = writer.write(*chunk);
+    while (const TextChunk* chunk = chunks.next()) {
+      writer.write(*chunk, written);
       ChunkListener listener(written, utterance, endOf(*chunk), library.samplingRate());
       if (!written.isSilent && !turn.speak(written, listener)) {
         return;

@@ -3,7 +3,9 @@
 #include <algorithm>
 
 #include "espeak_ng/espeak_library.hpp"
+#include "espeak_ng/espeak_text.hpp"
 #include "support/synthesizer.hpp"
+#include "support/text_chunks.hpp"
 
 namespace KQ::engines {
 
@@ -24,6 +26,11 @@ class EspeakSynthesizer : public Synthesizer {
 
  private:
   EspeakLibrary library;
+
+  // Used by the holder of the turn. Kept from one utterance to the next: giving their memory back
+  // would delay the return of a start that is stopped.
+  TextChunks chunks;
+  EspeakText written;
 };
 
 }  // namespace KQ::engines

@@ -126,6 +126,8 @@ const char* entity(char byte) {
   }
 }
 
+constexpr std::string_view closingTag = "</prosody>";
+
 /// Appends to an EspeakText and counts its characters.
 class Appender {
  public:
@@ -199,6 +201,14 @@ class Appender {
 
 }  // namespace
 
+void EspeakText::clear() {
+  text.clear();
+  isMarkup = false;
+  isSilent = true;
+  insertions.clear();
+  runs.clear();
+}
+
 EspeakParameters::EspeakParameters(const SpeechSettings& settings, int pitchPercent,
                                    int volumePercent) {
   const double speed = std::clamp<double>(settings.speed, 46, 400);
@@ -218,20 +228,21 @@ EspeakTextWriter::EspeakTextWriter(const SpokenText& sourceText,
                                    const std::string& voiceFile)
     : source(sourceText), settings(speechSettings), language(languageOf(voiceFile)) {}
 
-EspeakText EspeakTextWriter::write(const TextChunk& chunk) {
-  EspeakText written;
+void EspeakTextWriter::write(const TextChunk& chunk, EspeakText& written) {
+  written.clear();
   written.isMarkup = needsMarkup(chunk);
   Appender appender(written, language);
-  std::string tags = written.isMarkup ? openingTag() : "";
+  Prosody inText;
   std::size_t marked = 0;
   for (const MarkupItem& item : chunk) {
     const std::string_view piece = source.view(item.offset, item.length);
     if (item.kind == Kind::text && !isBlank(piece)) {
+      appender.addMarkup(tagsFrom(inText));
+      inText = prosody;
       if (written.insertions.size() > marked) {
         marked = written.insertions.size();
-        tags += "<mark name=\"" + std::to_string(marked - 1) + "\"/>";
+        appender.addMarkup("<mark name=\"" + std::to_string(marked - 1) + "\"/>");
       }
-      appender.addMarkup(std::exchange(tags, ""));
       appender.addSource(piece, item.offset);
     } else if (item.kind == Kind::text || item.kind == Kind::ignored) {
       appender.addMarkup(" ");
@@ -239,18 +250,15 @@ EspeakText EspeakTextWriter::write(const TextChunk& chunk) {
       written.insertions.push_back(item);
     } else {
       change(item);
-      tags = "</prosody>" + openingTag();
     }
   }
-  appender.addMarkup(written.isMarkup ? "</prosody>" : "");
-  return written;
+  appender.addMarkup(inText.isNormal() ? "" : closingTag);
 }
 
 bool EspeakTextWriter::needsMarkup(const TextChunk& chunk) const {
-  return prosody.volume != 100 || prosody.speed != 100 || prosody.pitch != 100 ||
-         std::any_of(chunk.begin(), chunk.end(), [](const MarkupItem& item) {
-           return item.kind != Kind::text && item.kind != Kind::ignored;
-         });
+  return !prosody.isNormal() || std::any_of(chunk.begin(), chunk.end(), [](const MarkupItem& item) {
+    return item.kind != Kind::text && item.kind != Kind::ignored;
+  });
 }
 
 void EspeakTextWriter::change(const MarkupItem& item) {
@@ -265,16 +273,40 @@ void EspeakTextWriter::change(const MarkupItem& item) {
       prosody.pitch = item.value;
       break;
     default:
-      prosody = Percentages();
+      prosody = Prosody();
   }
 }
 
+/// What leads from the prosody that the text has so far to the one that it is to have.
+std::string EspeakTextWriter::tagsFrom(const Prosody& former) const {
+  std::string tags;
+  if (!(former == prosody)) {
+    tags += former.isNormal() ? "" : closingTag;
+    tags += prosody.isNormal() ? "" : openingTag();
+  }
+  return tags;
+}
+
+/// Names only what differs from the settings: reading markup takes eSpeak NG microseconds, which
+/// delay the first audio.
 std::string EspeakTextWriter::openingTag() const {
   // The speed is relative to the engine's, the others are absolute.
   const EspeakParameters absolute(settings, prosody.pitch, prosody.volume);
-  return "<prosody rate=\"" + std::to_string(prosody.speed) + "%\" pitch=\"" +
-         std::to_string(absolute.pitch) + "\" range=\"" + std::to_string(absolute.range) +
-         "\" volume=\"" + std::to_string(absolute.volume) + "\">";
+  std::string tag = "<prosody";
+  const auto add = [&](const char* name, int value, const char* unit) {
+    tag.append(name).append("=\"").append(std::to_string(value)).append(unit).append("\"");
+  };
+  if (prosody.speed != 100) {
+    add(" rate", prosody.speed, "%");
+  }
+  if (prosody.pitch != 100) {
+    add(" pitch", absolute.pitch, "");
+    add(" range", absolute.range, "");
+  }
+  if (prosody.volume != 100) {
+    add(" volume", absolute.volume, "");
+  }
+  return tag + '>';
 }
 
 std::size_t SourcePositions::offsetOf(std::size_t character) {

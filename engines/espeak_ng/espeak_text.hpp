@@ -37,6 +37,9 @@ struct EspeakText {
   std::vector<MarkupItem>
       insertions;         ///< marks and pauses; a mark of eSpeak NG's names one by index
   std::vector<Run> runs;  ///< ascending, begins with character 0
+
+  /// Empties it and keeps its memory.
+  void clear();
 };
 
 /// Turns the chunks of a text into what eSpeak NG reads, one after another: inline tags become its
@@ -44,28 +47,36 @@ struct EspeakText {
 /// NG's; of several at one place only the last one stands there.
 class EspeakTextWriter {
  public:
-  /// \param source     stays alive
+  /// \param source     stays alive, as do the settings
   /// \param voiceFile  of the voice that speaks
   EspeakTextWriter(const SpokenText& source, const SpeechSettings& settings,
                    const std::string& voiceFile);
 
-  EspeakText write(const TextChunk& chunk);
+  /// \param written  gets the chunk in place of what it held, in the same memory
+  void write(const TextChunk& chunk, EspeakText& written);
 
  private:
-  struct Percentages {
+  /// What inline tags set, in percent of the voice's own.
+  struct Prosody {
     int volume = 100;
     int speed = 100;
     int pitch = 100;
+
+    bool isNormal() const { return *this == Prosody(); }
+    bool operator==(const Prosody& other) const {
+      return volume == other.volume && speed == other.speed && pitch == other.pitch;
+    }
   };
 
   bool needsMarkup(const TextChunk& chunk) const;
   void change(const MarkupItem& item);
+  std::string tagsFrom(const Prosody& former) const;
   std::string openingTag() const;
 
   const SpokenText& source;
-  SpeechSettings settings;
+  const SpeechSettings& settings;
   std::string language;  ///< that the voice speaks, as eSpeak NG calls it, between blanks
-  Percentages prosody;
+  Prosody prosody;       ///< at the end of what was written
 };
 
 /// Finds where characters that eSpeak NG counts stand in the source, in linear time for ascending

@@ -94,52 +94,55 @@ bool SpeechEngine::xInitialize(const std::vector<zu::PackageInfo>& packages) {
   }
   opened.language = firstLanguage(*opened.catalogue);
   opened.voice = opened.catalogue->defaultVoice(opened.language);
-  const Lock lock(stateMutex);
-  std::swap(guardedState, opened);
+  changeState([&](State& state) { state = opened; });
   return true;
 }
 
 bool SpeechEngine::xTerminate() {
-  State closed;
-  {
-    const Lock lock(stateMutex);
-    std::swap(guardedState, closed);
-  }
+  const auto closed = changeState([](State& state) { state = State(); });
   dictionaries.unloadAll();
   control.stop();
-  if (closed.synthesizer) {
-    closed.synthesizer->wakeWaiting();
+  if (closed->synthesizer) {
+    closed->synthesizer->wakeWaiting();
   }
   return true;
 }
 
-SpeechEngine::State SpeechEngine::state() const {
+std::shared_ptr<const SpeechEngine::State> SpeechEngine::state() const {
   const Lock lock(stateMutex);
-  return guardedState;
+  return currentState;
+}
+
+template <typename Change>
+std::shared_ptr<const SpeechEngine::State> SpeechEngine::changeState(Change change) {
+  const Lock lock(stateMutex);
+  auto changed = std::make_shared<State>(*currentState);
+  change(*changed);
+  return std::exchange(currentState, std::move(changed));
 }
 
 // Synthesis -----------------------------------------------------------------------------------
 
 void SpeechEngine::xStartSynthetizer(const std::string& text) {
   Utterance utterance(control, callback);
-  const State now = state();
-  if (!now.synthesizer) {
+  const std::shared_ptr<const State> now = state();
+  if (!now->synthesizer) {
     throw KQError(traits.name, "startSynthetizer", "The engine has been shut down.", nullptr, 0);
   }
-  const Sound wanted = sound(now);
+  const Sound wanted = sound(*now);
   utterance.setEffects(wanted.effects);
-  const auto dictionary = dictionaries.loaded(now.language);
+  const auto dictionary = dictionaries.loaded(now->language);
   SpokenText spoken(text, dictionary.get());
   if (dictionary) {
     utterance.setText(spoken);
   }
-  now.synthesizer->speak(spoken, wanted.settings, utterance);
+  now->synthesizer->speak(spoken, wanted.settings, utterance);
 }
 
 void SpeechEngine::xStopSynthetizer() {
   control.stop();
-  if (const auto synthesizer = state().synthesizer) {
-    synthesizer->wakeWaiting();
+  if (const auto now = state(); now->synthesizer) {
+    now->synthesizer->wakeWaiting();
   }
 }
 
@@ -201,9 +204,9 @@ void SpeechEngine::xApplyEffect(const std::string& effect, bool flag) {
 
 /// \throws DictionaryError for a language that the engine does not offer
 std::string SpeechEngine::dictionaryLanguage(const std::string& wanted) const {
-  const State now = state();
-  std::string language = wanted.empty() ? now.language : wanted;
-  if (!contains(now.catalogue->languages(), language)) {
+  const std::shared_ptr<const State> now = state();
+  std::string language = wanted.empty() ? now->language : wanted;
+  if (!contains(now->catalogue->languages(), language)) {
     throw DictionaryError("the engine does not offer the language \"" + language + '"');
   }
   return language;
@@ -277,76 +280,74 @@ std::vector<std::string> SpeechEngine::xGetAvailableParameters() const {
 }
 
 int SpeechEngine::xGetCurrentSamplingRate() const {
-  const State now = state();
-  return now.synthesizer
-             ? now.synthesizer->samplingRate(now.catalogue->voice(now.voice)->sourceVoice)
+  const std::shared_ptr<const State> now = state();
+  return now->synthesizer
+             ? now->synthesizer->samplingRate(now->catalogue->voice(now->voice)->sourceVoice)
              : 0;
 }
 
 int SpeechEngine::xTestTextEncoding(const std::string& first, const std::string& second) {
-  const bool offered = second.empty() || contains(state().catalogue->languages(), second);
+  const bool offered = second.empty() || contains(state()->catalogue->languages(), second);
   return offered && isValidUtf8(first) && first.find('\0') == std::string::npos ? 1 : 0;
 }
 
 // Languages and voices ------------------------------------------------------------------------
 
 void SpeechEngine::xSetCurrentLanguage(const std::string& language) {
-  const Lock lock(stateMutex);
-  if (guardedState.language == language) {
-    return;
-  }
-  const std::string voice = guardedState.catalogue->defaultVoice(language);
-  if (!voice.empty()) {
-    guardedState.language = language;
-    guardedState.voice = voice;
-  }
+  changeState([&](State& state) {
+    const std::string voice = state.catalogue->defaultVoice(language);
+    if (state.language != language && !voice.empty()) {
+      state.language = language;
+      state.voice = voice;
+    }
+  });
 }
 
 void SpeechEngine::xSetCurrentVoice(const std::string& voice) {
-  const Lock lock(stateMutex);
-  if (const PackagedVoice* chosen = guardedState.catalogue->voice(voice)) {
-    guardedState.language = chosen->language;
-    guardedState.voice = voice;
-  }
+  changeState([&](State& state) {
+    if (const PackagedVoice* chosen = state.catalogue->voice(voice)) {
+      state.language = chosen->language;
+      state.voice = voice;
+    }
+  });
 }
 
 void SpeechEngine::xSetDefaultVoice() {
-  const Lock lock(stateMutex);
-  guardedState.voice = guardedState.catalogue->defaultVoice(guardedState.language);
+  changeState([](State& state) { state.voice = state.catalogue->defaultVoice(state.language); });
 }
 
 std::string SpeechEngine::xGetCurrentLanguage() const {
-  return state().language;
+  return state()->language;
 }
 
 std::string SpeechEngine::xGetCurrentVoice() const {
-  return state().voice;
+  return state()->voice;
 }
 
 std::string SpeechEngine::xGetDefaultVoiceForLanguage(const std::string& language) const {
-  return state().catalogue->defaultVoice(language);
+  return state()->catalogue->defaultVoice(language);
 }
 
 std::vector<std::string> SpeechEngine::xGetAvailableLanguages() const {
-  return state().catalogue->languages();
+  return state()->catalogue->languages();
 }
 
 std::map<std::string, std::string> SpeechEngine::xGetAvailableVoices() const {
-  const State now = state();
-  return voiceMap(*now.catalogue, &now.language);
+  const std::shared_ptr<const State> now = state();
+  return voiceMap(*now->catalogue, &now->language);
 }
 
 std::map<std::string, std::string> SpeechEngine::xGetAllAvailableVoices() const {
-  return voiceMap(*state().catalogue, nullptr);
+  return voiceMap(*state()->catalogue, nullptr);
 }
 
 std::vector<std::string> SpeechEngine::xGetOldLanguagesDetected() const {
-  return state().catalogue->outdatedLanguages();
+  return state()->catalogue->outdatedLanguages();
 }
 
 std::string SpeechEngine::xGetVoiceInstallDir(const std::string& voice) const {
-  const State now = state();
-  const PackagedVoice* found = now.catalogue->voice(voice);
+  const std::shared_ptr<const State> now = state();
+  const PackagedVoice* found = now->catalogue->voice(voice);
   return found == nullptr ? std::string() : found->directory.string();
 }
 

@@ -112,7 +112,8 @@ class SpeechEngine : public TextToSpeechEngine {
                         const std::string& fifth) override;
 
  private:
-  /// What changes with the life cycle and the choice of language and voice.
+  /// What changes with the life cycle and the choice of language and voice. Each is constant: a
+  /// change puts another one in its place.
   struct State {
     std::shared_ptr<Synthesizer> synthesizer;  ///< null unless active
     std::shared_ptr<const PackageCatalogue> catalogue = std::make_shared<PackageCatalogue>();
@@ -126,9 +127,13 @@ class SpeechEngine : public TextToSpeechEngine {
     AudioEffects effects;
   };
 
-  State state() const;
+  std::shared_ptr<const State> state() const;
   Sound sound(const State& state) const;
   std::string dictionaryLanguage(const std::string& wanted) const;
+  /// \return the former state, to be let go after the lock: it may be the last one to use its
+  /// synthesiser
+  template <typename Change>
+  std::shared_ptr<const State> changeState(Change change);
   template <typename Work>
   auto withDictionary(const char* method, Work work) const;
 
@@ -139,7 +144,7 @@ class SpeechEngine : public TextToSpeechEngine {
   std::atomic<bool> highPass{false};
   UtteranceControl control;
   mutable std::mutex stateMutex;
-  State guardedState;  ///< guarded by stateMutex
+  std::shared_ptr<const State> currentState = std::make_shared<State>();  ///< guarded by stateMutex
 };
 
 }  // namespace KQ::engines

@@ -40,27 +40,32 @@ constexpr std::array<Ending, 19> endings{{{"\n\n", 6},
                                           {" ", betweenWords},
                                           {"\t", betweenWords}}};
 
+/// From the end on: most texts differ there.
 bool endsWith(std::string_view text, std::string_view ending) {
-  return text.size() >= ending.size() &&
-         text.compare(text.size() - ending.size(), ending.size(), ending) == 0;
+  return text.size() >= ending.size() && std::equal(ending.rbegin(), ending.rend(), text.rbegin());
 }
 
 bool isLower(char c) {
   return c >= 'a' && c <= 'z';
 }
 
-/// How well a text may be cut between two parts, 0 for not at all. \param enough  more is not looked for
-int cutQuality(std::string_view before, std::string_view after, int enough) {
-  if (isUtf8Continuation(after.front())) {
+/// How well a text may be cut at a place within it, 0 for not at all.
+/// \param enough  more is not looked for
+int cutQuality(std::string_view text, std::size_t cut, int enough) {
+  if (isUtf8Continuation(text[cut])) {
     return 0;
   }
   // Most characters of a long text end here: none of the endings ends so.
-  const char last = before.back();
+  const char last = text[cut - 1];
   if (last > ' ' && last <= '~') {
     return withinWord;
   }
+  const std::string_view before = text.substr(0, cut);
+  if (last == ' ' && cut > 1 && isLower(text[cut - 2])) {
+    return betweenWords;  // as at most blanks
+  }
   for (const Ending& ending : endings) {
-    if (ending.quality <= enough || (ending.text.back() == last && endsWith(before, ending.text))) {
+    if (ending.quality <= enough || endsWith(before, ending.text)) {
       return ending.quality;
     }
   }
@@ -86,23 +91,34 @@ bool isSureEnd(std::string_view before, std::string_view after) {
 
 }  // namespace
 
-std::optional<TextChunk> TextChunks::next() {
+void TextChunks::restart(SpokenText& wholeText) {
+  text = &wholeText;
+  pending.clear();
+  size = 0;
+  room = firstLongest;
+  isRead = finished = false;
+}
+
+const TextChunk* TextChunks::next() {
+  chunk.clear();
   if (finished) {
-    return std::nullopt;
+    return nullptr;
   }
   if (!pending.empty()) {
-    text.release(pending.front().offset);
+    text->release(pending.front().offset);
   }
   for (;; room = std::min(4 * room, longest)) {
     read();
     if (size <= room) {
       finished = true;
-      return std::exchange(pending, {});
+      std::swap(chunk, pending);
+      return &chunk;
     }
     const std::size_t cut = bestCut();
     if (room == longest || isSureEnd(rest().substr(0, cut), rest().substr(cut))) {
       room = std::min(4 * room, longest);
-      return take(cut);
+      take(cut);
+      return &chunk;
     }
   }
 }
@@ -110,7 +126,7 @@ std::optional<TextChunk> TextChunks::next() {
 /// Reads on until there is more than the room holds, or the text ends.
 void TextChunks::read() {
   while (size <= room && !isRead) {
-    if (const std::optional<MarkupItem> item = text.next()) {
+    if (const std::optional<MarkupItem> item = text->next()) {
       pending.push_back(*item);
       size += item->length;
     } else {
@@ -121,7 +137,7 @@ void TextChunks::read() {
 
 /// What is pending.
 std::string_view TextChunks::rest() const {
-  return text.view(pending.front().offset, size);
+  return text->view(pending.front().offset, size);
 }
 
 /// The last one of the best places in the second half of the room, in bytes.
@@ -139,7 +155,7 @@ std::size_t TextChunks::bestCut() const {
       }
     } else {
       for (std::size_t cut = std::min(end, room); cut > std::max(begin, room / 2); --cut) {
-        const int quality = cutQuality(all.substr(0, cut), all.substr(cut), bestQuality);
+        const int quality = cutQuality(all, cut, bestQuality);
         if (quality > bestQuality) {
           best = cut;
           bestQuality = quality;
@@ -151,9 +167,8 @@ std::size_t TextChunks::bestCut() const {
   return best;
 }
 
-/// What is pending, up to a place in it.
-TextChunk TextChunks::take(std::size_t cut) {
-  TextChunk chunk;
+/// Moves what is pending, up to a place in it, to the chunk.
+void TextChunks::take(std::size_t cut) {
   std::size_t taken = 0;
   auto item = pending.begin();
   for (; item != pending.end() && taken + item->length <= cut; ++item) {
@@ -168,7 +183,6 @@ TextChunk TextChunks::take(std::size_t cut) {
     divided.length -= some;
   }
   size -= cut;
-  return chunk;
 }
 
 }  // namespace KQ::engines

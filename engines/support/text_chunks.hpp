@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstddef>
-#include <optional>
+#include <string_view>
 #include <vector>
 
 #include "support/spoken_text.hpp"
@@ -16,12 +16,16 @@ using TextChunk = std::vector<MarkupItem>;
 /// text. The first ones are shorter, where a cut is not heard.
 class TextChunks {
  public:
-  /// \param text  stays alive; is read by nobody else
-  explicit TextChunks(SpokenText& text) : text(text) {}
+  TextChunks() = default;
+  explicit TextChunks(SpokenText& text) { restart(text); }
 
-  /// The next chunk, and the text before it is released; none behind the last one. An empty text is
-  /// one empty chunk.
-  std::optional<TextChunk> next();
+  /// Begins with a text, in the memory of the former one.
+  /// \param text  stays alive while it is read, by nobody else
+  void restart(SpokenText& text);
+
+  /// The next chunk, valid until the next call, and the text before it is released; null behind the
+  /// last one. An empty text is one empty chunk.
+  const TextChunk* next();
 
   /// No chunk is longer, in bytes.
   static constexpr std::size_t longest = 8192;
@@ -31,16 +35,17 @@ class TextChunks {
 
   void read();
   std::size_t bestCut() const;
-  TextChunk take(std::size_t cut);
+  void take(std::size_t cut);
 
   std::string_view rest() const;
 
-  SpokenText& text;
+  SpokenText* text = nullptr;
+  TextChunk chunk;       ///< the one that was given last
   TextChunk pending;     ///< was read, and is in no chunk yet
   std::size_t size = 0;  ///< of what is pending, in bytes
   std::size_t room = firstLongest;
   bool isRead = false;  ///< to its end
-  bool finished = false;
+  bool finished = true;
 };
 
 }  // namespace KQ::engines

@@ -6,7 +6,13 @@ namespace KQ::engines {
 
 void TurnQueue::wakeWaiting() {
   const std::lock_guard<std::mutex> lock(mutex);
-  changed.notify_all();
+  wake();
+}
+
+void TurnQueue::wake() {
+  if (!waiting.empty()) {
+    changed.notify_all();
+  }
 }
 
 Turn::Turn(TurnQueue& turnQueue, const Utterance& utterance) : queue(turnQueue) {
@@ -25,7 +31,7 @@ Turn::Turn(TurnQueue& turnQueue, const Utterance& utterance) : queue(turnQueue) 
   if (granted) {
     queue.speaker = std::this_thread::get_id();
   } else {
-    queue.changed.notify_all();
+    queue.wake();
   }
 }
 
@@ -33,7 +39,7 @@ Turn::~Turn() {
   if (granted) {
     const std::lock_guard<std::mutex> lock(queue.mutex);
     queue.speaker = std::thread::id();
-    queue.changed.notify_all();
+    queue.wake();
   }
 }
 

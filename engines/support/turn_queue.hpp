@@ -22,6 +22,9 @@ class TurnQueue {
  private:
   friend class Turn;
 
+  /// With the mutex held.
+  void wake();
+
   const std::string name;
   std::mutex mutex;
   std::condition_variable changed;

@@ -15,9 +15,10 @@ TextToSpeechEngineCallbackInterface& orNobody(TextToSpeechEngineCallbackInterfac
 }  // namespace
 
 void UtteranceControl::stop() {
+  ++stops;  // from here on whoever speaks sees it
   {
+    // Whoever is about to wait has seen it, too, or waits by now.
     const std::lock_guard<std::mutex> lock(mutex);
-    ++stops;
   }
   changed.notify_all();
 }
@@ -41,16 +42,7 @@ void UtteranceControl::resume() {
 Utterance::Utterance(UtteranceControl& engineControl, TextToSpeechEngineCallbackInterface* callback)
     : control(engineControl), host(orNobody(callback)), stopsBefore(engineControl.stops) {}
 
-void Utterance::run(const std::function<void()>& speak) {
-  try {
-    host.onStart();
-    if (!isOver()) {
-      speak();
-      finishEffects();
-    }
-  } catch (...) {
-    keepFirstFailure();
-  }
+void Utterance::end() {
   try {
     host.onEnd(outcome());
   } catch (...) {
@@ -118,7 +110,7 @@ bool Utterance::tellAudio(const std::int16_t* audio, std::size_t count, int samp
   }
   samples += count;
   rate = samplingRate;
-  if (!effects.isAny()) {
+  if (!wantedEffects.isAny()) {
     return tellHost(audio, count);
   }
   try {
@@ -162,10 +154,11 @@ bool Utterance::tellWord(const SpeechWord& word) noexcept {
 
 bool Utterance::tellEvent(const Event& event) noexcept {
   // Before the first audio nothing is held back, and an engine without sound has none.
-  if (!chain) {
+  if (!effects) {
     return tellHost(event);
   }
   try {
+    std::deque<Event>& waiting = effects->waiting;
     const auto place = std::upper_bound(
         waiting.begin(), waiting.end(), event, [](const Event& added, const Event& other) {
           return added.word.samplePosition < other.word.samplePosition;
@@ -192,37 +185,42 @@ bool Utterance::tellHost(const Event& event) noexcept {
 // Effects -------------------------------------------------------------------------------------
 
 void Utterance::change(const std::int16_t* audio, std::size_t count) {
-  if (!chain) {
-    chain = std::make_unique<EffectChain>(effects, rate);
+  if (!effects) {
+    effects = std::make_unique<Effects>(wantedEffects, rate);
   }
-  tellChanged(chain->process(audio, count));
+  tellChanged(effects->chain.process(audio, count));
 }
 
 void Utterance::tellChanged(const std::vector<std::int16_t>& audio) {
   const std::int16_t* next = audio.data();
   for (std::uint64_t left = audio.size(); left > 0 && !isOver();) {
     tellWaitingEvents();
+    const std::deque<Event>& waiting = effects->waiting;
     const std::uint64_t some =
-        waiting.empty() ? left : std::min(left, waiting.front().word.samplePosition - given);
+        waiting.empty() ? left
+                        : std::min(left, waiting.front().word.samplePosition - effects->given);
     tellHost(next, some);
     next += some;
-    given += some;
+    effects->given += some;
     left -= some;
   }
   tellWaitingEvents();
 }
 
 void Utterance::tellWaitingEvents() noexcept {
-  while (!isOver() && !waiting.empty() && waiting.front().word.samplePosition <= given) {
+  std::deque<Event>& waiting = effects->waiting;
+  while (!isOver() && !waiting.empty() && waiting.front().word.samplePosition <= effects->given) {
     tellHost(waiting.front());
     waiting.pop_front();
   }
 }
 
 void Utterance::finishEffects() {
-  if (chain && !isOver()) {
-    tellChanged(chain->finish());
+  if (!effects || isOver()) {
+    return;
   }
+  tellChanged(effects->chain.finish());
+  std::deque<Event>& waiting = effects->waiting;
   for (; !isOver() && !waiting.empty(); waiting.pop_front()) {
     tellHost(waiting.front());
   }

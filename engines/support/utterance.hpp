@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <deque>
 #include <exception>
-#include <functional>
 #include <kq/speech_callback.hpp>
 #include <memory>
 #include <mutex>
@@ -35,9 +34,8 @@ class UtteranceControl {
 
   std::mutex mutex;
   std::condition_variable changed;
-  // Written under mutex, read anywhere.
   std::atomic<std::uint64_t> stops{0};
-  std::atomic<bool> paused{false};
+  std::atomic<bool> paused{false};  ///< written under mutex
 };
 
 /// One text on its way to the host, from one start to one end. Used by the thread that speaks it.
@@ -52,14 +50,27 @@ class Utterance {
 
   /// Changes the audio on its way to the host. Marks and words stay with the audio that they belong
   /// to. Before run().
-  void setEffects(const AudioEffects& wanted) { effects = wanted; }
+  void setEffects(const AudioEffects& wanted) { wantedEffects = wanted; }
 
   /// Words are told as they stand in the text's original. Before run(). \param text  stays alive
   void setText(const SpokenText& spokenText) { text = &spokenText; }
 
   /// Tells the start, lets `speak` speak unless stopped already, and tells the end.
+  /// \param speak  a function without arguments
   /// \throws what `speak` or the host throws
-  void run(const std::function<void()>& speak);
+  template <typename Speak>
+  void run(Speak speak) {
+    try {
+      host.onStart();
+      if (!isOver()) {
+        speak();
+        finishEffects();
+      }
+    } catch (...) {
+      keepFirstFailure();
+    }
+    end();
+  }
 
   /// Whether it is over before its text is: stopped, refused by the sink, or failed.
   bool isOver() const noexcept;
@@ -93,6 +104,16 @@ class Utterance {
     SpeechWord word;          ///< of a mark only the position
   };
 
+  /// The effects, which are at work from the first audio on.
+  struct Effects {
+    Effects(const AudioEffects& wanted, int samplingRate) : chain(wanted, samplingRate) {}
+
+    EffectChain chain;
+    std::deque<Event> waiting;  ///< for the audio before them; by position
+    std::uint64_t given = 0;    ///< samples that went to the host
+  };
+
+  void end();
   template <typename Tell>
   bool guarded(Tell tell) noexcept;
   bool tellHost(const std::int16_t* audio, std::size_t count) noexcept;
@@ -110,12 +131,10 @@ class Utterance {
   const std::uint64_t stopsBefore;
   const SpokenText* text = nullptr;
   std::size_t originalTold = 0;  ///< where the last word that was told ends in the original
-  AudioEffects effects;
-  std::unique_ptr<EffectChain> chain;  ///< null before the first audio, and without effects
-  std::deque<Event> waiting;           ///< for the audio before them; by position
+  AudioEffects wantedEffects;
+  std::unique_ptr<Effects> effects;  ///< null before the first audio, and without effects
   int rate = 0;
   std::uint64_t samples = 0;  ///< that came from the synthesiser
-  std::uint64_t given = 0;    ///< that went to the host, with effects
   bool refused = false;
   std::exception_ptr failure;
 };

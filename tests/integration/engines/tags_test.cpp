@@ -31,6 +31,14 @@ std::vector<int> marksIn(const std::string& text) {
   return numbers;
 }
 
+double levelBehindFirstWord(const std::string& text) {
+  SpeakingEngine speaking;
+  speaking->startSynthetizer(text);
+  const Samples samples = speaking.host.samples();
+  const auto begin = speaking.host.events(Kind::word).at(1).word.samplePosition;
+  return test::level({samples.begin() + static_cast<std::ptrdiff_t>(begin), samples.end()});
+}
+
 TEST(Marks, AreToldInOrder) {
   EXPECT_THAT(marksIn("One \\mrk=1\\ two. \\mrk=22\\ Three, \\mrk=-3\\ four"),
               ElementsAre(1, 22, -3));
@@ -170,6 +178,33 @@ TEST(Reset, GoesBackToTheVoicesSettings) {
   const double normal = test::length(spoken("Hello my friend"));
   const Samples reset = spoken("\\RSPD=50\\\\Vol=10\\\\VCT=200\\\\RST\\Hello my friend");
   EXPECT_NEAR(test::length(reset) / normal, 1, 0.02);
+}
+
+TEST(Reset, BehindAWordHoldsForTheNextOnes) {
+  const double normal = levelBehindFirstWord("Hello my friend");
+  EXPECT_NEAR(levelBehindFirstWord("\\Vol=10\\Hello \\RST\\my friend") / normal, 1, 0.05);
+}
+
+TEST(Settings, InTheTextHoldAllAtOnce) {
+  const std::string text = "The quick brown fox jumps over the lazy dog";
+  const Samples normal = spoken(text);
+  const Samples changed = spoken("\\RSPD=50\\\\Vol=50\\\\VCT=150\\" + text);
+  EXPECT_NEAR(test::length(changed) / test::length(normal), 2, 0.15);
+  EXPECT_NEAR(test::level(changed) / test::level(spoken("\\RSPD=50\\\\VCT=150\\" + text)), 0.5,
+              0.03);
+  EXPECT_NEAR(test::pitch(changed, rate) / test::pitch(normal, rate), 1.5, 0.15);
+}
+
+TEST(Settings, InTheTextTakeThePlaceOfFormerOnes) {
+  const double normal = levelBehindFirstWord("Hello my friend");
+  EXPECT_NEAR(levelBehindFirstWord("\\Vol=10\\Hello \\Vol=50\\my friend") / normal, 0.5, 0.05);
+}
+
+TEST(Settings, InTheTextDoNotLengthenTheLastWord) {
+  SpeakingEngine speaking;
+  const std::string text = "Hello \\Vol=50\\my \\RST\\friend.";
+  speaking->startSynthetizer(text);
+  EXPECT_THAT(speaking.host.words(text), ElementsAre("Hello", "my", "friend"));
 }
 
 TEST(Settings, InTheTextLastOverAChunksEnd) {

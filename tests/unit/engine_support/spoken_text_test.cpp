@@ -290,7 +290,7 @@ TEST(SpokenInPieces, IsAsTheWholeText) {
 std::vector<std::string> chunksOf(SpokenText&& text) {
   std::vector<std::string> all;
   TextChunks chunks(text);
-  while (const std::optional<TextChunk> chunk = chunks.next()) {
+  while (const TextChunk* chunk = chunks.next()) {
     all.emplace_back();
     for (const MarkupItem& item : *chunk) {
       all.back() += text.view(item.offset, item.length);

@@ -12,6 +12,7 @@
 
 namespace {
 
+using KQ::engines::SpokenText;
 using KQ::engines::TextChunk;
 using KQ::engines::TextChunks;
 using test::repeat;
@@ -20,9 +21,9 @@ using ::testing::ElementsAre;
 /// The chunks of a text, tags included.
 std::vector<std::string> cut(const std::string& text) {
   std::vector<std::string> all;
-  KQ::engines::SpokenText spoken(text);
+  SpokenText spoken(text);
   TextChunks chunks(spoken);
-  while (const std::optional<TextChunk> chunk = chunks.next()) {
+  while (const TextChunk* chunk = chunks.next()) {
     all.emplace_back();
     for (const auto& item : *chunk) {
       all.back() += text.substr(item.offset, item.length);
@@ -52,6 +53,24 @@ TEST(TextChunks, LoseNothingAndAreNotTooLong) {
   for (const std::string& chunk : chunks) {
     EXPECT_LE(chunk.size(), TextChunks::longest);
   }
+}
+
+TEST(TextChunks, RestartedWithinATextAreThoseOfTheOther) {
+  const std::string text = repeat("The \\mrk=7\\dogs run right away. ", 1000);
+  SpokenText other(text);
+  SpokenText left(text);
+  SpokenText again(text);
+  TextChunks fresh(other);
+  TextChunks restarted(left);
+  restarted.next();
+  restarted.restart(again);
+  while (const TextChunk* expected = fresh.next()) {
+    const TextChunk* const chunk = restarted.next();
+    ASSERT_TRUE(chunk != nullptr);
+    EXPECT_EQ(chunk->size(), expected->size());
+    EXPECT_EQ(chunk->front().offset, expected->front().offset);
+  }
+  EXPECT_TRUE(restarted.next() == nullptr);
 }
 
 TEST(TextChunks, AreNotCutWithinACharacter) {
