@@ -20,7 +20,7 @@ namespace fs = boost::filesystem;
 namespace {
 
 constexpr std::size_t longestFileName = 200;
-constexpr std::chrono::seconds longestWait{1};
+constexpr std::chrono::seconds longestWait{3};
 
 [[noreturn]] void failWith(const fs::path& file, const std::string& what, int error) {
   throw DictionaryError(file.string() + ": " + what + ": " +
@@ -51,7 +51,7 @@ class Descriptor {
       if (std::chrono::steady_clock::now() > end) {
         throw DictionaryError(file.string() + ": another process keeps it locked");
       }
-      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
   }
 

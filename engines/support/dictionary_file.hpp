@@ -34,7 +34,7 @@ class DictionaryFile {
   /// former or the new one, whatever happens.
   /// \param change  returns whether anything has changed
   /// \throws DictionaryError when it cannot be read or written, or another process keeps it for more
-  ///         than a second; what `change` throws. The file is as it was then
+  ///         than three seconds; what `change` throws. The file is as it was then
   UserDictionary update(const std::function<bool(UserDictionary&)>& change) const;
 
   /// A longer one, in bytes, is neither read nor written.
