@@ -8,7 +8,7 @@ namespace bench {
 /// What the process has, in bytes.
 struct Memory {
   double allocated;  ///< by mallinfo2()
-  double resident;   ///< by /proc/self/statm
+  double resident;   ///< by /proc/self/smaps_rollup
 };
 
 /// Memory at two moments of an engine's life.
