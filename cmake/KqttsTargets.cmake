@@ -15,6 +15,13 @@ set(KQTTS_PLUGIN_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib/kqtts)
 
 set(KQTTS_SANITIZE "" CACHE STRING "Sanitizers for -fsanitize=, for example address,undefined")
 
+# For tests and tools, whose templates are long to compile: without the checks of each pointer that is used. The
+# library, the platform and the engines keep them.
+set(KQTTS_WITHOUT_POINTER_CHECKS "")
+if(KQTTS_SANITIZE MATCHES "undefined")
+  set(KQTTS_WITHOUT_POINTER_CHECKS -fno-sanitize=null,vptr,alignment,object-size)
+endif()
+
 # kqtts_target(<target>): warnings as errors, the chosen sanitizers, no machine's paths in the result.
 function(kqtts_target target)
   target_compile_options(${target} PRIVATE

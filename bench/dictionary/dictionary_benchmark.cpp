@@ -4,23 +4,17 @@
 #include <string>
 #include <vector>
 
+#include "support/benchmark_setup.hpp"
 #include "support/ratio_reporter.hpp"
 #include "support/spoken_text.hpp"
 
 namespace {
 
+using bench::repeated;
 using KQ::engines::SpokenText;
 using KQ::engines::UserDictionary;
 
 constexpr std::size_t megabyte = 1000 * 1000;
-
-std::string repeated(const std::string& unit, std::size_t size) {
-  std::string text;
-  while (text.size() < size) {
-    text += unit;
-  }
-  return text;
-}
 
 /// With so many entries, one of them for a word of each text.
 std::shared_ptr<const UserDictionary> dictionaryOf(std::size_t entries) {
@@ -66,13 +60,7 @@ std::vector<Figure> addFigures(const std::string& language, const std::string& u
 }  // namespace
 
 int main(int argc, char** argv) {
-  char interleaving[] = "--benchmark_enable_random_interleaving=true";
-  char repetitions[] = "--benchmark_repetitions=5";
-  char minimumTime[] = "--benchmark_min_time=0.05";
-  std::vector<char*> arguments = {argv[0], interleaving, repetitions, minimumTime};
-  arguments.insert(arguments.end(), argv + 1, argv + argc);
-  int size = static_cast<int>(arguments.size());
-  benchmark::Initialize(&size, arguments.data());
+  bench::initialize(argc, argv, {"--benchmark_repetitions=5", "--benchmark_min_time=0.05"});
 
   std::vector<Figure> figures = addFigures(
       "English", "The next train to the airport leaves from platform four at half past nine. ");

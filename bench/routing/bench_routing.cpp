@@ -22,6 +22,8 @@
 #include <zu/log.hpp>
 #include <zu/path.hpp>
 
+#include "support/benchmark_setup.hpp"
+
 namespace {
 
 using benchmark::State;
@@ -343,13 +345,7 @@ int main(int argc, char** argv) {
   zu::log::setLevel(zu::log::Level::warning);
   zu::path::addLibDir(PLUGIN_FOLDER);
 
-  char repetitions[] = "--benchmark_repetitions=25";
-  char interleaving[] = "--benchmark_enable_random_interleaving=true";
-  char minimalTime[] = "--benchmark_min_time=0.01";
-  std::vector<char*> arguments = {argv[0], repetitions, interleaving, minimalTime};
-  arguments.insert(arguments.end(), argv + 1, argv + argc);
-  int count = static_cast<int>(arguments.size());
-  benchmark::Initialize(&count, arguments.data());
+  bench::initialize(argc, argv, {"--benchmark_repetitions=25", "--benchmark_min_time=0.01"});
   FastestReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
 

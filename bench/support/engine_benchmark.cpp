@@ -12,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "support/benchmark_setup.hpp"
 #include "support/dictionary_folder.hpp"
 #include "support/peak_memory.hpp"
 #include "support/ratio_table.hpp"
@@ -268,14 +269,9 @@ int runEngineBenchmark(int argc, char** argv, const EngineUnderTest& engine) {
     return 0;
   }
   const DictionaryFolder dictionaries;
-  std::string interleaving = "--benchmark_enable_random_interleaving=true";
-  std::string repeated = "--benchmark_repetitions=" + std::to_string(engine.repetitions);
-  std::string onlyAggregates = "--benchmark_report_aggregates_only=true";
-  std::vector<char*> arguments{argv[0], interleaving.data(), repeated.data(),
-                               onlyAggregates.data()};
-  arguments.insert(arguments.end(), argv + 1, argv + argc);
-  int count = static_cast<int>(arguments.size());
-  benchmark::Initialize(&count, arguments.data());
+  initialize(argc, argv,
+             {"--benchmark_repetitions=" + std::to_string(engine.repetitions),
+              "--benchmark_report_aggregates_only=true"});
 
   Comparison comparison(engine);
   addFigures(comparison, engine);

@@ -12,22 +12,15 @@
 #include <string>
 #include <vector>
 
+#include "support/benchmark_setup.hpp"
 #include "support/ratio_reporter.hpp"
 
 namespace {
 
+using bench::repeated;
 constexpr std::size_t megabyte = 1000 * 1000;
 
 // Texts --------------------------------------------------------------------------------------
-
-std::string repeated(const std::string& unit, std::size_t size) {
-  std::string text;
-  text.reserve(size + unit.size());
-  while (text.size() < size) {
-    text += unit;
-  }
-  return text;
-}
 
 /// 100 bytes each.
 const std::string sentence =
@@ -332,13 +325,7 @@ void addPreferenceFile(Comparison& comparison, const std::string& file) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  char interleaving[] = "--benchmark_enable_random_interleaving=true";
-  char repetitions[] = "--benchmark_repetitions=9";
-  char minimumTime[] = "--benchmark_min_time=0.05";
-  std::vector<char*> arguments = {argv[0], interleaving, repetitions, minimumTime};
-  arguments.insert(arguments.end(), argv + 1, argv + argc);
-  int size = static_cast<int>(arguments.size());
-  benchmark::Initialize(&size, arguments.data());
+  bench::initialize(argc, argv, {"--benchmark_repetitions=9", "--benchmark_min_time=0.05"});
 
   const boost::filesystem::path file =
       boost::filesystem::temp_directory_path() / boost::filesystem::unique_path();
