@@ -106,8 +106,8 @@ std::size_t plainLength(std::string_view text) {
 
 /// The character, or a blank in its place. \param character  one byte if it is no valid one
 std::string_view toBeRead(std::string_view character, const std::string& language) {
-  const char byte = character.front();
-  const bool isControl = (byte >= 0 && byte < ' ' && byte != '\n' && byte != '\t') || byte == 0x7F;
+  const auto byte = static_cast<unsigned char>(character.front());
+  const bool isControl = (byte < ' ' && byte != '\n' && byte != '\t') || byte == 0x7F;
   const bool isRead = utf8Length(character) != 0 && !isControl && byte != '\\' &&
                       (character.size() == 1 || isSpoken(character, language));
   return isRead ? character : " ";
