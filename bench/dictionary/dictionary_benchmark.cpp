@@ -6,7 +6,7 @@
 
 #include "support/benchmark_setup.hpp"
 #include "support/ratio_reporter.hpp"
-#include "support/spoken_text.hpp"
+#include "text/spoken_text.hpp"
 
 namespace {
 

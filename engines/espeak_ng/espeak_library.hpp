@@ -4,8 +4,8 @@
 
 #include <string>
 
+#include "engine/turn_queue.hpp"
 #include "espeak_ng/espeak_text.hpp"
-#include "support/turn_queue.hpp"
 
 namespace KQ::engines {
 

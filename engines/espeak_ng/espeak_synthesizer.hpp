@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
+#include "engine/synthesizer.hpp"
 #include "espeak_ng/espeak_library.hpp"
 #include "espeak_ng/espeak_text.hpp"
-#include "support/synthesizer.hpp"
-#include "support/text_chunks.hpp"
+#include "text/text_chunks.hpp"
 
 namespace KQ::engines {
 

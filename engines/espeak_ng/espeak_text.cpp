@@ -7,7 +7,7 @@
 #include <cmath>
 #include <utility>
 
-#include "support/utf8.hpp"
+#include "text/utf8.hpp"
 
 namespace KQ::engines {
 

@@ -5,8 +5,8 @@
 #include <string_view>
 #include <vector>
 
-#include "support/synthesizer.hpp"
-#include "support/text_chunks.hpp"
+#include "engine/synthesizer.hpp"
+#include "text/text_chunks.hpp"
 
 namespace KQ::engines {
 

@@ -1,7 +1,7 @@
 #include <memory>
 
+#include "engine/plugin_entries.hpp"
 #include "espeak_ng/espeak_synthesizer.hpp"
-#include "support/plugin_entries.hpp"
 
 KQ::engines::EngineTraits KQ::engines::pluginTraits() {
   EngineTraits traits;

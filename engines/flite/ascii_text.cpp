@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <array>
 
-#include "support/utf8.hpp"
+#include "text/utf8.hpp"
 
 namespace KQ::engines {
 

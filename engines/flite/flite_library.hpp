@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "engine/turn_queue.hpp"
 #include "flite/flite_text.hpp"
-#include "support/turn_queue.hpp"
 
 namespace KQ::engines {
 

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
+#include "engine/synthesizer.hpp"
 #include "flite/flite_library.hpp"
-#include "support/synthesizer.hpp"
 
 namespace KQ::engines {
 

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "flite/ascii_text.hpp"
-#include "support/utf8.hpp"
+#include "text/utf8.hpp"
 
 namespace KQ::engines {
 

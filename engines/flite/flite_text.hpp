@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "support/spoken_text.hpp"
+#include "text/spoken_text.hpp"
 
 namespace KQ::engines {
 

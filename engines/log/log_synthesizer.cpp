@@ -8,7 +8,7 @@
 #include <zu/log.hpp>
 
 #include "log/silent_words.hpp"
-#include "support/utf8.hpp"
+#include "text/utf8.hpp"
 
 namespace KQ::engines {
 

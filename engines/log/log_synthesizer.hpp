@@ -1,8 +1,8 @@
 #pragma once
 
-#include "support/parameter_table.hpp"
-#include "support/synthesizer.hpp"
-#include "support/turn_queue.hpp"
+#include "engine/parameter_table.hpp"
+#include "engine/synthesizer.hpp"
+#include "engine/turn_queue.hpp"
 
 namespace KQ::engines {
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "support/utf8.hpp"
+#include "text/utf8.hpp"
 
 namespace KQ::engines {
 

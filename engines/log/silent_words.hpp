@@ -5,7 +5,7 @@
 #include <optional>
 #include <string_view>
 
-#include "support/spoken_text.hpp"
+#include "text/spoken_text.hpp"
 
 namespace KQ::engines {
 

@@ -3,9 +3,9 @@
 
 #include <boost/filesystem/operations.hpp>
 
+#include "dictionary/dictionary_file.hpp"
 #include "dictionary_oracle.hpp"
 #include "fuzz_target.hpp"
-#include "support/dictionary_file.hpp"
 
 namespace {
 

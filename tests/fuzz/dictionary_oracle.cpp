@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "support/spoken_text.hpp"
-#include "support/word_parts.hpp"
+#include "text/spoken_text.hpp"
+#include "text/word_parts.hpp"
 
 namespace oracle {
 

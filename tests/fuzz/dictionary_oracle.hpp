@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "support/user_dictionary.hpp"
+#include "dictionary/user_dictionary.hpp"
 
 /// A dictionary's work on a text as plain steps on the whole of it, whatever time they take.
 namespace oracle {

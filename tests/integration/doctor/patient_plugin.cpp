@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "support/speech_engine.hpp"
-#include "support/warning.hpp"
+#include "engine/speech_engine.hpp"
+#include "engine/warning.hpp"
 
 namespace {
 

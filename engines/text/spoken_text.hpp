@@ -1,0 +1,85 @@
+#pragma once
+
+#include <cstddef>
+#include <kq/speech_callback.hpp>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "dictionary/user_dictionary.hpp"
+#include "text/markup_reader.hpp"
+
+namespace KQ::engines {
+
+/// A text with inline tags as it is spoken: with the words of a user's dictionary replaced.
+///
+/// It is replaced as it is read, piece by piece, so that neither the time nor the memory up to a
+/// place depends on what stands behind it; where the pieces end changes nothing. Offsets count in
+/// the text with the replacements. A replacement gets a blank at its side where its word would be
+/// one with the next: only scripts without blanks have words side by side.
+class SpokenText {
+ public:
+  /// \param original    stays alive and as it is
+  /// \param dictionary  stays alive and as it is; null if nothing is to be replaced
+  explicit SpokenText(std::string_view original, const UserDictionary* dictionary = nullptr)
+      : original(original), dictionary(dictionary), reader(original) {}
+
+  /// The next piece, or none at the end. Tags are those of the original, whatever is put between
+  /// them.
+  std::optional<MarkupItem> next();
+
+  /// Whether the piece that was read last is text that goes on in the next one.
+  bool textGoesOn() const { return taken < end || reader.textGoesOn(); }
+
+  /// A part of what was read and not released. \return valid until the next call of next() or
+  /// release()
+  std::string_view view(std::size_t offset, std::size_t length) const {
+    return dictionary == nullptr ? original.substr(offset, length) : window.substr(offset, length);
+  }
+
+  /// Nothing before that place is asked for any more.
+  void release(std::size_t offset);
+
+  /// A word where it stands in the original: one of a replacement stands for all that was replaced.
+  /// \param word  of what was read and not released
+  SpeechWord inOriginal(const SpeechWord& word) const;
+
+ private:
+  /// A part of the text with the replacements.
+  struct Window {
+    std::string text;
+    std::size_t begin = 0;
+
+    std::size_t end() const { return begin + text.size(); }
+    std::string_view substr(std::size_t offset, std::size_t length) const {
+      return std::string_view(text).substr(offset - begin, length);
+    }
+  };
+
+  struct Replacement {
+    std::size_t offset;
+    std::size_t length;
+    std::size_t originalOffset;
+    std::size_t originalLength;
+  };
+
+  MarkupItem takeTag(const MarkupItem& tag);
+  MarkupItem takeText();
+  void takeUpTo(std::size_t place);
+  void replace(const DictionaryEntry& entry, std::size_t length);
+  const Replacement* lastReplacementUpTo(std::size_t offset) const;
+
+  std::string_view original;
+  const UserDictionary* dictionary;
+  MarkupReader reader;
+  // Without a dictionary, nothing of the following is used.
+  std::size_t taken = 0;  ///< bytes of the original that are in the window or before it
+  std::size_t end = 0;    ///< of the original's piece of text that is being taken
+  Window window;
+  const DictionaryEntry* lastEntry =
+      nullptr;                            ///< whose replacement was taken last; null for other text
+  std::vector<Replacement> replacements;  ///< ascending; those of the window, and the one before it
+};
+
+}  // namespace KQ::engines

@@ -1,0 +1,220 @@
+#include "engine/utterance.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <numeric>
+#include <stdexcept>
+
+#include "support/speech_recorder.hpp"
+
+namespace {
+
+using KQ::engines::AudioEffects;
+using KQ::engines::Utterance;
+using KQ::engines::UtteranceControl;
+using test::Samples;
+using test::SpeechEvent;
+using test::SpeechRecorder;
+using ::testing::ElementsAre;
+using EventKind = SpeechEvent::Kind;
+
+constexpr int samplingRate = 22050;
+constexpr std::size_t bufferSize = 441;
+const AudioEffects lateEffects{1.5F, {{1.25F, 0.5F, 0.1F}}, true};
+
+/// An utterance of a buzz, told in buffers.
+class ChangedUtterance : public ::testing::Test {
+ protected:
+  void tellBuffers(int count) {
+    const Samples buffer = test::tone(300, bufferSize, samplingRate);
+    for (int i = 0; i < count; ++i) {
+      utterance.tellAudio(buffer.data(), buffer.size(), samplingRate);
+    }
+  }
+
+  /// The number of samples that came before the first event of a kind.
+  std::size_t samplesBefore(EventKind kind) const {
+    std::size_t count = 0;
+    for (const SpeechEvent& event : host.events()) {
+      if (event.kind == kind) {
+        break;
+      }
+      count += event.count;
+    }
+    return count;
+  }
+
+  SpeechRecorder host;
+  UtteranceControl control;
+  Utterance utterance{control, &host};
+};
+
+TEST_F(ChangedUtterance, WithoutEffectsIsPassedOnAsItIs) {
+  const Samples buffer = test::tone(300, bufferSize, samplingRate);
+  utterance.setEffects({});
+  utterance.run([&] { utterance.tellAudio(buffer.data(), buffer.size(), samplingRate); });
+  EXPECT_EQ(host.samples(), buffer);
+}
+
+TEST_F(ChangedUtterance, LosesNothingAtTheEnd) {
+  utterance.setEffects(lateEffects);
+  utterance.run([&] { tellBuffers(50); });
+  EXPECT_EQ(host.samples().size(), 50 * bufferSize + samplingRate / 10);
+  EXPECT_THAT(host.ends(), ElementsAre(SpeechEnd::finished));
+}
+
+TEST_F(ChangedUtterance, CountsTheSynthesisersSamples) {
+  utterance.setEffects(lateEffects);
+  utterance.run([&] {
+    tellBuffers(3);
+    EXPECT_EQ(utterance.samplesTold(), 3 * bufferSize);
+  });
+}
+
+TEST_F(ChangedUtterance, TellsAMarkBetweenItsSamples) {
+  utterance.setEffects(lateEffects);
+  utterance.run([&] {
+    tellBuffers(20);
+    utterance.tellMark(7, utterance.samplesTold());
+    tellBuffers(20);
+  });
+  ASSERT_EQ(host.events(EventKind::mark).size(), 1U);
+  EXPECT_EQ(host.events(EventKind::mark)[0].number, 7);
+  EXPECT_EQ(host.events(EventKind::mark)[0].word.samplePosition, 20 * bufferSize);
+  EXPECT_EQ(samplesBefore(EventKind::mark), 20 * bufferSize);
+}
+
+TEST_F(ChangedUtterance, TellsAWordBeforeItsSamples) {
+  utterance.setEffects(lateEffects);
+  utterance.run([&] {
+    tellBuffers(20);
+    utterance.tellWord({4, 5, utterance.samplesTold() + 100});
+    tellBuffers(20);
+  });
+  ASSERT_EQ(host.events(EventKind::word).size(), 1U);
+  EXPECT_EQ(host.events(EventKind::word)[0].word.textOffset, 4U);
+  EXPECT_EQ(samplesBefore(EventKind::word), 20 * bufferSize + 100);
+}
+
+TEST_F(ChangedUtterance, TellsEventsInTheOrderOfTheirPositions) {
+  utterance.setEffects(lateEffects);
+  utterance.run([&] {
+    tellBuffers(20);
+    const std::uint64_t told = utterance.samplesTold();
+    utterance.tellWord({0, 1, told + 300});
+    utterance.tellMark(1, told + 100);
+    utterance.tellMark(2, told + 100);
+    tellBuffers(20);
+  });
+  EXPECT_EQ(host.events(EventKind::mark)[0].number, 1);
+  EXPECT_EQ(host.events(EventKind::mark)[1].number, 2);
+  EXPECT_EQ(samplesBefore(EventKind::mark), 20 * bufferSize + 100);
+  EXPECT_EQ(samplesBefore(EventKind::word), 20 * bufferSize + 300);
+}
+
+TEST_F(ChangedUtterance, WithoutAudioTellsEventsAtOnce) {
+  utterance.setEffects(lateEffects);
+  utterance.run([&] {
+    utterance.tellWord({0, 1, 300});
+    EXPECT_EQ(host.events(EventKind::word).size(), 1U);
+    utterance.tellMark(1, 5000);
+    EXPECT_EQ(host.events(EventKind::mark).size(), 1U);
+  });
+}
+
+TEST_F(ChangedUtterance, TellsEventsBehindTheLastSample) {
+  utterance.setEffects({1, {}, true});
+  utterance.run([&] {
+    tellBuffers(2);
+    utterance.tellMark(1, 100000);
+  });
+  EXPECT_EQ(host.events(EventKind::mark).size(), 1U);
+}
+
+TEST_F(ChangedUtterance, TellsAMarkAtTheVeryEnd) {
+  utterance.setEffects(lateEffects);
+  utterance.run([&] {
+    tellBuffers(20);
+    utterance.tellMark(7, utterance.samplesTold());
+  });
+  EXPECT_EQ(samplesBefore(EventKind::mark), 20 * bufferSize);
+}
+
+TEST_F(ChangedUtterance, StoppedOneTellsNothingOfWhatWasHeldBack) {
+  utterance.setEffects(lateEffects);
+  utterance.run([&] {
+    tellBuffers(20);
+    control.stop();
+    utterance.tellMark(7, 0);
+  });
+  const std::size_t heard = host.samples().size();
+  EXPECT_LT(heard, 20 * bufferSize);
+  EXPECT_TRUE(host.events(EventKind::mark).empty());
+  EXPECT_THAT(host.ends(), ElementsAre(SpeechEnd::stopped));
+}
+
+TEST_F(ChangedUtterance, StopDuringTheRestEndsIt) {
+  utterance.setEffects(lateEffects);
+  bool allIsSpoken = false;
+  host.atAudio = [&] {
+    if (allIsSpoken) {
+      control.stop();
+    }
+    return true;
+  };
+  utterance.run([&] {
+    tellBuffers(20);
+    utterance.tellMark(7, utterance.samplesTold());
+    allIsSpoken = true;
+  });
+  EXPECT_TRUE(host.events(EventKind::mark).empty());
+  EXPECT_THAT(host.ends(), ElementsAre(SpeechEnd::stopped));
+}
+
+TEST_F(ChangedUtterance, RefusingSinkEndsIt) {
+  utterance.setEffects(lateEffects);
+  host.atAudio = [] { return false; };
+  utterance.run([&] { tellBuffers(50); });
+  EXPECT_EQ(host.events(EventKind::audio).size(), 1U);
+  EXPECT_THAT(host.ends(), ElementsAre(SpeechEnd::stopped));
+}
+
+TEST_F(ChangedUtterance, FailingSinkEndsIt) {
+  utterance.setEffects(lateEffects);
+  host.atAudio = []() -> bool { throw std::runtime_error("no more"); };
+  EXPECT_THROW(utterance.run([&] { tellBuffers(50); }), std::runtime_error);
+  EXPECT_EQ(host.events(EventKind::audio).size(), 1U);
+  EXPECT_THAT(host.ends(), ElementsAre(SpeechEnd::failed));
+}
+
+TEST_F(ChangedUtterance, FailedSynthesisIsNotPlayedOut) {
+  utterance.setEffects(lateEffects);
+  EXPECT_THROW(utterance.run([&] {
+    tellBuffers(20);
+    throw std::runtime_error("cannot speak");
+  }),
+               std::runtime_error);
+  EXPECT_LT(host.samples().size(), 20 * bufferSize);
+}
+
+TEST_F(ChangedUtterance, PauseHoldsWhatIsHeldBack) {
+  utterance.setEffects({1, {{1.5F, 1, 0.5F}}, false});
+  test::Latch spoken;
+  std::thread speech([&] {
+    utterance.run([&] {
+      tellBuffers(20);
+      control.pause();
+      spoken.open();
+    });
+  });
+  ASSERT_TRUE(spoken.wait());
+  const std::size_t heard = host.samples().size();
+  EXPECT_TRUE(host.ends().empty());
+  control.resume();
+  speech.join();
+  EXPECT_LT(heard, 20 * bufferSize + samplingRate / 2);
+  EXPECT_EQ(host.samples().size(), 20 * bufferSize + samplingRate / 2);
+}
+
+}  // namespace
