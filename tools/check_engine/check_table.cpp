@@ -1,4 +1,4 @@
-#include "checks.hpp"
+#include "check_engine/checks.hpp"
 
 namespace tool {
 

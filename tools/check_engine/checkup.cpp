@@ -1,4 +1,4 @@
-#include "checkup.hpp"
+#include "check_engine/checkup.hpp"
 
 #include <algorithm>
 #include <boost/algorithm/string/classification.hpp>
@@ -6,9 +6,9 @@
 #include <iostream>
 #include <set>
 
-#include "child_process.hpp"
-#include "failure.hpp"
-#include "utf8.hpp"
+#include "system/child_process.hpp"
+#include "system/failure.hpp"
+#include "text/utf8.hpp"
 
 namespace tool {
 

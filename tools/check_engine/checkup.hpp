@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "checks.hpp"
-#include "examination.hpp"
+#include "check_engine/checks.hpp"
+#include "check_engine/examination.hpp"
 
 namespace tool {
 

@@ -1,4 +1,4 @@
-#include "event_recorder.hpp"
+#include "check_engine/event_recorder.hpp"
 
 #include <algorithm>
 

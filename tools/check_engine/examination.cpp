@@ -1,4 +1,4 @@
-#include "examination.hpp"
+#include "check_engine/examination.hpp"
 
 #include <cxxabi.h>
 
@@ -6,7 +6,7 @@
 #include <boost/core/demangle.hpp>
 #include <exception>
 
-#include "utf8.hpp"
+#include "text/utf8.hpp"
 
 namespace tool {
 

@@ -8,7 +8,7 @@
 #include <vector>
 #include <zu/package_info.hpp>
 
-#include "child_process.hpp"
+#include "system/child_process.hpp"
 
 namespace tool {
 

@@ -2,8 +2,8 @@
 #include <cmath>
 #include <set>
 
-#include "checks.hpp"
-#include "trial_engine.hpp"
+#include "check_engine/checks.hpp"
+#include "check_engine/trial_engine.hpp"
 
 namespace tool {
 

@@ -1,9 +1,9 @@
-#include "report.hpp"
+#include "check_engine/report.hpp"
 
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
-#include "utf8.hpp"
+#include "text/utf8.hpp"
 
 namespace tool {
 

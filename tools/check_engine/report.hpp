@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "checkup.hpp"
+#include "check_engine/checkup.hpp"
 
 namespace tool {
 

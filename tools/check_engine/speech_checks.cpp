@@ -1,7 +1,7 @@
 #include <algorithm>
 
-#include "checks.hpp"
-#include "trial_engine.hpp"
+#include "check_engine/checks.hpp"
+#include "check_engine/trial_engine.hpp"
 
 namespace tool {
 

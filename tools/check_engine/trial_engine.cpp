@@ -1,4 +1,4 @@
-#include "trial_engine.hpp"
+#include "check_engine/trial_engine.hpp"
 
 #include <boost/make_shared.hpp>
 

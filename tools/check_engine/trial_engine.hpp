@@ -6,9 +6,9 @@
 #include <memory>
 #include <string>
 
-#include "event_recorder.hpp"
-#include "examination.hpp"
-#include "plugin_library.hpp"
+#include "check_engine/event_recorder.hpp"
+#include "check_engine/examination.hpp"
+#include "probe/plugin_library.hpp"
 
 namespace tool {
 

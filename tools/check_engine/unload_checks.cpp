@@ -4,8 +4,8 @@
 #include <fstream>
 #include <map>
 
-#include "checks.hpp"
-#include "trial_engine.hpp"
+#include "check_engine/checks.hpp"
+#include "check_engine/trial_engine.hpp"
 
 namespace tool {
 

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <set>
 
-#include "event_recorder.hpp"
+#include "check_engine/event_recorder.hpp"
 
 namespace tool {
 

@@ -7,7 +7,7 @@
 #include <nlohmann/json.hpp>
 
 #include "program_test.hpp"
-#include "sound_file.hpp"
+#include "support/sound_file.hpp"
 
 namespace tool_test {
 

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+
+#include "system/standard_output.hpp"
+
+namespace CLI {
+class App;
+}
+
+namespace tool {
+
+/// How the program ends. After a signal it is 128 plus the signal's number, as in a shell.
+enum ExitStatus { done = 0, failed = 1, wrongUsage = 2 };
+
+/// Runs a sub-command and returns the program's exit status. What it throws is told in one line,
+/// and the program fails.
+using CommandAction = std::function<int(StandardOutput&)>;
+
+/// Adds a sub-command's options to its parser.
+/// \return what to run when it was chosen
+using CommandSetup = CommandAction (*)(CLI::App& parser);
+
+/// A sub-command of the program.
+struct Command {
+  std::string description;
+  CommandSetup setup;
+};
+
+/// Adds a sub-command when the program starts: a file that holds one such object holds a whole
+/// sub-command.
+class CommandRegistration {
+ public:
+  CommandRegistration(const std::string& name, Command command);
+
+  /// All sub-commands by name.
+  static const std::map<std::string, Command>& commands();
+};
+
+}  // namespace tool

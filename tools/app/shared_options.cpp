@@ -1,0 +1,39 @@
+#include "app/shared_options.hpp"
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+
+namespace tool {
+
+void addHostOptions(CLI::App& parser, HostOptions& options) {
+  parser
+      .add_option("--packages", options.packageFolders,
+                  "Look for packages only in DIR: one package, or a folder of packages")
+      ->option_text("DIR ...")
+      ->check(CLI::ExistingDirectory)
+      ->allow_extra_args(false);
+  parser.add_option("--engines", options.engineFolders, "Look for engine plug-ins in DIR first")
+      ->option_text("DIR ...")
+      ->check(CLI::ExistingDirectory)
+      ->allow_extra_args(false);
+}
+
+void addVoiceOptions(CLI::App& parser, VoiceChoice& choice) {
+  parser
+      .add_option("-l,--language", choice.language,
+                  "Its name, its locale or its code (French, fr_FR, fr)")
+      ->option_text("LANGUAGE");
+  parser.add_option("-v,--voice", choice.voice, "A voice, as 'kqtts list voices' names it")
+      ->option_text("VOICE");
+}
+
+void addPatienceOption(CLI::App& parser, Patience& patience) {
+  parser
+      .add_option("--timeout", patience.seconds,
+                  "How long a plug-in may take before it counts as hung (10)")
+      ->option_text("SECONDS")
+      ->check(CLI::Range(0.1, 3600.0));
+}
+
+}  // namespace tool

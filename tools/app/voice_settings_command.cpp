@@ -1,0 +1,192 @@
+#include <unistd.h>
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <boost/filesystem/operations.hpp>
+#include <cerrno>
+#include <charconv>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <kqtts/tts_preference.hpp>
+#include <map>
+#include <memory>
+#include <nlohmann/json.hpp>
+
+#include "app/command.hpp"
+#include "system/failure.hpp"
+#include "system/replaced_file.hpp"
+#include "text/number.hpp"
+#include "text/utf8.hpp"
+
+namespace tool {
+
+namespace {
+
+constexpr const char* voiceName = "sourceVoice";
+
+struct VoiceSettingsOptions {
+  std::string work;
+  std::string file;
+  std::vector<std::string> settings;  ///< NAME=VALUE
+  bool json = false;
+};
+
+KQ::VoiceSetting read(const std::string& file) {
+  boost::filesystem::path path = file;
+  return KQ::makeVoiceSettingFromXml(path);
+}
+
+/// As the file holds it.
+std::string asText(float number) {
+  char digits[32];
+  return {digits,
+          std::to_chars(digits, digits + sizeof digits, number, std::chars_format::general, 6).ptr};
+}
+
+// show --------------------------------------------------------------------------------------------
+
+std::string asLines(const KQ::VoiceSetting& setting) {
+  std::string text = std::string(voiceName) + "=" + oneLine(setting.voiceName) + "\n";
+  for (const auto& [name, value] : setting.parameters) text += name + "=" + asText(value) + "\n";
+  return text;
+}
+
+std::string asJson(const KQ::VoiceSetting& setting) {
+  using Json = nlohmann::ordered_json;
+  const Json json = {{voiceName, setting.voiceName}, {"parameters", setting.parameters}};
+  return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+void requireReadable(const std::string& file) {
+  boost::system::error_code ignored;
+  const bool exists = access(file.c_str(), R_OK) == 0;
+  const std::string reason = exists ? "it is no regular file" : std::strerror(errno);
+  if (!exists || !boost::filesystem::is_regular_file(file, ignored)) {
+    throw Failure("cannot read " + file + ": " + reason, "name a voice preference file");
+  }
+}
+
+int show(const VoiceSettingsOptions& options, const StandardOutput& output) {
+  if (!options.settings.empty()) {
+    throw UsageError("show takes no settings", "'kqtts voice-settings set' changes them");
+  }
+  requireReadable(options.file);
+  const KQ::VoiceSetting setting = read(options.file);
+  if (setting == KQ::VoiceSetting(setting.type, "")) {
+    std::cerr << "kqtts: " << oneLine(options.file)
+              << " sets nothing or is no voice preference file; these are the defaults\n";
+  }
+  output.write(options.json ? asJson(setting) : asLines(setting));
+  return done;
+}
+
+// set ---------------------------------------------------------------------------------------------
+
+constexpr const char* cannotWriteAdvice = "name a file that can be written";
+
+std::string knownNames(const KQ::VoiceSetting& setting) {
+  std::string names = voiceName;
+  for (const auto& parameter : setting.parameters) names += ", " + parameter.first;
+  return names;
+}
+
+void apply(const std::string& written, KQ::VoiceSetting& setting) {
+  const std::size_t equals = std::min(written.find('='), written.size());
+  const std::string name = written.substr(0, equals);
+  const std::string value = written.substr(std::min(equals + 1, written.size()));
+  if (equals == written.size()) {
+    throw UsageError("'" + written + "' is no setting", "write NAME=VALUE");
+  }
+  if (name == voiceName) {
+    setting.voiceName = value;
+    return;
+  }
+  const auto parameter = setting.parameters.find(name);
+  if (parameter == setting.parameters.end()) {
+    throw UsageError("there is no setting '" + name + "'", "there are " + knownNames(setting));
+  }
+  const std::optional<float> number = parseNumber(value);
+  if (!number) throw UsageError("'" + value + "' is no number", "write " + name + "=NUMBER");
+  // What the file will hold, so that it can be compared.
+  parameter->second = parseNumber(asText(*number)).value_or(*number);
+}
+
+std::string contentOf(const std::string& file) {
+  std::ifstream stream(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+/// A file of another kind reads as the defaults, and would be lost.
+void requirePreferenceFile(const std::string& file) {
+  namespace fs = boost::filesystem;
+  boost::system::error_code error;
+  const KQ::VoiceSetting defaults(KQ::VOICE_SETTING_PREFERENCES, "");
+  if (!fs::is_regular_file(file, error) || fs::is_empty(file, error) || !(read(file) == defaults)) {
+    return;
+  }
+  const ReplacedFile output(file, cannotWriteAdvice);
+  std::string path = output.path();
+  KQ::writeVoiceSettingInXml(path, defaults);
+  if (fs::file_size(path, error) != fs::file_size(file, error) ||
+      contentOf(path) != contentOf(file)) {
+    throw Failure(file + " sets nothing or is no voice preference file",
+                  "remove it or name another; nothing is changed");
+  }
+}
+
+/// The file takes its place only once it is seen to hold the setting.
+void write(const std::string& file, const KQ::VoiceSetting& setting) {
+  ReplacedFile output(file, cannotWriteAdvice);
+  std::string path = output.path();
+  if (!KQ::writeVoiceSettingInXml(path, setting) || !(read(path) == setting)) {
+    throw Failure("cannot write " + file + " whole",
+                  "see that there is room, and that the voice's name is UTF-8");
+  }
+  output.commit();
+}
+
+int set(const VoiceSettingsOptions& options, const StandardOutput& /*output*/) {
+  if (options.settings.empty()) {
+    throw UsageError("there is nothing to set", "write NAME=VALUE behind the file");
+  }
+  requirePreferenceFile(options.file);
+  KQ::VoiceSetting setting = read(options.file);
+  for (const std::string& written : options.settings) apply(written, setting);
+  write(options.file, setting);
+  return done;
+}
+
+// The command -------------------------------------------------------------------------------------
+
+using SettingsWork = int (*)(const VoiceSettingsOptions&, const StandardOutput&);
+
+const std::map<std::string, SettingsWork> settingsWorks = {{"show", show}, {"set", set}};
+
+CommandAction addVoiceSettingsCommand(CLI::App& parser) {
+  const auto options = std::make_shared<VoiceSettingsOptions>();
+  parser.add_option("WORK", options->work, "show or set")
+      ->required()
+      ->check(CLI::IsMember(&settingsWorks));
+  parser.add_option("FILE", options->file, "A voice preference file; set makes it when missing")
+      ->required()
+      ->option_text("FILE");
+  parser
+      .add_option("SETTING", options->settings,
+                  "What to set; all that the file does not say keeps its default")
+      ->option_text("NAME=VALUE...");
+  parser.add_flag("--json", options->json, "Show as JSON");
+  return [options](StandardOutput& output) {
+    return settingsWorks.at(options->work)(*options, output);
+  };
+}
+
+const CommandRegistration voiceSettingsRegistration("voice-settings",
+                                                    {"Show or change a voice preference file",
+                                                     addVoiceSettingsCommand});
+
+}  // namespace
+
+}  // namespace tool

@@ -1,0 +1,189 @@
+#include "probe/package_survey.hpp"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <boost/filesystem/directory.hpp>
+#include <boost/filesystem/fstream.hpp>
+#include <boost/filesystem/operations.hpp>
+#include <cerrno>
+#include <cstring>
+#include <kqtts/texttospeech_engine.hpp>
+#include <set>
+
+#include "say/package_discovery.hpp"
+
+namespace tool {
+
+namespace {
+
+namespace fs = boost::filesystem;
+
+constexpr const char* manifestName = "manifest.xml";
+constexpr const char* voicesName = "voices";
+constexpr const char* voiceFileName = "voice.xml";
+constexpr std::size_t scannedBytes = std::size_t{64} * 1024;
+constexpr std::size_t longestSettingName = 64;
+
+bool isThere(const fs::path& path) {
+  boost::system::error_code ignored;
+  const fs::file_type type = fs::symlink_status(path, ignored).type();
+  return type != fs::file_not_found && type != fs::status_error;
+}
+
+bool isFile(const fs::path& path) {
+  boost::system::error_code ignored;
+  return fs::is_regular_file(path, ignored);
+}
+
+std::vector<fs::path> foldersIn(const fs::path& folder, std::string& defect) {
+  std::vector<fs::path> found;
+  boost::system::error_code error;
+  fs::directory_iterator entry(folder, error);
+  for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+    boost::system::error_code ignored;
+    if (fs::is_directory(entry->path(), ignored)) found.push_back(entry->path());
+  }
+  if (error) defect = error.message();
+  std::sort(found.begin(), found.end());
+  return found;
+}
+
+/// What can be told of a file of settings before it is read.
+FileDefect defectOf(const fs::path& file) {
+  if (!isThere(file)) return {FileDefect::missing, "is missing"};
+  if (!isFile(file)) return {FileDefect::unreadable, "is no regular file"};
+  if (access(file.c_str(), R_OK) != 0) {
+    return {FileDefect::unreadable, std::string("cannot be read: ") + std::strerror(errno)};
+  }
+  boost::system::error_code ignored;
+  if (fs::is_empty(file, ignored)) return {FileDefect::malformed, "is empty"};
+  return {};
+}
+
+std::string beginningOf(const fs::path& file) {
+  std::string text(scannedBytes, '\0');
+  fs::ifstream input(file, std::ios::binary);
+  input.read(&text[0], static_cast<std::streamsize>(text.size()));
+  text.resize(static_cast<std::size_t>(input.gcount()));
+  return text;
+}
+
+/// The attribute values that stand after each "name=". Only guesses: the reader decides which of
+/// them are settings.
+std::set<std::string> possibleSettings(const fs::path& file) {
+  static const std::string attribute = "name=";
+  const std::string text = beginningOf(file);
+  std::set<std::string> names;
+  for (std::size_t at = text.find(attribute); at != std::string::npos;
+       at = text.find(attribute, at + 1)) {
+    const std::size_t begin = at + attribute.size() + 1;
+    if (begin >= text.size()) break;
+    const std::size_t end = text.find(text[begin - 1], begin);
+    if (end != std::string::npos && end - begin <= longestSettingName) {
+      names.insert(text.substr(begin, end - begin));
+    }
+  }
+  return names;
+}
+
+bool contains(const std::vector<std::string>& names, const std::string& name) {
+  return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+class Surveyor {
+ public:
+  explicit Surveyor(const KQ::TextToSpeechEngine& engine) : reader(engine) {}
+
+  PackageFolder folder(const std::string& path) const {
+    PackageFolder result;
+    result.path = path;
+    result.exists = isThere(path);
+    if (isThere(fs::path(path) / manifestName)) {
+      result.packages.push_back(package(path));
+    } else if (result.exists) {
+      for (const fs::path& entry : foldersIn(path, result.defect)) {
+        result.packages.push_back(package(entry));
+      }
+    }
+    return result;
+  }
+
+ private:
+  SurveyedPackage package(const fs::path& path) const {
+    SurveyedPackage package;
+    const fs::path manifest = path / manifestName;
+    package.path = path.string();
+    package.defect = defectOf(manifest);
+    if (!package.defect) readManifest(manifest, package);
+    std::string ignored;
+    for (const fs::path& voice : foldersIn(path / voicesName, ignored)) {
+      package.voices.push_back({voice.string(), voiceDefect(voice / voiceFileName)});
+    }
+    return package;
+  }
+
+  void readManifest(const fs::path& manifest, SurveyedPackage& package) const {
+    package.uuid = reader.getParamFromXml("uuid", manifest);
+    package.version = reader.getParamFromXml("version", manifest);
+    package.engine = reader.getParamFromXml("engine", manifest);
+    package.language = reader.getParamFromXml("language", manifest);
+    for (const std::string& name : possibleSettings(manifest)) {
+      const bool known = contains(manifestSettings(), name);
+      if (!known && !reader.getParamFromXml(name, manifest).empty()) {
+        package.unknownSettings.push_back(name);
+      }
+    }
+    const bool saysNothing = package.uuid.empty() && package.version.empty() &&
+                             package.engine.empty() && package.language.empty() &&
+                             package.unknownSettings.empty();
+    if (saysNothing) {
+      package.defect = {FileDefect::malformed, "is malformed, or holds no settings"};
+    }
+  }
+
+  FileDefect voiceDefect(const fs::path& file) const {
+    FileDefect defect = defectOf(file);
+    if (defect || !reader.getVoiceNameFromXml(file).empty()) return defect;
+    return {FileDefect::malformed, "is malformed, or has no setting \"sourceVoice\""};
+  }
+
+  const KQ::TextToSpeechEngine& reader;
+};
+
+}  // namespace
+
+std::vector<SurveyedPackage> PackageSurvey::packages() const {
+  std::vector<SurveyedPackage> all;
+  for (const PackageFolder& folder : folders) {
+    all.insert(all.end(), folder.packages.begin(), folder.packages.end());
+  }
+  return all;
+}
+
+PackageSurvey surveyPackages(const std::vector<std::string>& folders,
+                             const KQ::TextToSpeechEngine& reader) {
+  PackageSurvey survey;
+  survey.installed = findPackages(folders, reader);
+  const Surveyor surveyor(reader);
+  std::set<std::string> seen;
+  for (const std::string& path : folders) {
+    if (!seen.insert(path).second) continue;
+    PackageFolder folder = surveyor.folder(path);
+    for (SurveyedPackage& package : folder.packages) {
+      package.isInstalled = std::any_of(
+          survey.installed.begin(), survey.installed.end(),
+          [&](const zu::PackageInfo& installed) { return installed.path == package.path; });
+    }
+    survey.folders.push_back(std::move(folder));
+  }
+  return survey;
+}
+
+const std::vector<std::string>& manifestSettings() {
+  static const std::vector<std::string> names = {"uuid", "version", "engine", "language",
+                                                 "defaultVoice"};
+  return names;
+}
+
+}  // namespace tool

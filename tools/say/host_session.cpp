@@ -1,0 +1,126 @@
+#include "say/host_session.hpp"
+
+#include <algorithm>
+#include <boost/algorithm/string/predicate.hpp>
+#include <boost/make_shared.hpp>
+#include <boost/thread/locks.hpp>
+#include <kq/error.hpp>
+#include <kqtts/texttospeech_manager.hpp>
+#include <kqtts/tts_language_info.hpp>
+#include <zu/path.hpp>
+
+#include "say/package_discovery.hpp"
+#include "system/failure.hpp"
+#include "text/language_argument.hpp"
+
+namespace tool {
+
+void useEngineFolders(const HostOptions& options) {
+  // The folder added last is looked at first.
+  for (auto folder = options.engineFolders.rbegin(); folder != options.engineFolders.rend();
+       ++folder) {
+    zu::path::addLibDir(*folder);
+  }
+}
+
+std::vector<std::string> packageFoldersOf(const HostOptions& options) {
+  return options.packageFolders.empty() ? standardPackageFolders() : options.packageFolders;
+}
+
+/// Opens up the registry of engines.
+class HostSession::Manager : public KQ::TextToSpeechManager {
+ public:
+  using KQ::TextToSpeechManager::TextToSpeechManager;
+
+  std::map<std::string, boost::shared_ptr<KQ::TextToSpeechEngine>> registeredEngines() const {
+    const boost::unique_lock<boost::mutex> lock(tablesMutex);
+    return engines;
+  }
+};
+
+HostSession::HostSession(const HostOptions& options, TextToSpeechEngineCallbackInterface* callback)
+    : languageInfo(boost::make_shared<KQ::TTSLanguageInfo>()),
+      ttsManager(std::make_unique<Manager>(callback, languageInfo)) {
+  useEngineFolders(options);
+  if (!ttsManager->initialize(findPackages(packageFoldersOf(options), *ttsManager))) {
+    throw Failure("no speech engine can be used",
+                  "install one with its packages, or name their folders with --engines and "
+                  "--packages; --log-level verbose tells more");
+  }
+}
+
+HostSession::~HostSession() = default;
+
+KQ::TextToSpeechManager& HostSession::manager() {
+  return *ttsManager;
+}
+
+std::map<std::string, boost::shared_ptr<KQ::TextToSpeechEngine>> HostSession::engines() const {
+  return ttsManager->registeredEngines();
+}
+
+std::vector<std::string> HostSession::languages() {
+  std::vector<std::string> distinct;
+  for (const std::string& language : ttsManager->getAvailableLanguages()) {
+    if (std::find(distinct.begin(), distinct.end(), language) == distinct.end()) {
+      distinct.push_back(language);
+    }
+  }
+  return distinct;
+}
+
+std::string HostSession::localeOf(const std::string& language) const {
+  return languageInfo->getLocale(language);
+}
+
+std::string HostSession::findLanguage(const std::string& written) {
+  const LanguageResolver resolver(*languageInfo, languages());
+  std::string language = resolver.resolve(written);
+  const char* whatToDo = "'kqtts list languages' shows what there is";
+  if (language.empty()) throw Failure("unknown language '" + written + "'", whatToDo);
+  if (!resolver.isInstalled(language)) {
+    throw Failure("the language " + language + " is not installed", whatToDo);
+  }
+  return language;
+}
+
+std::string HostSession::findVoice(const std::string& written) {
+  const std::map<std::string, std::string> voices = ttsManager->getAllAvailableVoices();
+  if (voices.count(written) != 0) return written;
+  const auto found = std::find_if(voices.begin(), voices.end(), [&](const auto& voice) {
+    return boost::algorithm::iequals(voice.first, written, std::locale::classic());
+  });
+  if (found == voices.end()) {
+    throw Failure("unknown voice '" + written + "'", "'kqtts list voices' shows what there is");
+  }
+  return found->first;
+}
+
+std::string HostSession::usualLanguage() {
+  return LanguageResolver(*languageInfo, languages()).chooseFor(userLocale());
+}
+
+void HostSession::choose(const VoiceChoice& choice) {
+  if (!choice.language.empty()) {
+    chooseLanguage(findLanguage(choice.language));
+  } else if (choice.voice.empty()) {
+    chooseLanguage(usualLanguage());
+  }
+  if (choice.voice.empty()) return;
+  const std::string voice = findVoice(choice.voice);
+  const std::string spoken = ttsManager->getLanguage(voice);
+  if (!choice.language.empty() && spoken != ttsManager->getCurrentLanguage()) {
+    throw Failure("the voice " + voice + " speaks " + spoken, "ask for that language, or for none");
+  }
+  ttsManager->setCurrentVoice(voice);
+}
+
+void HostSession::chooseLanguage(const std::string& language) {
+  if (language.empty()) {
+    throw Failure("no language is installed",
+                  "install a language package, or name its folder with --packages");
+  }
+  ttsManager->setCurrentLanguage(language);
+}
+
+}  // namespace tool

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "say/text_source.hpp"
+
+namespace tool {
+
+/// A piece of text that is spoken as one utterance.
+struct Sentence {
+  std::string text;
+  std::uint64_t offset;  ///< bytes from the beginning of the whole text
+};
+
+/// Cuts a text into sentences while it arrives.
+///
+/// A sentence ends with its punctuation, at an empty line, or with a line after which the text
+/// pauses. One that is longer than maxBytes is cut between words, so that memory stays bounded.
+class SentenceReader {
+ public:
+  static constexpr std::size_t maxBytes = 4096;
+
+  /// \param textSource  lives as long as this
+  explicit SentenceReader(TextSource& textSource) : source(textSource) {}
+
+  /// The next sentence, all of it speakable, without white space around it, never empty; nothing when the text is over.
+  /// \throws Failure when the text cannot be read
+  std::optional<Sentence> next();
+
+  /// Whether the sentences so far held bytes that are not UTF-8.
+  bool sawForeignBytes() const { return foreignBytes; }
+
+ private:
+  std::string_view unread() const { return std::string_view(buffer).substr(begin); }
+  void skipWhiteSpace();
+  std::size_t readUntilSentenceEnd();
+  Sentence take(std::size_t length);
+
+  TextSource& source;
+  std::string buffer;        ///< what was read; before `begin` it was handed out
+  std::size_t begin = 0;     ///< where the next sentence begins in the buffer
+  std::uint64_t before = 0;  ///< bytes of the text before the buffer
+  bool ended = false;
+  bool foreignBytes = false;
+};
+
+}  // namespace tool

@@ -1,0 +1,97 @@
+#include "system/signal_watch.hpp"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+#include <system_error>
+#include <utility>
+
+#include "system/standard_output.hpp"
+
+namespace tool {
+
+namespace {
+
+constexpr int actionIntervalMs = 20;
+constexpr int patienceMs = 1000;
+
+sigset_t signalsNotIgnored() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    struct sigaction disposition {};
+    sigaction(signal, nullptr, &disposition);
+    if (disposition.sa_handler != SIG_IGN) sigaddset(&signals, signal);
+  }
+  return signals;
+}
+
+int checked(int fd, const char* what) {
+  if (fd < 0) throw std::system_error(errno, std::generic_category(), what);
+  return fd;
+}
+
+}  // namespace
+
+SignalWatch::SignalWatch(StopRequest& stopRequest)
+    : stop(stopRequest), watched(signalsNotIgnored()) {
+  pthread_sigmask(SIG_BLOCK, &watched, &maskBefore);
+  signalFd = checked(signalfd(-1, &watched, SFD_CLOEXEC | SFD_NONBLOCK), "signalfd");
+  endFd = checked(eventfd(0, EFD_CLOEXEC), "eventfd");
+  thread = std::thread([this] { run(); });
+}
+
+SignalWatch::~SignalWatch() {
+  const std::uint64_t one = 1;
+  writeAll(endFd, &one, sizeof one);
+  thread.join();
+  while (takeSignal() != 0) {
+  }
+  close(endFd);
+  close(signalFd);
+  pthread_sigmask(SIG_SETMASK, &maskBefore, nullptr);
+}
+
+void SignalWatch::run() {
+  pollfd waited[] = {{endFd, POLLIN, 0}, {signalFd, POLLIN, 0}};
+  while (!stop.made()) {
+    poll(waited, 2, -1);
+    if (waited[0].revents != 0) return;
+    if (const int signal = takeSignal(); signal != 0) stop.make(signal);
+  }
+  for (int milliseconds = 0; waited[0].revents == 0; milliseconds += actionIntervalMs) {
+    // From then on a signal has its usual effect, whatever the other threads hang in.
+    if (milliseconds == patienceMs) pthread_sigmask(SIG_UNBLOCK, &watched, nullptr);
+    runAction();
+    poll(waited, 1, actionIntervalMs);
+  }
+}
+
+/// \return the signal that was waiting, or 0
+int SignalWatch::takeSignal() {
+  signalfd_siginfo taken{};
+  const bool isTaken = read(signalFd, &taken, sizeof taken) == sizeof taken;
+  return isTaken ? static_cast<int>(taken.ssi_signo) : 0;
+}
+
+void SignalWatch::runAction() {
+  const std::lock_guard<std::mutex> lock(actionMutex);
+  if (action) action();
+}
+
+SignalWatch::Action::Action(SignalWatch& signalWatch, std::function<void()> stopAction)
+    : watch(signalWatch) {
+  const std::lock_guard<std::mutex> lock(watch.actionMutex);
+  watch.action = std::move(stopAction);
+}
+
+SignalWatch::Action::~Action() {
+  const std::lock_guard<std::mutex> lock(watch.actionMutex);
+  watch.action = nullptr;
+}
+
+}  // namespace tool
