@@ -1,7 +1,10 @@
 #include <dlfcn.h>
 
+#include <cstring>
 #include <mutex>
 #include <zu/os.hpp>
+
+#include "library_file.hpp"
 
 namespace zu::os {
 
@@ -34,6 +37,11 @@ bool accept(bool present, const char* otherwise) {
 void* dlopen(const char* path, int flags) {
   // The system takes a missing name for the program itself, which is no library.
   if (!accept(path != nullptr && *path != '\0', "no library is named")) {
+    return nullptr;
+  }
+  // Without a slash, the system searches for the file in its own way.
+  if (std::strchr(path, '/') != nullptr &&
+      !accept(!isCutShort(path), "the library's file is shorter than its headers say")) {
     return nullptr;
   }
   const std::lock_guard lock(loaderMutex);

@@ -5,7 +5,8 @@
 /// Dynamic loading. Thread-safe.
 namespace zu::os {
 
-/// Opens a shared library.
+/// Opens a shared library. A file that is shorter than its program headers say, as after an update
+/// that was broken off, is refused: using it would end the process.
 /// \param path   not null or empty
 /// \param flags  those of the system; -1 selects RTLD_NOW | RTLD_LOCAL
 /// \return the handle, or null; then dlerror() says why
