@@ -99,9 +99,10 @@ class Speaker {
     if (!isBlank(whole.text)) speak(whole);
   }
 
-  void speakStandardInput() {
+  /// \param locale  of the language that is spoken
+  void speakStandardInput(const std::string& locale) {
     DescriptorTextSource source(STDIN_FILENO, stop);
-    SentenceReader reader(source);
+    SentenceReader reader(source, locale);
     ProgressLine progress;
     while (const std::optional<Sentence> sentence = reader.next()) {
       if (stop.made()) break;
@@ -149,7 +150,7 @@ int say(const SayOptions& options, const StandardOutput& standardOutput) {
 
   Speaker speaker(manager, output, stop);
   if (options.words.empty()) {
-    speaker.speakStandardInput();
+    speaker.speakStandardInput(session.localeOf(manager.getCurrentLanguage()));
   } else {
     speaker.speakArguments(options.words);
   }

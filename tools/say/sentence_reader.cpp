@@ -1,85 +1,13 @@
 #include "say/sentence_reader.hpp"
 
-#include <algorithm>
-#include <array>
-
 #include "text/utf8.hpp"
 
 namespace tool {
 
 namespace {
 
-/// A line that nothing follows for so long is spoken as it stands.
+/// A line or sentence that nothing follows for so long is spoken as it stands.
 constexpr int linePauseMs = 200;
-
-/// Marks that end a sentence when white space follows.
-constexpr std::array<std::string_view, 6> spacedMarks = {".", "!", "?", "…", "؟", "।"};
-/// Marks of scripts that put no space between sentences.
-constexpr std::array<std::string_view, 3> unspacedMarks = {"。", "！", "？"};
-/// What may stand between a sentence's mark and its end.
-constexpr std::array<std::string_view, 9> closingMarks = {"\"", "'", ")",  "]", "”",
-                                                          "’",  "»", "」", "』"};
-/// Words whose full stop does not end a sentence; nor does one after a single letter.
-constexpr std::array<std::string_view, 7> abbreviations = {"Mr",   "Mrs", "Ms", "Dr",
-                                                           "Prof", "St",  "vs"};
-
-template <std::size_t size>
-std::size_t lengthOfOne(const std::array<std::string_view, size>& marks, std::string_view text) {
-  for (const std::string_view mark : marks) {
-    if (text.substr(0, mark.size()) == mark) return mark.size();
-  }
-  return 0;
-}
-
-bool isSpace(char byte) {
-  return whiteSpace.find(byte) != std::string_view::npos;
-}
-
-bool isAbbreviation(std::string_view text) {
-  const std::size_t lastSpace = text.find_last_of(" \t\n\r.(");
-  const std::string_view word =
-      lastSpace == std::string_view::npos ? text : text.substr(lastSpace + 1);
-  if (word.size() == 1) return word[0] < '0' || word[0] > '9';
-  return std::find(abbreviations.begin(), abbreviations.end(), word) != abbreviations.end();
-}
-
-/// The end of the sentence whose mark stands at `at`, or 0 when none ends there (as far as one
-/// sees).
-std::size_t endAfterMark(std::string_view text, std::size_t at) {
-  std::size_t mark = lengthOfOne(unspacedMarks, text.substr(at));
-  const bool needsSpace = mark == 0;
-  if (needsSpace) mark = lengthOfOne(spacedMarks, text.substr(at));
-  if (mark == 0 || (text[at] == '.' && isAbbreviation(text.substr(0, at)))) return 0;
-  std::size_t end = at + mark;
-  while (const std::size_t closing = lengthOfOne(closingMarks, text.substr(end))) end += closing;
-  if (!needsSpace) return end;
-  return end < text.size() && isSpace(text[end]) ? end : 0;
-}
-
-/// Whether the line that ends at `at` is followed by one without text.
-bool emptyLineFollows(std::string_view text, std::size_t at) {
-  const std::size_t next = text.find_first_not_of(" \t\r", at + 1);
-  return next != std::string_view::npos && text[next] == '\n';
-}
-
-/// The bytes that a line end or a mark begins with; all others are passed over quickly.
-std::string firstBytes() {
-  std::string bytes = "\n";
-  for (const std::string_view mark : spacedMarks) bytes += mark.front();
-  for (const std::string_view mark : unspacedMarks) bytes += mark.front();
-  return bytes;
-}
-
-/// The end of the first sentence, or 0 when no end is in sight.
-std::size_t findSentenceEnd(std::string_view text) {
-  static const std::string candidates = firstBytes();
-  for (std::size_t at = text.find_first_of(candidates); at != std::string_view::npos;
-       at = text.find_first_of(candidates, at + 1)) {
-    if (text[at] == '\n' && emptyLineFollows(text, at)) return at;
-    if (const std::size_t end = endAfterMark(text, at); end != 0) return end;
-  }
-  return 0;
-}
 
 /// Where to cut a sentence that is too long: after its last word that fits, else between
 /// characters.
@@ -122,15 +50,21 @@ std::size_t SentenceReader::readUntilSentenceEnd() {
   for (;;) {
     skipWhiteSpace();
     const std::string_view text = unread().substr(0, maxBytes);
-    if (const std::size_t end = findSentenceEnd(text); end != 0) return end;
+    if (const std::size_t end = splitter.firstEnd(text); end != 0) return end;
     if (unread().size() > maxBytes) return cut(unread());
-    if (ended) return unread().size();
-    const bool lineComplete = !text.empty() && text.back() == '\n';
+    if (ended) return text.empty() ? 0 : splitter.ends(text).front();
+    const bool mayBeOver = endsWithALineOrSentence(text);
     const TextSource::Result result =
-        source.read(buffer, lineComplete ? linePauseMs : StopRequest::forever);
-    if (result == TextSource::Result::quiet && lineComplete) return unread().size();
+        source.read(buffer, mayBeOver ? linePauseMs : StopRequest::forever);
+    if (result == TextSource::Result::quiet && mayBeOver) return unread().size();
     ended = result == TextSource::Result::end;
   }
+}
+
+bool SentenceReader::endsWithALineOrSentence(std::string_view text) const {
+  if (text.empty() || text.back() == '\n') return !text.empty();
+  const bool mayEnd = text.back() == ' ' || static_cast<unsigned char>(text.back()) >= 0x80;
+  return mayEnd && splitter.firstEnd(std::string(text) + " A") != 0;
 }
 
 void SentenceReader::skipWhiteSpace() {

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "say/text_source.hpp"
+#include "sentences/sentence_splitter.hpp"
 
 namespace tool {
 
@@ -18,14 +19,16 @@ struct Sentence {
 
 /// Cuts a text into sentences while it arrives.
 ///
-/// A sentence ends with its punctuation, at an empty line, or with a line after which the text
-/// pauses. One that is longer than maxBytes is cut between words, so that memory stays bounded.
+/// Sentences end where KQ::sentences::SentenceSplitter finds their ends, and with a line or a full stop after
+/// which the text pauses. One that is longer than maxBytes is cut between words, so that memory stays bounded.
 class SentenceReader {
  public:
   static constexpr std::size_t maxBytes = 4096;
 
   /// \param textSource  lives as long as this
-  explicit SentenceReader(TextSource& textSource) : source(textSource) {}
+  /// \param locale      of the text, or ""
+  explicit SentenceReader(TextSource& textSource, const std::string& locale = "")
+      : source(textSource), splitter(locale) {}
 
   /// The next sentence, all of it speakable, without white space around it, never empty; nothing when the text is over.
   /// \throws Failure when the text cannot be read
@@ -38,9 +41,11 @@ class SentenceReader {
   std::string_view unread() const { return std::string_view(buffer).substr(begin); }
   void skipWhiteSpace();
   std::size_t readUntilSentenceEnd();
+  bool endsWithALineOrSentence(std::string_view text) const;
   Sentence take(std::size_t length);
 
   TextSource& source;
+  const KQ::sentences::SentenceSplitter splitter;
   std::string buffer;        ///< what was read; before `begin` it was handed out
   std::size_t begin = 0;     ///< where the next sentence begins in the buffer
   std::uint64_t before = 0;  ///< bytes of the text before the buffer

@@ -108,10 +108,20 @@ TEST(SentenceReader, TellsWhereEachSentenceStands) {
 }
 
 TEST(SentenceReader, GivesOutASentenceBeforeTheNextArrives) {
-  PreparedSource source({"One. ", "Two."});
+  PreparedSource source({"One. ", "", "Two."});
   SentenceReader reader(source);
   EXPECT_EQ(reader.next()->text, "One.");
   EXPECT_EQ(source.left(), 1U);
+}
+
+TEST(SentenceReader, WaitsAfterAFullStopForWhatTellsAnAbbreviation) {
+  EXPECT_THAT(readAll({"The asst. ", "manager left."}), ElementsAre("The asst. manager left."));
+}
+
+TEST(SentenceReader, KnowsTheAbbreviationsOfTheLanguage) {
+  PreparedSource source({"Живёт на ул. Ленина. Это всё."});
+  SentenceReader reader(source, "ru_RU");
+  EXPECT_EQ(reader.next()->text, "Живёт на ул. Ленина.");
 }
 
 TEST(SentenceReader, GivesOutALineAfterWhichTheTextPauses) {
