@@ -31,6 +31,15 @@ class EngineLibraries;
 /// still use it, and its library is closed when it is gone. Only if an operation ends with an
 /// exception that may live in the plug-in's own library does that library stay open for the life of
 /// the process.
+///
+/// **Events.** An event comes while its thread is inside startSynthetizer(). From there stop, pause,
+/// restart and all getters but getParameter() work. What would wait for the utterance of its own
+/// thread throws KQError instead: start, the parameter operations, the choice of language or voice,
+/// and initialize(). Such an operation of another manager waits for a second at most.
+///
+/// **Fork.** In a process that was forked after initialize(), the engines cannot be used: operations
+/// throw KQError, and terminate() and destruction leave the engines alone. After terminate() the
+/// manager can be initialised anew.
 class KQTTS_EXPORT TextToSpeechManager : public TextToSpeechEngine {
  public:
   /// Loads nothing yet; initialize() does.
@@ -189,6 +198,9 @@ class KQTTS_EXPORT TextToSpeechManager : public TextToSpeechEngine {
 
   template <typename Operation>
   auto routeExclusively(const char* method, Operation operation) const;
+
+  /// In a process that was forked after the engines were loaded: drops them without touching them.
+  void abandonEngines();
 
   void mergeTablesOf(const std::string& name, const boost::shared_ptr<TextToSpeechEngine>& engine);
   void adoptCurrentLanguageOf(const boost::shared_ptr<TextToSpeechEngine>& engine);

@@ -13,6 +13,7 @@
 #include <utility>
 #include <zu/os.hpp>
 
+#include "fork_generation.hpp"
 #include "shared_flag.hpp"
 
 namespace KQ {
@@ -58,6 +59,7 @@ EngineLibraries::EngineLibraries(TtsPluginManager& pluginManager) : pluginManage
 TextToSpeechEngine* EngineLibraries::load(const std::string& name,
                                           TextToSpeechEngineCallbackInterface* callback,
                                           const boost::shared_ptr<TTSLanguageInfo>& languageInfo) {
+  loadedAt = forkGeneration();
   const Lock lock(mutex);
   return pluginManager->load(name, callback, languageInfo);
 }
@@ -91,6 +93,11 @@ void EngineLibraries::retire(boost::shared_ptr<TextToSpeechEngine> engine) {
 void EngineLibraries::detach() {
   const Lock lock(mutex);
   pluginManager = nullptr;
+}
+
+bool EngineLibraries::areOfParent() const {
+  const std::uint64_t generation = loadedAt.load(std::memory_order_relaxed);
+  return generation != 0 && generation != forkGeneration();
 }
 
 void EngineLibraries::keepOpenForException(const boost::shared_ptr<TextToSpeechEngine>& engine) {

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <atomic>
 #include <boost/enable_shared_from_this.hpp>
 #include <boost/shared_ptr.hpp>
 #include <boost/thread/recursive_mutex.hpp>
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -40,6 +42,10 @@ class EngineLibraries : public boost::enable_shared_from_this<EngineLibraries> {
   /// The plug-in manager is about to go; no library is closed from now on.
   void detach();
 
+  /// Whether the engines were loaded before this process was forked. They are useless here: their
+  /// threads are not in this process, and their locks may be held for ever.
+  bool areOfParent() const;
+
   /// In a handler of an exception that `engine` threw: keeps the engine's library open for ever if
   /// the exception's type may be the library's own, since nobody can tell when its last copy is
   /// gone.
@@ -52,7 +58,8 @@ class EngineLibraries : public boost::enable_shared_from_this<EngineLibraries> {
 
   // Recursive: a plug-in's code runs in load() and unload(), and may come back to its manager.
   boost::recursive_mutex mutex;
-  TtsPluginManager* pluginManager;  ///< guarded by mutex; null once detached
+  TtsPluginManager* pluginManager;         ///< guarded by mutex; null once detached
+  std::atomic<std::uint64_t> loadedAt{0};  ///< fork generation of the last load(); 0 before
 };
 
 }  // namespace KQ

@@ -1,8 +1,6 @@
 #include <algorithm>
 #include <boost/filesystem/path.hpp>
 #include <boost/make_shared.hpp>
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/lock_types.hpp>
 #include <kq/error.hpp>
 #include <kqtts/texttospeech_manager.hpp>
 #include <kqtts/tts_language_info.hpp>
@@ -12,6 +10,7 @@
 
 #include "engine_libraries.hpp"
 #include "log_sites.hpp"
+#include "manager_locks.hpp"
 
 namespace KQ {
 
@@ -23,8 +22,6 @@ const LogCategory category("textospeechmanager");
 constexpr const char* managerName = "TextToSpeechManager";
 
 using EnginePtr = boost::shared_ptr<TextToSpeechEngine>;
-using Lock = boost::unique_lock<boost::mutex>;
-using TablesLock = boost::lock_guard<boost::mutex>;
 
 KQError managerError(const char* method, const std::string& description) {
   return {managerName, method, description, nullptr, 0};
@@ -82,6 +79,9 @@ TextToSpeechManager::TextToSpeechManager(TextToSpeechEngineCallbackInterface* ca
       libraries(boost::make_shared<EngineLibraries>(pluginManager)) {}
 
 TextToSpeechManager::~TextToSpeechManager() {
+  if (libraries->areOfParent()) {
+    abandonEngines();
+  }
   terminate();
   libraries->detach();
 }
@@ -91,6 +91,7 @@ TextToSpeechManager::~TextToSpeechManager() {
 bool TextToSpeechManager::xLoadPlugin(const std::string& name,
                                       const std::vector<zu::PackageInfo>& packages,
                                       boost::shared_ptr<TTSLanguageInfo> languageInfo) {
+  TablesLock(*libraries, tablesMutex);  // refuses before the plug-in is loaded
   std::unique_ptr<TextToSpeechEngine> loaded(libraries->load(name, engineCallback, languageInfo));
   if (!loaded) {
     return false;
@@ -103,7 +104,7 @@ bool TextToSpeechManager::xLoadPlugin(const std::string& name,
   }
   EnginePtr engine = libraries->own(std::move(loaded));
   {
-    const TablesLock lock(tablesMutex);
+    const TablesLock lock(*libraries, tablesMutex);
     engines[name].swap(engine);
   }
   libraries->retire(std::move(engine));
@@ -118,7 +119,7 @@ bool TextToSpeechManager::xUnloadPlugin(const std::string& name) {
   }
   route(engine, [](TextToSpeechEngine& target) { target.terminate(); });
   {
-    const TablesLock lock(tablesMutex);
+    const TablesLock lock(*libraries, tablesMutex);
     const auto entry = engines.find(name);
     if (entry != engines.end() && entry->second == engine) {
       engines.erase(entry);
@@ -129,8 +130,12 @@ bool TextToSpeechManager::xUnloadPlugin(const std::string& name) {
 }
 
 bool TextToSpeechManager::xTerminate() {
+  if (libraries->areOfParent()) {
+    abandonEngines();
+    return true;
+  }
   {
-    const TablesLock lock(tablesMutex);
+    const TablesLock lock(*libraries, tablesMutex);
     voiceLanguages.clear();
     languageEngines.clear();
   }
@@ -139,7 +144,7 @@ bool TextToSpeechManager::xTerminate() {
   xUnloadPlugin("nuance");
   std::map<std::string, EnginePtr> remaining;
   {
-    const TablesLock lock(tablesMutex);
+    const TablesLock lock(*libraries, tablesMutex);
     remaining.swap(engines);
   }
   for (auto& entry : remaining) {
@@ -148,14 +153,26 @@ bool TextToSpeechManager::xTerminate() {
   return true;
 }
 
+void TextToSpeechManager::abandonEngines() {
+  // Kept for ever: an engine's destructor may wait for a thread that this process does not have.
+  static_cast<void>(new auto(std::move(engines)));  // NOLINT(cppcoreguidelines-owning-memory)
+  engines.clear();
+  voiceLanguages.clear();
+  languageEngines.clear();
+  freeAfterFork(managerMutex);
+  freeAfterFork(tablesMutex);
+  freeAfterFork(mutex);
+  libraries = boost::make_shared<EngineLibraries>(pluginManager);
+}
+
 EnginePtr TextToSpeechManager::registered(const std::string& name) const {
-  const TablesLock lock(tablesMutex);
+  const TablesLock lock(*libraries, tablesMutex);
   const auto entry = engines.find(name);
   return entry == engines.end() ? EnginePtr() : entry->second;
 }
 
 TextToSpeechManager::Registry TextToSpeechManager::registry() const {
-  const TablesLock lock(tablesMutex);
+  const TablesLock lock(*libraries, tablesMutex);
   return {engines.begin(), engines.end()};
 }
 
@@ -166,11 +183,18 @@ std::string TextToSpeechManager::xGetName() const {
 // Initialisation ------------------------------------------------------------------------------
 
 bool TextToSpeechManager::xInitialize(const std::vector<zu::PackageInfo>& packages) {
-  const Lock lock(managerMutex);
+  if (libraries->areOfParent()) {
+    abandonEngines();
+  }
+  const OperationLock lock(*libraries, managerMutex, "initialize");
   const bool aitalkLoaded = xLoadPlugin("aitalk", packages, sharedLanguageInfo);
   const bool nuanceLoaded = xLoadPlugin("nuance", packages, sharedLanguageInfo);
   if (nuanceLoaded || aitalkLoaded) {
-    adoptCurrentLanguageOf(registered(nuanceLoaded ? "nuance" : "aitalk"));
+    const EnginePtr first = registered(nuanceLoaded ? "nuance" : "aitalk");
+    if (!first) {
+      throw managerError("initialize", "The engine was unloaded while it was being initialized.");
+    }
+    adoptCurrentLanguageOf(first);
   }
   xLoadPlugin("log", packages, sharedLanguageInfo);
   const auto loaded = registry();
@@ -184,18 +208,18 @@ void TextToSpeechManager::mergeTablesOf(const std::string& name, const EnginePtr
   route(engine, [&](const TextToSpeechEngine& target) {
     const std::vector<std::string> languages = target.getAvailableLanguages();
     {
-      const TablesLock lock(tablesMutex);
+      const TablesLock lock(*libraries, tablesMutex);
       for (const std::string& language : languages) {
         languageEngines[language] = name;
       }
     }
     const std::map<std::string, std::string> allVoices = target.getAllAvailableVoices();
     {
-      const TablesLock lock(tablesMutex);
+      const TablesLock lock(*libraries, tablesMutex);
       overwrite(voiceLanguages, allVoices);
     }
     const std::map<std::string, std::string> voices = target.getAvailableVoices();
-    const TablesLock lock(tablesMutex);
+    const TablesLock lock(*libraries, tablesMutex);
     overwrite(availableVoices, voices);
   });
 }
@@ -203,7 +227,7 @@ void TextToSpeechManager::mergeTablesOf(const std::string& name, const EnginePtr
 void TextToSpeechManager::adoptCurrentLanguageOf(const EnginePtr& engine) {
   std::string language =
       route(engine, [](const TextToSpeechEngine& target) { return target.getCurrentLanguage(); });
-  const TablesLock lock(tablesMutex);
+  const TablesLock lock(*libraries, tablesMutex);
   currentLanguage.swap(language);
 }
 
@@ -219,7 +243,7 @@ EnginePtr TextToSpeechManager::findEngine(const std::string& language) const {
 }
 
 EnginePtr TextToSpeechManager::serving(const std::string& language) const {
-  const TablesLock lock(tablesMutex);
+  const TablesLock lock(*libraries, tablesMutex);
   return findEngine(language);
 }
 
@@ -232,7 +256,7 @@ EnginePtr TextToSpeechManager::engineOf(const std::string& language) const {
 }
 
 EnginePtr TextToSpeechManager::currentEngineFor(const char* method) const {
-  const TablesLock lock(tablesMutex);
+  const TablesLock lock(*libraries, tablesMutex);
   if (currentLanguage.empty()) {
     throw managerError(method, "You need to specify a language first.");
   }
@@ -250,7 +274,7 @@ EnginePtr TextToSpeechManager::xGetEngine(const std::string& language) const {
 }
 
 EnginePtr TextToSpeechManager::xGetRelevantEngine() const {
-  const TablesLock lock(tablesMutex);
+  const TablesLock lock(*libraries, tablesMutex);
   return engineOf(currentLanguage);
 }
 
@@ -275,7 +299,7 @@ void TextToSpeechManager::refuseIfOutdated(const std::string& language, const ch
 
 void TextToSpeechManager::xSetCurrentLanguage(const std::string& language) {
   Registry used;  // let go after the lock: this may be the last call that uses an engine
-  const Lock lock(managerMutex);
+  const OperationLock lock(*libraries, managerMutex, "setCurrentLanguage");
   used = registry();
   try {
     refuseIfOutdated(language, "xSetCurrentLanguage");
@@ -289,7 +313,7 @@ void TextToSpeechManager::xSetCurrentLanguage(const std::string& language) {
 }
 
 std::string TextToSpeechManager::xGetCurrentLanguage() const {
-  const TablesLock lock(tablesMutex);
+  const TablesLock lock(*libraries, tablesMutex);
   return currentLanguage;
 }
 
@@ -302,7 +326,7 @@ std::vector<std::string> TextToSpeechManager::xGetOldLanguagesDetected() const {
 }
 
 std::optional<std::string> TextToSpeechManager::languageOf(const std::string& voice) const {
-  const TablesLock lock(tablesMutex);
+  const TablesLock lock(*libraries, tablesMutex);
   const auto entry = voiceLanguages.find(voice);
   return entry == voiceLanguages.end() ? std::nullopt : std::make_optional(entry->second);
 }
@@ -327,7 +351,7 @@ void TextToSpeechManager::xSetCurrentVoice(const std::string& voice) {
     setCurrentLanguage(*language);
   }
   EnginePtr engine;  // let go after the lock: this may be the last call that uses it
-  const Lock lock(managerMutex);
+  const OperationLock lock(*libraries, managerMutex, "setCurrentVoice");
   try {
     engine = xGetRelevantEngine();
     route(engine, [&](TextToSpeechEngine& target) { target.setCurrentVoice(voice); });
@@ -337,12 +361,12 @@ void TextToSpeechManager::xSetCurrentVoice(const std::string& voice) {
 }
 
 std::map<std::string, std::string> TextToSpeechManager::xGetAvailableVoices() const {
-  const TablesLock lock(tablesMutex);
+  const TablesLock lock(*libraries, tablesMutex);
   return availableVoices;
 }
 
 std::map<std::string, std::string> TextToSpeechManager::xGetAllAvailableVoices() const {
-  const TablesLock lock(tablesMutex);
+  const TablesLock lock(*libraries, tablesMutex);
   return voiceLanguages;
 }
 
@@ -380,7 +404,7 @@ void TextToSpeechManager::setDefaultVoice() {
 template <typename Operation>
 auto TextToSpeechManager::routeExclusively(const char* method, Operation operation) const {
   EnginePtr engine;  // let go after the lock: it may be the last one to use the engine
-  const Lock lock(managerMutex);
+  const OperationLock lock(*libraries, managerMutex, method);
   engine = currentEngineFor(method);
   return route(engine, operation);
 }
