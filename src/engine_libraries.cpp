@@ -22,29 +22,29 @@ namespace {
 
 using Lock = boost::unique_lock<boost::recursive_mutex>;
 
-/// Whether the exception in hand is of a type whose code and data lie outside every plug-in. Only
-/// exact types count: a derived one may be the plug-in's.
+/// Whether the code and data of the current exception's type are outside every plug-in. Only exact
+/// types count: a derived type may be the plug-in's.
 bool exceptionOutlivesPlugins() {
   static const std::type_info* const types[] = {
       &typeid(KQError),           &typeid(std::runtime_error), &typeid(std::logic_error),
       &typeid(std::bad_alloc),    &typeid(std::out_of_range),  &typeid(std::invalid_argument),
       &typeid(std::length_error), &typeid(std::domain_error),  &typeid(std::range_error),
   };
-  // By address: a plug-in with a standard library of its own has types of the same names.
+  // Compares addresses: a plug-in with its own standard library has types of the same names.
   return std::find(std::begin(types), std::end(types), abi::__cxa_current_exception_type()) !=
          std::end(types);
 }
 
 }  // namespace
 
-/// Deletes an engine and then closes its library, if it was retired and nothing keeps it open.
+/// Deletes an engine, then closes its library if the engine was retired and nothing keeps it open.
 struct EngineLibraries::Deleter {
   boost::shared_ptr<EngineLibraries> libraries;
   bool retired = false;
   bool keptOpen = false;
 
   void operator()(TextToSpeechEngine* engine) {
-    // Taken first: once the engine is gone, another may be loaded at its address.
+    // Before the engine is deleted: another one may be loaded at its address afterwards.
     void* const library =
         readFlag(retired) && !readFlag(keptOpen) ? libraries->takeLibrary(engine) : nullptr;
     delete engine;
@@ -79,8 +79,8 @@ void EngineLibraries::retire(boost::shared_ptr<TextToSpeechEngine> engine) {
     writeFlag(deleter->retired, true);
     return;
   }
-  // Not from own(): nobody would tell when another owner drops it, so that its library stays open
-  // if there is one.
+  // The engine is not from own(), so nobody reports when another owner drops it. Its library stays
+  // open if there is another owner.
   TextToSpeechEngine* const key = engine.get();
   const bool isLastOwner = engine.use_count() == 1;
   engine.reset();

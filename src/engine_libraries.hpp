@@ -16,39 +16,38 @@ class TextToSpeechEngine;
 class TTSLanguageInfo;
 class TtsPluginManager;
 
-/// The libraries of one manager's engines. Serialises the plug-in manager, and sees to it that a
-/// library is closed after its engine is gone, whichever thread drops the engine last, and never
-/// while an exception that lives in it may still be in flight.
+/// Opens and closes the libraries of one manager's engines. It serialises the calls of the plug-in
+/// manager. It closes a library after its engine is destroyed, whichever thread drops the engine
+/// last, but never while an exception whose code may be in the library is in flight.
 ///
-/// Held by the manager and by each engine that own() handed out, so that an engine may outlive the
-/// manager.
+/// The manager and each engine of own() share this object, so an engine may outlive the manager.
 class EngineLibraries : public boost::enable_shared_from_this<EngineLibraries> {
  public:
   explicit EngineLibraries(TtsPluginManager& pluginManager);
 
-  /// The plug-in manager's load() and unload().
+  /// Calls the plug-in manager's load() or unload() under the lock.
   TextToSpeechEngine* load(const std::string& name, TextToSpeechEngineCallbackInterface* callback,
                            const boost::shared_ptr<TTSLanguageInfo>& languageInfo);
   void unload(TextToSpeechEngine** engine);
 
-  /// Takes an engine of load() into shared ownership. Its library stays open until the engine was
-  /// given to retire() and the last owner has dropped it.
+  /// Makes a shared pointer of an engine of load(). Its library stays open until retire() was
+  /// called with the engine and the last owner has dropped it.
   boost::shared_ptr<TextToSpeechEngine> own(std::unique_ptr<TextToSpeechEngine> engine);
 
-  /// Drops an engine for good, so that its library is closed: now, or by the last call that uses
-  /// it.
+  /// Drops an engine that is not used for new calls any more. Its library is closed now, or when
+  /// the last call that uses it returns.
   void retire(boost::shared_ptr<TextToSpeechEngine> engine);
 
-  /// The plug-in manager is about to go; no library is closed from now on.
+  /// Call this before the plug-in manager is destroyed. No library is closed from then on.
   void detach();
 
   /// Whether the engines were loaded before this process was forked. They are useless here: their
   /// threads are not in this process, and their locks may be held for ever.
   bool areOfParent() const;
 
-  /// In a handler of an exception that `engine` threw: keeps the engine's library open for ever if
-  /// the exception's type may be the library's own, since nobody can tell when its last copy is
-  /// gone.
+  /// Call this in the handler of an exception that `engine` threw. If the exception's type may be
+  /// defined in the engine's library, the library stays open for ever: there is no way to know when
+  /// the exception's last copy is destroyed.
   static void keepOpenForException(const boost::shared_ptr<TextToSpeechEngine>& engine);
 
  private:
@@ -56,7 +55,7 @@ class EngineLibraries : public boost::enable_shared_from_this<EngineLibraries> {
 
   void* takeLibrary(TextToSpeechEngine* engine);
 
-  // Recursive: a plug-in's code runs in load() and unload(), and may come back to its manager.
+  // Recursive, because load() and unload() run code of the plug-in, which may call its manager.
   boost::recursive_mutex mutex;
   TtsPluginManager* pluginManager;         ///< guarded by mutex; null once detached
   std::atomic<std::uint64_t> loadedAt{0};  ///< fork generation of the last load(); 0 before

@@ -5,14 +5,14 @@
 
 namespace KQ {
 
-/// Where a message comes from, as its record tells. Consumers filter on all of it, so these are
-/// constants, not the places where the statements happen to stand.
+/// The source of a message, as its record reports it. Consumers filter on every field, so these are
+/// constants and not the real places of the statements.
 struct LogSite {
   zu::log::Level level;
   const char* category;
   const char* file;
   const char* function;
-  int line;  ///< 0: the line of the statement
+  int line;  ///< 0 means the real line of the statement
 };
 
 namespace sites {
@@ -52,10 +52,10 @@ inline constexpr LogSite settingsNotOpened {Level::error,   preferenceCategory, 
 
 }  // namespace sites
 
-/// Emits a message as coming from `site`.
+/// Emits a message with the source `site`.
 void log(const LogSite& site, const std::string& message, int line = __builtin_LINE());
 
-/// Makes a log category known when its owner is loaded.
+/// Registers a log category when the library that holds it is loaded.
 struct LogCategory {
   explicit LogCategory(const char* name) { zu::log::registerCategory(name); }
 };

@@ -2,8 +2,8 @@
 
 namespace KQ {
 
-// Out of line, so that the class's type information stands in this library alone: engines and hosts
-// that are separate libraries find the interface by dynamic_cast.
+// Defined here, so that only this library has the class's type information: engines and hosts in
+// other libraries find the interface by dynamic_cast.
 PhonemeCallback::PhonemeCallback() = default;
 PhonemeCallback::~PhonemeCallback() = default;
 

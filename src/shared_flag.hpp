@@ -6,7 +6,7 @@ namespace KQ {
 
 /// Reads a plain bool that other threads write with writeFlag().
 inline bool readFlag(const bool& flag) {
-  // Loading writes nothing; atomic_ref merely has no form for a const object.
+  // load() writes nothing, but atomic_ref cannot refer to a const object.
   return boost::atomic_ref<bool>(const_cast<bool&>(flag)).load(boost::memory_order_acquire);
 }
 

@@ -23,8 +23,8 @@ namespace {
 constexpr char tagMark = '\\';
 constexpr auto npos = std::string_view::npos;
 
-/// Makes room. Much of it is asked for in large pages: most of the time that a long text takes
-/// would else go into having the system map small ones.
+/// Reserves memory. Asks for large pages if it is much: mapping small pages would take most of the
+/// time that a long text needs.
 template <typename Container>
 void reserve(Container& container, std::size_t count) {
   constexpr std::size_t large = std::size_t{4} * 1024 * 1024;
@@ -58,11 +58,11 @@ constexpr ByteTable makeAsciiUpperCase() {
 
 constexpr ByteTable asciiUpperCase = makeAsciiUpperCase();
 
-/// What the global locale, as it was when this was made, says of characters.
+/// The character classes of the global locale at the time of construction.
 class Characters {
  public:
   Characters() {
-    // Looking up a facet would be much of the time that a sentence takes.
+    // Looking up a facet would take much of the time that a sentence needs.
     static const auto& classicType = std::use_facet<std::ctype<char>>(std::locale::classic());
     if (locale == std::locale::classic()) {
       type = &classicType;
@@ -101,18 +101,19 @@ class Characters {
   bool isSpace(char character) const { return type->is(std::ctype_base::space, character); }
   char upperOf(char character) const { return upper[static_cast<unsigned char>(character)]; }
 
-  const std::locale locale;  // keeps its facet
+  const std::locale locale;  // keeps its facet alive
   const std::ctype<char>* type;
-  ByteTable upperCase;  // set only where the locale is not the classic one
+  ByteTable upperCase;  // set only if the locale is not the classic one
   const char* upper = asciiUpperCase.data();
 };
 
 struct Tag {
-  std::size_t begin;  ///< npos: there is none
-  std::size_t end;    ///< behind the closing mark
+  std::size_t begin;  ///< npos if there is none
+  std::size_t end;    ///< after the closing backslash
 };
 
-/// The next known tag that is closed. Inline, as the call would be much of what a short tag takes.
+/// Finds the next known tag that is closed. Inline, because the call would take much of the time
+/// that a short tag needs.
 inline Tag findKnownTag(std::string_view text, std::size_t from, const Characters& characters) {
   std::size_t begin = text.find(tagMark, from);
   while (begin != npos) {
@@ -125,22 +126,22 @@ inline Tag findKnownTag(std::string_view text, std::size_t from, const Character
   return {npos, npos};
 }
 
-/// The text that takes the place of each known tag: what nothing can change any more, and from its
-/// last mark on what may make a tag together with what follows it.
+/// The text that replaces each known tag. It has two parts: one that is final, and one, from the
+/// last backslash on, that may form a tag together with the text after it.
 class Replacement {
  public:
   Replacement(std::string_view text, const Characters& characters) : head(text), known(characters) {
     const std::size_t last = text.rfind(tagMark);
-    // Where there is a whole tag, to search what was inserted would never end.
+    // If the replacement holds a whole tag, searching the inserted text again would never end.
     if (last != npos && findKnownTag(text, 0, known).begin == npos) {
       head = text.substr(0, last);
       tail = text.substr(last);
     }
   }
 
-  /// Appends to `result` what takes the place of the tag in `source` that ends at `end`, and of
-  /// those that are made thereby.
-  /// \return the end of all that was replaced
+  /// Appends to `result` the replacement of the tag in `source` that ends at `end`, and of the tags
+  /// that this replacement forms.
+  /// \return the end of everything that was replaced
   std::size_t appendTo(std::string& result, std::string_view source, std::size_t end) const {
     result.append(head);
     while (makesKnownTagWith(source.substr(end))) {
@@ -179,7 +180,7 @@ void trim(std::string& text, const Characters& characters) {
 
 // Tokens and characters ----------------------------------------------------------------------
 
-/// By byte: 1 for a delimiter, else 0.
+/// For each byte, 1 if it is a delimiter, else 0.
 using DelimiterTable = std::array<unsigned char, 256>;
 
 DelimiterTable makeDelimiterTable(std::string_view delimiters) {
@@ -190,7 +191,7 @@ DelimiterTable makeDelimiterTable(std::string_view delimiters) {
   return table;
 }
 
-/// The ends of separators are counted without a branch, which no processor could predict.
+/// Counts the ends of separators without a branch, because no processor could predict it.
 std::size_t countTokens(std::string_view text, const DelimiterTable& delimiterTable) {
   std::size_t count = 0;
   unsigned previous = 1;
@@ -202,12 +203,12 @@ std::size_t countTokens(std::string_view text, const DelimiterTable& delimiterTa
   return count;
 }
 
-// Sums of single bytes, side by side: what compilers turn into vector instructions.
+// Adds up bytes in parallel counters: compilers make vector instructions of that.
 constexpr std::size_t lanes = 32;
-constexpr std::size_t countedBlock = 4096;  // stays in the nearest cache between two looks
+constexpr std::size_t countedBlock = 4096;  // stays in the first-level cache between two passes
 static_assert(countedBlock / lanes <= 255, "the sums overflow");
 
-/// The bytes of a block that are no UTF-8 continuation bytes.
+/// The number of bytes of a block that are not UTF-8 continuation bytes.
 std::size_t countLeadBytes(const char* block, std::size_t size) {
   const auto isLead = [](char byte) { return static_cast<signed char>(byte) >= -0x40; };
   const char* const end = block + size;
@@ -223,8 +224,8 @@ std::size_t countLeadBytes(const char* block, std::size_t size) {
 
 // Rewriting in place -------------------------------------------------------------------------
 
-/// Rewrites the places of a text that begin with a mark, from front to back and without a second
-/// text. Whole when destroyed.
+/// Rewrites the places of a text that begin with a mark, from front to back and without a copy of
+/// the text. The text is complete when this object is destroyed.
 template <std::size_t size>
 class Rewriting {
  public:
@@ -238,7 +239,7 @@ class Rewriting {
     }
   }
 
-  /// The next mark's position, or npos.
+  /// The position of the next mark, or npos.
   std::size_t next() const {
     const char* const begin = text.data();
     for (std::size_t at = position; at + markSize <= text.size(); ++at) {
@@ -254,12 +255,12 @@ class Rewriting {
     return npos;
   }
 
-  /// Replaces what stands between the two, and keeps what stands before.
+  /// Replaces the text between the two positions, and keeps the text before them.
   void replace(std::size_t begin, std::size_t end, std::string_view replacement) {
     keepUntil(begin);
     position = end;
     if (position - written < replacement.size()) {
-      // Room in proportion to what is left, so that this seldom moves all of it.
+      // Reserves space in proportion to the rest, so that the rest is moved seldom.
       const std::size_t room = replacement.size() + (text.size() - position) / 8;
       text.insert(position, room, '\0');
       position += room;
@@ -279,11 +280,12 @@ class Rewriting {
 
   std::string& text;
   const char (&mark)[size];
-  std::size_t position = 0;  // all before it is written
+  std::size_t position = 0;  // everything before it is written
   std::size_t written = 0;
 };
 
-/// As atoi() reads it in the C locale; out of its range, the nearest long cut down to its low bits.
+/// Reads a number like atoi() in the C locale. A number out of range becomes the nearest long, of
+/// which the low bits are used.
 int readNumber(std::string_view text) {
   const auto isSpace = [](char byte) { return byte == ' ' || (byte >= '\t' && byte <= '\r'); };
   while (!text.empty() && isSpace(text.front())) {
@@ -322,19 +324,19 @@ class EngineMark {
 
 // Sentences of tags --------------------------------------------------------------------------
 
-/// The longest text that the regular expression gets to see: it takes about 50 ns a byte, and a
-/// string of its kind cannot be as long as a text.
+/// The longest text for which the regular expression is used. It takes about 50 ns a byte, and its
+/// kind of string cannot be as long as a text.
 constexpr std::size_t longestMatched = std::size_t{64} * 1024;
 
 bool matchesTagsOnly(std::string_view text) {
   static const QRegExp tagsOnlyRegExp(QStringLiteral(R"(^ *(\\[^\\]*\\ *)*$)"),
                                       Qt::CaseInsensitive);
-  // A copy, as matching writes to the expression.
+  // A copy, because matching writes to the expression.
   QRegExp matcher(tagsOnlyRegExp);
   return matcher.indexIn(QString::fromLatin1(text.data(), static_cast<int>(text.size()))) == 0;
 }
 
-/// Tells the same, of a text of any length that begins with a mark.
+/// Returns the same for a text of any length that begins with a mark.
 bool scanTagsOnly(std::string_view text) {
   for (std::size_t begin = 0; begin != npos; begin = text.find_first_not_of(' ', begin)) {
     const std::size_t close = text[begin] == tagMark ? text.find(tagMark, begin + 1) : npos;
@@ -437,7 +439,7 @@ std::string replaceTags(const std::string& text, const char* replacement) {
 bool isTagsOnlySentence(const std::string& text) {
   const char* const begin = text.c_str() + std::strspn(text.c_str(), " ");
   if (*begin != tagMark) {
-    return *begin == '\0';  // without a look at the rest of what may be a long text
+    return *begin == '\0';  // does not read the rest, which may be long
   }
   const std::string_view sentence = begin;
   if (sentence[sentence.find_last_not_of(' ')] != tagMark) {

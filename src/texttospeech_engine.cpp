@@ -19,8 +19,8 @@ const LogCategory category(sites::engineCategory);
 constexpr const char* moduleName = "TextToSpeechEngine";
 constexpr const char* fallbackLanguage = "English";
 
-/// Apart, so that it burdens no operation: with nothing to clean up, an operation jumps to its hook
-/// and has no frame of its own.
+/// A function of its own, so that an operation has nothing to clean up: it then jumps to its hook
+/// and needs no stack frame.
 [[noreturn, gnu::cold, gnu::noinline]] void throwNotActive(const char* method) {
   throw KQError(moduleName, method, "This engine is not active.", nullptr, 0);
 }
@@ -110,7 +110,7 @@ void TextToSpeechEngine::reload(const std::vector<zu::PackageInfo>& packages, bo
     fallbackUsed = false;
     requestedLanguage.clear();
   } catch (const KQError&) {
-    // Names the previous language even when another was tried: consumers match on this text.
+    // The text names the previous language even if another one was tried: consumers match on it.
     log(sites::reloadFallback, "Cannot set : " + previous + ". Fallbacks to english.");
     setCurrentLanguage(fallbackLanguage);
     fallbackUsed = true;

@@ -16,7 +16,7 @@ namespace KQ {
 
 namespace {
 
-// Spelled so, and used by no message: hosts set levels by the registered name.
+// No message uses this category, and the spelling is intended: hosts set levels by this name.
 const LogCategory category("textospeechmanager");
 
 constexpr const char* managerName = "TextToSpeechManager";
@@ -32,13 +32,13 @@ KQError notSupported(const char* method, const std::string& what) {
 }
 
 KQError noEngineFound(const std::string& language) {
-  // Names the operation that asks; consumers match on it.
+  // This method text is part of the contract; consumers match on it.
   return managerError("xGetDefaultVoiceForLanguage",
                       "No engine found for " + language + " language");
 }
 
-/// Runs an operation of an engine. Every call into an engine of the registry goes through here, for
-/// what it may throw.
+/// Calls an operation of an engine. Every call of an engine of the registry must go through this
+/// function, because the engine may throw an exception whose code is in its library.
 template <typename Operation>
 decltype(auto) route(const EnginePtr& engine, Operation operation) {
   try {
@@ -263,8 +263,8 @@ EnginePtr TextToSpeechManager::currentEngineFor(const char* method) const {
   return engineOf(currentLanguage);
 }
 
-// These two throw where nothing is left to release: each frame that an exception has to clean up
-// costs as much again as the rest of it.
+// These functions throw when they have nothing left to release: each stack frame that an exception
+// must clean up doubles its cost.
 
 EnginePtr TextToSpeechManager::xGetEngine(const std::string& language) const {
   if (EnginePtr engine = serving(language)) {
@@ -290,7 +290,7 @@ void TextToSpeechManager::refuseIfOutdated(const std::string& language, const ch
   if (std::find(outdated.begin(), outdated.end(), language) == outdated.end()) {
     return;
   }
-  // No blank between the two sentences: consumers match on this text.
+  // There is no blank between the two sentences, because consumers match on this text.
   throw managerError(
       method, "The " + language +
                   " language package installed in /home/kelo/behaviors/ is outdated." +
@@ -298,7 +298,7 @@ void TextToSpeechManager::refuseIfOutdated(const std::string& language, const ch
 }
 
 void TextToSpeechManager::xSetCurrentLanguage(const std::string& language) {
-  Registry used;  // let go after the lock: this may be the last call that uses an engine
+  Registry used;  // released after the lock: this may be the last call that uses an engine
   const OperationLock lock(*libraries, managerMutex, "setCurrentLanguage");
   used = registry();
   try {
@@ -350,7 +350,7 @@ void TextToSpeechManager::xSetCurrentVoice(const std::string& voice) {
   if (*language != xGetCurrentLanguage()) {
     setCurrentLanguage(*language);
   }
-  EnginePtr engine;  // let go after the lock: this may be the last call that uses it
+  EnginePtr engine;  // released after the lock: this may be the last call that uses the engine
   const OperationLock lock(*libraries, managerMutex, "setCurrentVoice");
   try {
     engine = xGetRelevantEngine();
@@ -403,7 +403,7 @@ void TextToSpeechManager::setDefaultVoice() {
 
 template <typename Operation>
 auto TextToSpeechManager::routeExclusively(const char* method, Operation operation) const {
-  EnginePtr engine;  // let go after the lock: it may be the last one to use the engine
+  EnginePtr engine;  // released after the lock, like above
   const OperationLock lock(*libraries, managerMutex, method);
   engine = currentEngineFor(method);
   return route(engine, operation);

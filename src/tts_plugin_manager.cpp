@@ -43,7 +43,7 @@ TextToSpeechEngine* TtsPluginManager::load(const std::string& name,
   }
   const auto entry = reinterpret_cast<LoadPlugin>(zu::os::dlsym(library, "load_plugin"));
   if (entry == nullptr) {
-    // The library stays open: whatever it started when it was loaded may still run.
+    // The library stays open, because code that it started when it was loaded may still run.
     log(sites::entryPointMissing, "Could not find the load_plugin method in plugin\n");
     return nullptr;
   }

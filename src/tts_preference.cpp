@@ -33,12 +33,12 @@ bool isXmlCharacter(uint character) {
          (character >= 0x20 && character != 0xFFFE && character != 0xFFFF);
 }
 
-/// The text with all its characters: alone, the conversion would drop a U+FEFF at the beginning.
+/// Converts a text and keeps all its characters: the plain conversion drops a U+FEFF at the begin.
 QString toQString(const std::string& text) {
   return QString::fromStdString(' ' + text).mid(1);
 }
 
-/// A text as an attribute can hold it: what XML has no way to write becomes U+FFFD.
+/// A text as the value of an attribute. Characters that XML cannot hold become U+FFFD.
 QString toXmlText(const std::string& text) {
   QString result = toQString(text);
   for (QChar& character : result) {
@@ -58,8 +58,8 @@ void writePreference(QXmlStreamWriter& writer, const QString& description, const
   writer.writeAttribute(QStringLiteral("value"), value);
 }
 
-// The document model would write attributes in an order that changes from run to run, and
-// characters beyond U+FFFF as the halves of their UTF-16 form.
+// Written by hand, because the document model writes attributes in an order that changes from run
+// to run, and characters above U+FFFF as two UTF-16 surrogates.
 void writePreferences(QIODevice& output, const VoiceSetting& setting) {
   QXmlStreamWriter writer(&output);
   writer.setAutoFormatting(true);
@@ -75,8 +75,8 @@ void writePreferences(QIODevice& output, const VoiceSetting& setting) {
   writer.writeEndDocument();
 }
 
-/// Opens by the bytes of the path and without waiting for a pipe's reader, so that neither the
-/// locale nor a pipe that nobody reads matters. Writing then waits as usual.
+/// Opens a file for writing. The path is not converted, so the locale does not matter. Opening does
+/// not wait for the reader of a pipe; writing does.
 bool openForWriting(const std::string& path, QFile& file) {
   if (path.find('\0') != std::string::npos) {
     return false;
@@ -123,7 +123,7 @@ VoiceSetting makeVoiceSettingFromXml(boost::filesystem::path& file) {
       setting.voiceName = value;
       return;
     }
-    // The setting holds the known parameters and no other.
+    // The setting holds only the known parameters.
     const auto parameter = setting.parameters.find(name);
     if (parameter != setting.parameters.end()) {
       parameter->second = toQString(value).toFloat();

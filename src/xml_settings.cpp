@@ -1,5 +1,5 @@
-// A handler can stand between parser and document only with the reader that the document itself uses,
-// which Qt 5.15 calls deprecated.
+// Only the reader that the document itself uses lets a handler filter what the parser passes to the
+// document. Qt 5.15 calls that reader deprecated.
 #define QT_NO_DEPRECATED_WARNINGS
 
 #include "xml_settings.hpp"
@@ -23,14 +23,14 @@ namespace {
 constexpr qint64 maximumFileSize = qint64{8} * 1024 * 1024;
 constexpr int maximumDepth = 256;
 
-// The parser descends for each parenthesis of a document type, and what a type declares can cost the
-// cube of its size.
+// The parser recurses for each parenthesis of a document type, and the declarations of a type can
+// cost the cube of its size.
 constexpr int maximumDocumentTypeSize = 2048;
 constexpr qint64 maximumExpansion = qint64{4} * 1024 * 1024;
 constexpr int longestPredefinedEntity = 8;
 
-/// Gives the parser its characters. They end too early, so that the document is malformed, where its
-/// type is too large or where its entities stand for too much.
+/// Feeds characters to the parser. If the document type is too large or the entities expand to too
+/// much, the characters end early, so that the document is malformed.
 class LimitedSource : public QXmlInputSource {
  public:
   explicit LimitedSource(QIODevice* device) : QXmlInputSource(device) {}
@@ -50,10 +50,10 @@ class LimitedSource : public QXmlInputSource {
   void startDocumentType() { inDocumentType = true; }
   void endDocumentType() { inDocumentType = false; }
 
-  /// \return whether it is known what the entity can stand for: it names only entities before it
+  /// \return whether the size of the expanded entity is known: it may name only earlier entities
   bool declareEntity(const QString& name, const QString& text) {
     if (name.startsWith(QLatin1Char('%'))) {
-      return true;  // stands for text within the document type only
+      return true;  // expands within the document type only
     }
     if (entitySizes.contains(name) && text.size() > longestPredefinedEntity) {
       return false;
@@ -89,8 +89,8 @@ bool isSettingAttribute(const QString& name) {
   return name == QLatin1String("name") || name == QLatin1String("value");
 }
 
-/// Hears all that the parser finds, and passes on to the document no more than the root and its
-/// settings: whatever else a file is full of takes no memory.
+/// Receives everything that the parser finds, and passes only the root and its settings to the
+/// document, so that the rest of a file takes no memory.
 class SettingsHandler : public QXmlDefaultHandler {
  public:
   explicit SettingsHandler(LimitedSource& limitedSource) : source(limitedSource) {}
@@ -153,8 +153,8 @@ class SettingsHandler : public QXmlDefaultHandler {
   bool inSetting = false;
 };
 
-/// A reader set up as the document sets up its own for parsing without namespaces, but for the handler
-/// that it lets the document have.
+/// A reader with the features that the document sets for parsing without namespaces. The document's
+/// handler is connected to SettingsHandler instead of the parser.
 class SettingsReader : public QXmlSimpleReader {
  public:
   explicit SettingsReader(SettingsHandler& settingsHandler) : handler(settingsHandler) {
@@ -176,7 +176,7 @@ class SettingsReader : public QXmlSimpleReader {
   SettingsHandler& handler;
 };
 
-/// An open file, closed in the end.
+/// An open file. The destructor closes it.
 class Descriptor {
  public:
   explicit Descriptor(int openedFile) : file(openedFile) {}
@@ -187,8 +187,8 @@ class Descriptor {
   const int file;
 };
 
-/// The file's bytes; none when it is no regular file, too large or not readable. Opened by the bytes of
-/// its path and without waiting, so that neither the locale nor a pipe matters.
+/// The bytes of a file; empty if the file is not regular, too large or not readable. The path is
+/// not converted, so the locale does not matter. Opening does not block, not even on a pipe.
 QByteArray readRegularFile(const std::string& path) {
   if (path.find('\0') != std::string::npos) {
     return {};
@@ -217,7 +217,7 @@ bool parse(LimitedSource& source, QDomDocument& document) {
   return document.setContent(&source, &reader);
 }
 
-/// Whether a document is the same in ASCII as in the encoding that it is in.
+/// Whether a document reads the same as ASCII and in its declared encoding.
 bool isAscii(const QByteArray& bytes) {
   const bool hasAsciiOnly = std::all_of(bytes.begin(), bytes.end(), [](char byte) {
     return byte != 0 && static_cast<unsigned char>(byte) < 0x80;
@@ -228,7 +228,7 @@ bool isAscii(const QByteArray& bytes) {
 }
 
 bool parse(QByteArray& bytes, QDomDocument& document) {
-  // To look for a decoder Qt reads through all that it knows, some hundred kilobytes.
+  // To find a decoder, Qt searches all its tables, some hundred kilobytes.
   if (isAscii(bytes)) {
     LimitedSource source(QString::fromLatin1(bytes));
     return parse(source, document);
@@ -241,13 +241,13 @@ bool parse(QByteArray& bytes, QDomDocument& document) {
 
 }  // namespace
 
-bool forEachXmlSetting(
+void forEachXmlSetting(
     const boost::filesystem::path& file,
     const std::function<void(const std::string& name, const std::string& value)>& visit) {
   QByteArray bytes = readRegularFile(file.native());
   QDomDocument document(QStringLiteral("voiceSettingsDoc"));
   if (!parse(bytes, document)) {
-    return false;
+    return;
   }
   const QString name = QStringLiteral("name");
   const QString value = QStringLiteral("value");
@@ -255,7 +255,6 @@ bool forEachXmlSetting(
        setting = setting.nextSiblingElement()) {
     visit(setting.attribute(name).toStdString(), setting.attribute(value).toStdString());
   }
-  return true;
 }
 
 }  // namespace KQ

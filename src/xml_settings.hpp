@@ -6,14 +6,14 @@
 
 namespace KQ {
 
-/// Walks over the settings of an XML file: the children of its root element that have both a "name"
-/// and a "value" attribute, in document order. Calls `visit` with the two, as UTF-8. Tag names,
-/// deeper elements and everything else are passed over.
+/// Calls `visit` with the name and the value of each setting of an XML file, as UTF-8, in document
+/// order. A setting is a child of the root element that has both a "name" and a "value" attribute.
+/// Tag names, deeper elements and everything else are ignored.
 ///
-/// Only a regular file of at most 8 MiB is read, so that no pipe and no device holds the caller up, and
-/// one whose elements are nested deeper than 256 is malformed.
-/// \return false, without a visit, when the file cannot be had or is not well-formed
-bool forEachXmlSetting(
+/// Makes no call if the file cannot be read or is not well-formed. Only a regular file of at most
+/// 8 MiB is read, so no pipe or device can block the caller. A file that is nested deeper than 256
+/// elements counts as not well-formed.
+void forEachXmlSetting(
     const boost::filesystem::path& file,
     const std::function<void(const std::string& name, const std::string& value)>& visit);
 

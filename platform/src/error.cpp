@@ -1,6 +1,6 @@
 #include <kq/error.hpp>
 #include <utility>
-// Every member that touches the texts is defined here, not in the header: an error that a plug-in
+// Every member that uses the texts is defined here and not in the header: an error that a plug-in
 // threw may outlive the plug-in's code.
 
 struct KQError::Texts {

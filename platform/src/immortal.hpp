@@ -4,16 +4,16 @@
 
 namespace zu {
 
-/// The process's one T, made at the first use. It is never destroyed, so that it serves static
-/// destructors and threads that outlive main().
+/// The process's only T, created at the first use. It is never destroyed, so static destructors and
+/// threads that outlive main() can use it.
 template <typename T>
 T& immortal() {
   static T& instance = *new T;
   return instance;
 }
 
-/// To be called by the constructor of an immortal T: a child process does not inherit the T's `mutex`
-/// while another thread holds it.
+/// Call this in the constructor of an immortal T. fork() then waits for the T's `mutex`, so that a
+/// child process never inherits it locked.
 template <typename T>
 void holdMutexAtFork() {
   constexpr auto lock = [] { immortal<T>().mutex.lock(); };

@@ -2,10 +2,10 @@
 
 namespace zu::os {
 
-/// Whether a file is a shared library whose program headers name more bytes than it has, as after a
-/// copy that was broken off. The loader maps such a file all the same, and the process dies by SIGBUS
-/// when it reads what is missing. False for whatever is no library or cannot be read: the loader
-/// reports that.
+/// Whether a file is a shared library that is shorter than its program headers say, for example
+/// after an interrupted copy. The loader maps such a file all the same, and SIGBUS ends the process
+/// when it reads the missing part. False for a file that is not a library or cannot be read: the
+/// loader reports those.
 bool isCutShort(const char* path);
 
 }  // namespace zu::os

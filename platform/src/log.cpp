@@ -20,13 +20,13 @@ struct Category {
   explicit Category(const std::string& text) : name(text) {}
 
   const std::string name;
-  std::atomic<Level> level{inherited};  // `inherited`: the level of all
+  std::atomic<Level> level{inherited};  // `inherited` means the common level
   std::atomic<bool> isListed{false};
   Category* next = nullptr;
 };
 
-// All categories that were ever named, in a hash table that only grows. It needs no lock, no
-// construction and no destruction, so that it can be used at any moment of a process's life.
+// All categories that were ever used, in a hash table that only grows. It needs no lock,
+// constructor or destructor, so it can be used at any moment of the process's life.
 std::array<std::atomic<Category*>, 256> buckets{};
 
 std::atomic<Category*>& bucketOf(const std::string& name) {

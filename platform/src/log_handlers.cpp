@@ -13,17 +13,17 @@ namespace {
 
 struct Entry {
   Handler handler;
-  int running = 0;    // threads that are in the handler, or destroy it
+  int running = 0;    // threads that run or destroy the handler
   int heldUp = 0;     // those of them that wait in removeHandler()
-  bool gone = false;  // not to be entered any more; dropped by the last thread that leaves
+  bool gone = false;  // no thread may enter it; the last thread that leaves destroys it
 };
 
 struct Registry {
   Registry() { holdMutexAtFork<Registry>(); }
 
-  std::mutex mutex;  // guards all below; not held while a handler runs or is destroyed
+  std::mutex mutex;  // guards the members below; not held while a handler runs or is destroyed
   std::condition_variable changed;
-  std::map<int, Entry> entries;  // by id, which is never given twice
+  std::map<int, Entry> entries;  // by id; an id is never used again
   int newest = 0;
 };
 
@@ -31,7 +31,7 @@ Registry& registry() {
   return immortal<Registry>();
 }
 
-// This thread's stay in a handler. The lock is held when it begins and when it ends, not between.
+// One run of a handler in this thread. The lock is held at its begin and end, not in between.
 class Visit {
  public:
   Visit(int visitedId, Entry& visited, std::unique_lock<std::mutex>& held)
@@ -74,8 +74,8 @@ class Visit {
   }
 
  private:
-  // The code of its destructor may be unmapped once removeHandler() has returned, so this is part
-  // of the visit.
+  // Still a part of the run: the code of the destructor may be unmapped once removeHandler() has
+  // returned.
   void destroyHandler() {
     Handler handler = std::exchange(entry.handler, nullptr);
     lock.unlock();
@@ -141,7 +141,7 @@ void removeHandler(int id) {
     const Visit last(id, entry, lock);
     return;
   }
-  // Of handlers that remove one another, each waits for the others only as long as they move.
+  // If handlers remove each other, each waits only while the others make progress.
   Visit::holdUpAll(1);
   all.changed.wait(lock, [id, &all] {
     const auto left = all.entries.find(id);

@@ -4,7 +4,7 @@
 
 namespace zu::log {
 
-/// Shows a record to all handlers that are there now, except those that this thread is in already.
+/// Calls all handlers with a record, except those that this thread is already running.
 void showToHandlers(const Record& record);
 
 }  // namespace zu::log

@@ -19,7 +19,7 @@ struct Output {
     holdMutexAtFork<Output>();
   }
 
-  std::mutex mutex;  // not one of the sink's, which cannot be taken at a fork
+  std::mutex mutex;  // not the sink's own mutex, which cannot be locked at a fork
   spdlog::sinks::stderr_sink_st sink;
 };
 

@@ -10,8 +10,8 @@ namespace zu::log {
 inline constexpr std::array<std::string_view, 7> levelNames{"silent", "fatal",   "error", "warning",
                                                             "info",   "verbose", "debug"};
 
-/// Writes a record to standard error as one line, whatever its texts hold. Thread-safe; a failure
-/// to write is ignored.
+/// Writes a record to standard error as one line, whatever its texts contain. Thread-safe. Ignores
+/// a failure to write.
 void printRecord(const Record& record);
 
 }  // namespace zu::log

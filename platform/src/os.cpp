@@ -10,9 +10,10 @@ namespace zu::os {
 
 namespace {
 
-// The loader has a recursive lock of its own, which ThreadSanitizer does not see: it would take memory
-// that the loader gets in one thread and gives back in another for a race. Otherwise there is no lock
-// here: who holds the loader's and comes to us would meet the two in the other order.
+// ThreadSanitizer does not see the loader's own recursive lock: it would report a race on memory
+// that the loader allocates in one thread and frees in another. Other builds must have no lock
+// here: a thread that holds the loader's lock and then calls us would take the two in the opposite
+// order.
 #ifdef __SANITIZE_THREAD__
 std::recursive_mutex loaderMutex;
 #else
@@ -22,11 +23,12 @@ struct {
 } loaderMutex;
 #endif
 
-// What this library itself refused, until it is told or another operation begins. A plain pointer,
-// so that it still works while the thread or the process ends.
+// The error of a call that this library itself refused, until dlerror() returns it or another
+// operation begins. A plain pointer, so that it still works while the thread or the process ends.
 thread_local const char* refusal = nullptr;
 
-// Begins an operation. \return whether its argument is there
+// Begins an operation.
+// \return whether its argument is present
 bool accept(bool present, const char* otherwise) {
   refusal = present ? nullptr : otherwise;
   return present;
@@ -35,11 +37,11 @@ bool accept(bool present, const char* otherwise) {
 }  // namespace
 
 void* dlopen(const char* path, int flags) {
-  // The system takes a missing name for the program itself, which is no library.
+  // For the system a missing name means the program itself, which is not a library.
   if (!accept(path != nullptr && *path != '\0', "no library is named")) {
     return nullptr;
   }
-  // Without a slash, the system searches for the file in its own way.
+  // The system would search for a name without a slash in its own folders.
   if (std::strchr(path, '/') != nullptr &&
       !accept(!isCutShort(path), "the library's file is shorter than its headers say")) {
     return nullptr;
@@ -49,7 +51,7 @@ void* dlopen(const char* path, int flags) {
 }
 
 void* dlsym(void* handle, const char* symbol) {
-  // The system takes a null handle for a search through everything that is loaded.
+  // For the system a null handle means a search of all loaded libraries.
   if (!accept(handle != nullptr, "not a library's handle") ||
       !accept(symbol != nullptr, "no symbol is named")) {
     return nullptr;
@@ -67,7 +69,7 @@ int dlclose(void* handle) {
 
 const char* dlerror() {
   const char* refused = refusal;
-  const char* failed = ::dlerror();  // in any case, since it forgets what it tells
+  const char* failed = ::dlerror();  // always called, because the call clears the error
   refusal = nullptr;
   if (refused != nullptr) {
     return refused;

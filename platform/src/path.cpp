@@ -24,7 +24,7 @@ bool hasNul(const std::string& text) {
   return text.find('\0') != std::string::npos;
 }
 
-// The full path of a folder, without a slash at its end; "" when there is none.
+// The full path of a folder, without a slash at its end, or "" if it does not exist.
 std::string fullPath(const std::string& directory) {
   std::error_code error;
   std::string path = fs::absolute(directory, error).string();
@@ -37,11 +37,12 @@ std::string fullPath(const std::string& directory) {
   return path;
 }
 
-// The folder of this library. Asked once: a relative answer holds for the first working folder only.
+// The folder of this library. Determined once: a relative path is valid only for the first working
+// folder.
 struct OwnFolder {
   OwnFolder() {
     Dl_info info{};
-    // Not an exported function: its address may be one in the program.
+    // Not an exported function: its address could be in the program.
     if (dladdr(reinterpret_cast<const void*>(&hasNul), &info) != 0) {
       path = fullPath(fs::path(info.dli_fname).parent_path());
     }

@@ -7,8 +7,8 @@ namespace zu::log {
 
 namespace {
 
-// One row of Unicode's table of well-formed UTF-8: lead bytes, the range of the byte that follows,
-// and the length of the sequence. Bytes after the second are all 80..BF.
+// A row of Unicode's table of well-formed UTF-8: lead bytes, the range of the second byte, and the
+// length of the sequence. All later bytes are 80..BF.
 struct Utf8Form {
   unsigned char firstLead, lastLead, firstNext, lastNext;
   std::size_t length;
@@ -31,7 +31,7 @@ bool isBetween(char character, unsigned char first, unsigned char last) {
   return first <= byte && byte <= last;
 }
 
-// The bytes of the printable character that the text begins with, 0 when it begins with none.
+// The length in bytes of the printable character at the begin of the text, or 0 if there is none.
 std::size_t printableLength(std::string_view text) {
   if (isBetween(text[0], 0x20, 0x7E)) {
     return 1;

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# pre_commit_test.sh CASE SOURCE WORK: one test of scripts/pre-commit, as a hook of a small repository in
-# WORK.
+# pre_commit_test.sh CASE SOURCE WORK: runs one test of scripts/pre-commit, as the hook of a small
+# repository in WORK.
 set -euo pipefail
 
 case_name=$1 source=$2 work=$3
@@ -17,7 +17,7 @@ make_repository() {
   rm -rf "$work"
   mkdir -p "$work/tree/scripts" "$work/tree/docs" "$work/tree/tools"
   cd "$work/tree"
-  cp "$source"/scripts/{layers,pre-commit} scripts
+  cp "$source"/scripts/{check-columns,layers,pre-commit} scripts
   cp "$source/.clang-format" .
   # shellcheck disable=SC2016 # no command of ours
   printf '<!-- scripts/layers -->\n```mermaid\n```\n' >docs/architecture.md
@@ -32,10 +32,10 @@ make_repository() {
 
 commits() { git commit -qm 'A change' >"$work/output" 2>&1 || fail 'It was not committed'; }
 
-# is_refused TEXT: it is not committed, and the hook says so.
+# is_refused TEXT: the commit fails, and the hook prints the text.
 is_refused() {
   if git commit -qm 'A change' >"$work/output" 2>&1; then fail 'It was committed'; fi
-  grep -qF -- "$1" "$work/output" || fail "It was not told of: $1"
+  grep -qF -- "$1" "$work/output" || fail "The hook did not print: $1"
 }
 
 takes_what_is_clean() {
@@ -83,7 +83,20 @@ takes_comments_of_100_columns() {
 refuses_long_comments() {
   printf '// %098d\nint number();\n' 7 >tools/number.hpp
   git add -A
-  is_refused 'longer than 100 columns'
+  is_refused 'tools/number.hpp:1: more than 100 columns'
+}
+
+refuses_long_lines_of_scripts() {
+  printf '#!/bin/sh\necho %096d\n' 7 >scripts/ready
+  git add -A
+  is_refused 'scripts/ready:2: more than 100 columns'
+}
+
+takes_wide_tables_and_pages() {
+  printf '// clang-format off\nint row%0100d;\n// clang-format on\n' 7 >tools/number.hpp
+  printf '%0101d\n' 7 >docs/page.md
+  git add -A
+  commits
 }
 
 refuses_an_arrow_that_runs_the_wrong_way() {
@@ -94,7 +107,8 @@ refuses_an_arrow_that_runs_the_wrong_way() {
 }
 
 refuses_a_picture_that_is_out_of_date() {
-  printf '#include <zu/log.hpp>\n' >tools/logged.cpp
+  mkdir tools/app
+  printf '#include <zu/log.hpp>\n' >tools/app/logged.cpp
   git add -A
   is_refused 'scripts/layers --update'
 }

@@ -11,7 +11,7 @@
 
 #include "plugin_folder.hpp"
 #include "support/latch.hpp"
-#include "support/test_manager.hpp"
+#include "test_manager.hpp"
 
 namespace {
 

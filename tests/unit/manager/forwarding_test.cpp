@@ -12,7 +12,7 @@
 #include "support/latch.hpp"
 #include "support/log_recorder.hpp"
 #include "support/row_name.hpp"
-#include "support/test_manager.hpp"
+#include "test_manager.hpp"
 
 namespace {
 

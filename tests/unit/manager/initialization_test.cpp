@@ -10,7 +10,7 @@
 #include "plugin_folder.hpp"
 #include "support/log_recorder.hpp"
 #include "support/row_name.hpp"
-#include "support/test_manager.hpp"
+#include "test_manager.hpp"
 
 namespace {
 

@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include "support/test_manager.hpp"
 #include "support/virtual_slot.hpp"
+#include "test_manager.hpp"
 
 namespace {
 

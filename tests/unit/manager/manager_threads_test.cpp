@@ -1,7 +1,9 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <boost/make_shared.hpp>
 #include <kq/error.hpp>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -11,7 +13,7 @@
 #include "plugin_folder.hpp"
 #include "support/latch.hpp"
 #include "support/storm.hpp"
-#include "support/test_manager.hpp"
+#include "test_manager.hpp"
 
 namespace {
 
@@ -329,6 +331,75 @@ TEST_F(ManagerThreadsTest, TwoTerminatesAtOnceAreSafe) {
   }
   EXPECT_FALSE(folder.isMapped("nuance"));
   EXPECT_FALSE(folder.isMapped("aitalk"));
+}
+
+TEST_F(ManagerThreadsTest, TheTablesCanBeReadWhileTheyAreFilledAndCleared) {
+  folder.install("nuance", "scripted");
+  TestManager manager;
+  std::atomic<bool> done{false};
+  // Calls no engine: the fixtures' journal has a lock that would hide a missing one.
+  std::thread reader([&] {
+    while (!done) {
+      tolerant([&] { manager.xGetEngine("English"); })();
+      tolerant([&] { manager.xGetRelevantEngine(); })();
+      tolerant([&] { manager.getLanguage("Anna"); })();
+      manager.xGetCurrentLanguage();
+      manager.xGetAvailableVoices();
+      manager.xGetAllAvailableVoices();
+    }
+  });
+
+  for (int round = 0; round < 50; ++round) {
+    manager.initialize(packages);
+    manager.terminate();
+  }
+  done = true;
+  reader.join();
+
+  EXPECT_THAT(manager.engines, testing::IsEmpty());
+}
+
+TEST_F(ManagerThreadsTest, PluginsAreLoadedRefusedAndReleasedByManyThreadsAtOnce) {
+  for (const char* name : {"a", "b", "c"}) {
+    folder.install(name, "scripted");
+  }
+  TestManager manager;
+  const auto loadAndUnload = [&](const std::string& name) {
+    return [&manager, name] {
+      EXPECT_TRUE(manager.xLoadPlugin(name, {}, nullptr));
+      EXPECT_TRUE(manager.xUnloadPlugin(name));
+    };
+  };
+  const auto loadRefused = [&] {
+    EXPECT_FALSE(manager.xLoadPlugin("c", {{"c", "refuse", "xInitialize"}}, nullptr));
+  };
+  const auto releaseForeignEngine = [&] {
+    const auto engine = boost::make_shared<test::FakeEngine>();
+    manager.registerEngine("foreign", engine);
+    EXPECT_TRUE(manager.xUnloadPlugin("foreign"));
+  };
+
+  test::storm(100, {loadAndUnload("a"), loadAndUnload("b"), loadRefused, releaseForeignEngine});
+
+  EXPECT_THAT(manager.engines, testing::IsEmpty());
+  for (const char* name : {"a", "b", "c"}) {
+    EXPECT_FALSE(folder.isMapped(name)) << name;
+  }
+}
+
+TEST_F(ManagerThreadsTest, AnEngineCanBeDroppedWhileItsManagerIsDestroyed) {
+  folder.install("nuance", "scripted");
+  for (int round = 0; round < 100; ++round) {
+    auto manager = std::make_unique<TestManager>();
+    manager->initialize(packages);
+    auto engine = manager->xGetEngine("English");
+    manager->terminate();
+
+    test::storm(1, {[&] { manager.reset(); }, [&] { engine.reset(); }});
+
+    ASSERT_FALSE(manager);
+    ASSERT_FALSE(engine);
+  }
 }
 
 TEST_F(ManagerThreadsTest, TwoManagersShareALibraryWithoutHarm) {

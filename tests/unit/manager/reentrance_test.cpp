@@ -10,7 +10,7 @@
 #include "support/errors.hpp"
 #include "support/latch.hpp"
 #include "support/row_name.hpp"
-#include "support/test_manager.hpp"
+#include "test_manager.hpp"
 
 namespace {
 

@@ -17,7 +17,7 @@
 #include "plugin_folder.hpp"
 #include "support/log_recorder.hpp"
 #include "support/row_name.hpp"
-#include "support/test_manager.hpp"
+#include "test_manager.hpp"
 
 namespace {
 
@@ -459,6 +459,7 @@ TEST_F(RegistryTest, TerminatingUnloadsInAFixedOrder) {
     engine->onDestruction = [&events, name] { events.push_back(name + std::string(" destroyed")); };
   }
   manager.active = true;
+  events.clear();
 
   EXPECT_TRUE(manager.terminate());
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "support/errors.hpp"
-#include "support/test_manager.hpp"
+#include "test_manager.hpp"
 
 namespace {
 

@@ -42,7 +42,7 @@ TEST(VoiceSettingTest, TypeIs32BitsWideAndPreferencesAreOne) {
 
 /// Engines are built apart from the library, against the order of the fields.
 TEST(VoiceSettingTest, TheFieldsKeepTheirOrder) {
-  const VoiceSetting setting = makeSetting();
+  const VoiceSetting setting = newSetting();
   const void* const type = &setting.type;
   const void* const name = &setting.voiceName;
   const void* const parameters = &setting.parameters;

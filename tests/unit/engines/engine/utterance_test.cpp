@@ -5,6 +5,7 @@
 
 #include <numeric>
 #include <stdexcept>
+#include <thread>
 
 #include "support/speech_recorder.hpp"
 

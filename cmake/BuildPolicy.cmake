@@ -1,6 +1,7 @@
-# What every target of this tree is built with; nothing here reaches a consumer, nor a tree that
-# this one is a part of.
+# What everything in this tree is built with, and where it goes. Nothing here reaches a consumer, nor
+# a tree that this one is a part of.
 
+# Language and visibility
 set(CMAKE_CXX_STANDARD 17)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
@@ -9,20 +10,31 @@ set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
+# Folders of the build
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
 set(KQTTS_PLUGIN_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib/kqtts)
 
+# Folders of the installed tree, besides those of GNUInstallDirs
+include(GNUInstallDirs)
+set(KQTTS_INSTALL_PLUGINDIR ${CMAKE_INSTALL_LIBDIR}/kqtts)
+set(KQTTS_INSTALL_PKGCONFIGDIR ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+# The way from a .pc file to the prefix, so that the tree can be moved.
+file(RELATIVE_PATH KQTTS_PREFIX_FROM_PKGCONFIG
+  ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+string(REGEX REPLACE "/$" "" KQTTS_PREFIX_FROM_PKGCONFIG ${KQTTS_PREFIX_FROM_PKGCONFIG})
+
 set(KQTTS_SANITIZE "" CACHE STRING "Sanitizers for -fsanitize=, for example address,undefined")
 
-# For tests and tools, whose templates are long to compile: without the checks of each pointer that is used. The
-# library, the platform and the engines keep them.
+# For tests and tools: their templates compile slowly with a check of each pointer that is used. The
+# library, the platform and the engines keep these checks.
 set(KQTTS_WITHOUT_POINTER_CHECKS "")
 if(KQTTS_SANITIZE MATCHES "undefined")
   set(KQTTS_WITHOUT_POINTER_CHECKS -fno-sanitize=null,vptr,alignment,object-size)
 endif()
 
-# kqtts_target(<target>): warnings as errors, the chosen sanitizers, no machine's paths in the result.
+# kqtts_target(<target>): warnings as errors, the sanitizers, no paths of this machine in the result.
+# The preset or the build type sets the optimisation, never a target.
 function(kqtts_target target)
   target_compile_options(${target} PRIVATE
     -Wall -Wextra -Wpedantic -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual

@@ -1,39 +1,49 @@
 #pragma once
 
 #include <boost/make_shared.hpp>
+#include <boost/thread/lock_guard.hpp>
 #include <kqtts/texttospeech_manager.hpp>
 #include <string>
 
+#include "plugin_folder.hpp"
 #include "support/fake_engine.hpp"
 
 namespace test {
 
-/// The module that the manager's errors name.
+/// The module of the manager's errors.
 constexpr const char* managerModule = "TextToSpeechManager";
 
-/// Shows the manager's fields and hooks, and takes fake engines into its registry.
+/// Makes the manager's fields and hooks public, and adds fake engines to its registry.
 class TestManager : public KQ::TextToSpeechManager {
  public:
   explicit TestManager(TextToSpeechEngineCallbackInterface* engineCallback = nullptr,
                        const boost::shared_ptr<KQ::TTSLanguageInfo>& table = nullptr)
       : TextToSpeechManager(engineCallback, table) {}
 
-  /// Registers an active engine with its languages and voices, as initialize() would have done.
+  /// Registers an active engine, and lets the manager's own initialisation fill the tables from all
+  /// engines of the registry. That loads no plug-in: none is installed meanwhile.
   boost::shared_ptr<FakeEngine> add(const std::string& plugin,
                                     const std::vector<std::string>& languages,
                                     const std::map<std::string, std::string>& allVoices) {
     auto engine = boost::make_shared<FakeEngine>(plugin);
     engine->languages = languages;
     engine->allVoices = allVoices;
+    engine->voices.clear();
     engine->currentLanguage = languages.empty() ? "" : languages.front();
     engine->initialize({});
-    engine->takeCalls();
-    engines[plugin] = engine;
-    for (const std::string& language : languages) {
-      languageEngines[language] = plugin;
+    registerEngine(plugin, engine);
+    const PluginFolder withoutPlugins;
+    xInitialize({});
+    for (const auto& entry : engines) {
+      static_cast<FakeEngine&>(*entry.second).takeCalls();
     }
-    voiceLanguages.insert(allVoices.begin(), allVoices.end());
     return engine;
+  }
+
+  /// Puts an engine into the registry as it is. The tables do not change.
+  void registerEngine(const std::string& plugin, const boost::shared_ptr<FakeEngine>& engine) {
+    const boost::lock_guard<boost::mutex> lock(tablesMutex);
+    engines[plugin] = engine;
   }
 
   /// Whether a thread, this one included, holds managerMutex.
@@ -61,6 +71,9 @@ class TestManager : public KQ::TextToSpeechManager {
   using TextToSpeechManager::tablesMutex;
   using TextToSpeechManager::talking;
   using TextToSpeechManager::voiceLanguages;
+  using TextToSpeechManager::xGetAllAvailableVoices;
+  using TextToSpeechManager::xGetAvailableVoices;
+  using TextToSpeechManager::xGetCurrentLanguage;
   using TextToSpeechManager::xGetName;
   using TextToSpeechManager::xInitialize;
   using TextToSpeechManager::xSetCurrentLanguage;
