@@ -3,6 +3,7 @@
 #include <boost/thread/lock_types.hpp>
 #include <iostream>
 #include <kq/error.hpp>
+#include <kqtts/package_names.hpp>
 #include <kqtts/texttospeech_engine.hpp>
 #include <utility>
 
@@ -328,7 +329,7 @@ std::string TextToSpeechEngine::getParamFromXml(const std::string& paramName,
 }
 
 std::string TextToSpeechEngine::getVoiceNameFromXml(const boost::filesystem::path& file) const {
-  return getParamFromXml("sourceVoice", file);
+  return getParamFromXml(package_names::sourceVoice, file);
 }
 
 }  // namespace KQ

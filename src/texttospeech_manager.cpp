@@ -2,6 +2,7 @@
 #include <boost/filesystem/path.hpp>
 #include <boost/make_shared.hpp>
 #include <kq/error.hpp>
+#include <kqtts/plugin_names.hpp>
 #include <kqtts/texttospeech_manager.hpp>
 #include <kqtts/tts_language_info.hpp>
 #include <memory>
@@ -139,9 +140,9 @@ bool TextToSpeechManager::xTerminate() {
     voiceLanguages.clear();
     languageEngines.clear();
   }
-  xUnloadPlugin("log");
-  xUnloadPlugin("aitalk");
-  xUnloadPlugin("nuance");
+  xUnloadPlugin(plugin_names::log);
+  xUnloadPlugin(plugin_names::aitalk);
+  xUnloadPlugin(plugin_names::nuance);
   std::map<std::string, EnginePtr> remaining;
   {
     const TablesLock lock(*libraries, tablesMutex);
@@ -187,16 +188,16 @@ bool TextToSpeechManager::xInitialize(const std::vector<zu::PackageInfo>& packag
     abandonEngines();
   }
   const OperationLock lock(*libraries, managerMutex, "initialize");
-  const bool aitalkLoaded = xLoadPlugin("aitalk", packages, sharedLanguageInfo);
-  const bool nuanceLoaded = xLoadPlugin("nuance", packages, sharedLanguageInfo);
+  const bool aitalkLoaded = xLoadPlugin(plugin_names::aitalk, packages, sharedLanguageInfo);
+  const bool nuanceLoaded = xLoadPlugin(plugin_names::nuance, packages, sharedLanguageInfo);
   if (nuanceLoaded || aitalkLoaded) {
-    const EnginePtr first = registered(nuanceLoaded ? "nuance" : "aitalk");
+    const EnginePtr first = registered(nuanceLoaded ? plugin_names::nuance : plugin_names::aitalk);
     if (!first) {
       throw managerError("initialize", "The engine was unloaded while it was being initialized.");
     }
     adoptCurrentLanguageOf(first);
   }
-  xLoadPlugin("log", packages, sharedLanguageInfo);
+  xLoadPlugin(plugin_names::log, packages, sharedLanguageInfo);
   const auto loaded = registry();
   for (const auto& [name, engine] : loaded) {
     mergeTablesOf(name, engine);

@@ -1,4 +1,5 @@
 #include <boost/format.hpp>
+#include <kqtts/plugin_names.hpp>
 #include <kqtts/tts_language_info.hpp>
 #include <kqtts/tts_plugin_manager.hpp>
 #include <utility>
@@ -18,8 +19,13 @@ using UnloadPlugin = void (*)(TextToSpeechEngine**);
 constexpr int defaultMode = -1;
 
 std::string findPlugin(const std::string& name) {
-  const std::string path = zu::path::findLib("kqtts/libkqtts-" + name);
-  return path.empty() ? zu::path::findLib("kqtts/kqtts-" + name) : path;
+  for (const std::string& library : plugin_names::librariesOf(name)) {
+    std::string path = zu::path::findLib(library);
+    if (!path.empty()) {
+      return path;
+    }
+  }
+  return "";
 }
 
 }  // namespace

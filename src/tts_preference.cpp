@@ -6,6 +6,7 @@
 #include <boost/filesystem/exception.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <kq/error.hpp>
+#include <kqtts/package_names.hpp>
 #include <kqtts/tts_preference.hpp>
 #include <utility>
 
@@ -17,9 +18,6 @@ namespace KQ {
 namespace {
 
 const LogCategory category(sites::preferenceCategory);
-
-constexpr const char* sourceVoiceName = "sourceVoice";
-constexpr const char* settingsFileName = "voiceSettings.xml";
 
 constexpr std::pair<const char*, float> defaultParameters[] = {
     {"pitchShift", 0.0F},           {"doubleVoice", 0.0F}, {"doubleVoiceLevel", 0.0F},
@@ -66,8 +64,9 @@ void writePreferences(QIODevice& output, const VoiceSetting& setting) {
   writer.setAutoFormattingIndent(1);
   writer.writeStartDocument();
   writer.writeStartElement(QStringLiteral("VoicePreferences"));
-  writePreference(writer, QStringLiteral("Synthesis source voice"), QLatin1String(sourceVoiceName),
-                  QStringLiteral("string"), toXmlText(setting.voiceName));
+  writePreference(writer, QStringLiteral("Synthesis source voice"),
+                  QLatin1String(package_names::sourceVoice), QStringLiteral("string"),
+                  toXmlText(setting.voiceName));
   for (const auto& [name, value] : setting.parameters) {
     writePreference(writer, QString(), toXmlText(name), QStringLiteral("float"),
                     QString::number(static_cast<double>(value), 'g', 6));
@@ -119,7 +118,7 @@ VoiceSetting makeVoiceSettingFromXml(boost::filesystem::path& file) {
     return setting;
   }
   forEachXmlSetting(file, [&](const std::string& name, const std::string& value) {
-    if (name == sourceVoiceName) {
+    if (name == package_names::sourceVoice) {
       setting.voiceName = value;
       return;
     }
@@ -150,7 +149,7 @@ VoiceSetting makeVoiceSettingFromSysXml(KQValue preferences, const std::string& 
     VoiceSetting setting(VOICE_SETTING_PREFERENCES, voiceName);
     for (int i = 0; i < preferences.getSize(); ++i) {
       const std::string& name = preferences[i][0];
-      if (name == sourceVoiceName) {
+      if (name == package_names::sourceVoice) {
         setting.voiceName = static_cast<std::string&>(preferences[i][2]);
       } else {
         setting.parameters[name] = static_cast<float&>(preferences[i][2]);
@@ -174,7 +173,7 @@ std::string xRetrieveVoiceSettingsFile(const std::string& /*voiceName*/,
   }
   for (const auto& entry : boost::filesystem::directory_iterator(directory)) {
     if (boost::filesystem::status(entry.path()).type() == boost::filesystem::regular_file &&
-        entry.path().filename().native() == settingsFileName) {
+        entry.path().filename().native() == package_names::voiceSettingsFile) {
       result = entry.path().string();
     }
   }

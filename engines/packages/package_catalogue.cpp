@@ -5,6 +5,7 @@
 #include <boost/filesystem/exception.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <charconv>
+#include <kqtts/package_names.hpp>
 #include <kqtts/texttospeech_engine.hpp>
 #include <kqtts/tts_preference.hpp>
 #include <set>
@@ -84,14 +85,15 @@ struct PackageCatalogue::Package {
 
   Package(const TextToSpeechEngine& reader, const zu::PackageInfo& info, const PackageRules& rules)
       : path(info.path) {
-    const fs::path manifest = path / "manifest.xml";
-    if (info.path.empty() || reader.getParamFromXml("engine", manifest) != rules.engine) {
+    const fs::path manifest = path / package_names::manifestFile;
+    if (info.path.empty() ||
+        reader.getParamFromXml(package_names::engine, manifest) != rules.engine) {
       return;
     }
-    uuid = reader.getParamFromXml("uuid", manifest);
-    language = reader.getParamFromXml("language", manifest);
-    defaultVoice = reader.getParamFromXml("defaultVoice", manifest);
-    const std::string version = reader.getParamFromXml("version", manifest);
+    uuid = reader.getParamFromXml(package_names::uuid, manifest);
+    language = reader.getParamFromXml(package_names::language, manifest);
+    defaultVoice = reader.getParamFromXml(package_names::defaultVoice, manifest);
+    const std::string version = reader.getParamFromXml(package_names::version, manifest);
     if (language.empty() || version.empty()) {
       warn(rules.logCategory, manifest.string() + ": no language or no version, package ignored");
       return;
@@ -108,8 +110,8 @@ struct PackageCatalogue::Package {
 
  private:
   void readVoices(const TextToSpeechEngine& reader, const PackageRules& rules) {
-    for (const fs::path& directory : foldersIn(path / "voices")) {
-      const std::string source = reader.getVoiceNameFromXml(directory / "voice.xml");
+    for (const fs::path& directory : foldersIn(path / package_names::voicesFolder)) {
+      const std::string source = reader.getVoiceNameFromXml(directory / package_names::voiceFile);
       if (source.empty() || !rules.hasVoice(source)) {
         warn(rules.logCategory, directory.string() + ": the synthesiser has no voice \"" + source +
                                     "\", voice ignored");

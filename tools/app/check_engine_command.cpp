@@ -55,7 +55,9 @@ int listChecks(const StandardOutput& output) {
 }
 
 int check(const CheckOptions& options, const StandardOutput& output) {
-  if (options.list) return listChecks(output);
+  if (options.list) {
+    return listChecks(output);
+  }
   if (options.plugin.empty()) {
     throw UsageError("no engine plug-in is named", "name its file, or its plug-in name");
   }
@@ -64,7 +66,9 @@ int check(const CheckOptions& options, const StandardOutput& output) {
       findPlugin(options.plugin), packagesFor(options.host),
       std::chrono::milliseconds(static_cast<std::int64_t>(options.timeout * 1000))};
   const Checkup checkup = checkEngine(candidate, options.checks);
-  if (!options.junit.empty()) writeFile(options.junit, junitReport(checkup));
+  if (!options.junit.empty()) {
+    writeFile(options.junit, junitReport(checkup));
+  }
   output.write(options.json ? jsonReport(checkup) : textReport(checkup));
   return checkup.count(CheckOutcome::Status::passed) == checkup.outcomes.size() ? done : failed;
 }

@@ -3,6 +3,7 @@
 #include <CLI/Formatter.hpp>
 #include <algorithm>
 #include <boost/filesystem/operations.hpp>
+#include <kqtts/plugin_names.hpp>
 #include <memory>
 #include <nlohmann/json.hpp>
 
@@ -58,7 +59,9 @@ Json asJson(const SurveyedPackage& package, const Installation& installation) {
   bool outdated = false;
   for (const PluginReport& plugin : installation.plugins) {
     for (const Claim& claim : plugin.claims) {
-      if (claim.package != package.path) continue;
+      if (claim.package != package.path) {
+        continue;
+      }
       takers.push_back(plugin.name);
       outdated |= claim.outdated;
     }
@@ -93,14 +96,18 @@ Json foldersAsJson(const std::vector<std::string>& paths) {
 
 std::vector<std::string> packageFolders(const Installation& installation) {
   std::vector<std::string> paths;
-  for (const PackageFolder& folder : installation.packages.folders) paths.push_back(folder.path);
+  for (const PackageFolder& folder : installation.packages.folders) {
+    paths.push_back(folder.path);
+  }
   return paths;
 }
 
 std::vector<std::string> libraryNames() {
   std::vector<std::string> names;
-  for (const std::string& plugin : pluginNames()) {
-    for (const std::string& name : libraryNamesOf(plugin)) names.push_back(name + ".so");
+  for (const char* plugin : KQ::plugin_names::all) {
+    for (const std::string& name : KQ::plugin_names::librariesOf(plugin)) {
+      names.push_back(name + ".so");
+    }
   }
   return names;
 }
@@ -116,14 +123,18 @@ Json asJson(const Installation& installation, const std::vector<Finding>& findin
                  {"languages", Json::array()},
                  {"audioDevice", installation.audioDevice},
                  {"environment", Json::object()}};
-  for (const Finding& finding : findings) report["findings"].push_back(asJson(finding));
+  for (const Finding& finding : findings) {
+    report["findings"].push_back(asJson(finding));
+  }
   for (const PluginReport& plugin : installation.plugins) {
     report["plugins"].push_back(asJson(plugin));
   }
   for (const SurveyedPackage& package : installation.packages.packages()) {
     report["packages"].push_back(asJson(package, installation));
   }
-  if (installation.session) report["languages"] = languagesAsJson(*installation.session);
+  if (installation.session) {
+    report["languages"] = languagesAsJson(*installation.session);
+  }
   for (const auto& [name, value] : installation.environment) {
     report["environment"][name] = value ? Json(*value) : Json();
   }
@@ -151,8 +162,12 @@ std::string heading(const std::string& section, const Installation& installation
   if (section == "packages") {
     return "Packages, looked for in\n" + folderLines(packageFolders(installation));
   }
-  if (section == "languages") return "Languages, tried in a host with all engines\n";
-  if (section == "audio") return "Audio device\n";
+  if (section == "languages") {
+    return "Languages, tried in a host with all engines\n";
+  }
+  if (section == "audio") {
+    return "Audio device\n";
+  }
   std::string text = "Environment\n";
   for (const auto& [name, value] : installation.environment) {
     text += "    " + name + (value ? "=" + *value : " is not set") + "\n";
@@ -167,7 +182,9 @@ std::string asText(const Finding& finding) {
   for (const std::string& line : finding.details) {
     text += paragraph("           said: ", line);
   }
-  if (!finding.whatToDo.empty()) text += paragraph("        -> ", finding.whatToDo);
+  if (!finding.whatToDo.empty()) {
+    text += paragraph("        -> ", finding.whatToDo);
+  }
   return text;
 }
 
@@ -187,7 +204,9 @@ std::string asPage(const Installation& installation, const std::vector<Finding>&
   for (const char* section : {"plug-ins", "packages", "languages", "audio", "environment"}) {
     page += "\n" + heading(section, installation);
     for (const Finding& finding : findings) {
-      if (finding.section == section) page += asText(finding);
+      if (finding.section == section) {
+        page += asText(finding);
+      }
     }
   }
   return page;

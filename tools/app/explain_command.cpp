@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <boost/algorithm/string/join.hpp>
 #include <boost/algorithm/string/predicate.hpp>
+#include <kqtts/plugin_names.hpp>
 #include <kqtts/tts_language_info.hpp>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -66,10 +67,14 @@ struct Route {
 Request resolve(const std::string& asked, const SessionFacts& facts) {
   const auto& voices = facts.voiceLanguages;
   const auto exact = voices.find(asked);
-  if (exact != voices.end()) return {exact->second, exact->first};
+  if (exact != voices.end()) {
+    return {exact->second, exact->first};
+  }
   KQ::TTSLanguageInfo table;
   const std::string language = LanguageResolver(table, facts.languages).resolve(asked);
-  if (!language.empty()) return {language, ""};
+  if (!language.empty()) {
+    return {language, ""};
+  }
   const auto similar = std::find_if(voices.begin(), voices.end(), [&](const auto& voice) {
     return boost::algorithm::iequals(voice.first, asked, std::locale::classic());
   });
@@ -88,7 +93,9 @@ std::vector<std::string> packagesOf(const EngineFacts& engine, const Request& re
   std::vector<std::string> holding;
   std::vector<std::string> naming;
   for (const SurveyedPackage& package : survey.packages()) {
-    if (!package.isInstalled) continue;
+    if (!package.isInstalled) {
+      continue;
+    }
     const bool holds =
         std::any_of(engine.voiceFolders.begin(), engine.voiceFolders.end(), [&](const auto& voice) {
           const auto language = engine.voices.find(voice.first);
@@ -97,8 +104,12 @@ std::vector<std::string> packagesOf(const EngineFacts& engine, const Request& re
                                                      : voice.first == request.voice;
           return isMeant && isInside(voice.second, package.path);
         });
-    if (holds) holding.push_back(package.path);
-    if (package.language == request.language) naming.push_back(package.path);
+    if (holds) {
+      holding.push_back(package.path);
+    }
+    if (package.language == request.language) {
+      naming.push_back(package.path);
+    }
   }
   return holding.empty() ? naming : holding;
 }
@@ -107,7 +118,9 @@ void findOffers(const SessionFacts& facts, const PackageSurvey& survey, Route& r
   const EngineFacts* serving = facts.engineOf(route.request.language);
   for (const EngineFacts& engine : facts.engines) {
     const bool serves = serving == &engine;
-    if (!serves && !offers(engine, route.request)) continue;
+    if (!serves && !offers(engine, route.request)) {
+      continue;
+    }
     const Offer offer{engine.plugin, engine.name, packagesOf(engine, route.request, survey),
                       serves};
     // Of those that lost, the one that would come next is told first.
@@ -116,26 +129,38 @@ void findOffers(const SessionFacts& facts, const PackageSurvey& survey, Route& r
                             : route.offers.begin() + 1,
                         offer);
   }
-  if (serving == nullptr) return;
+  if (serving == nullptr) {
+    return;
+  }
   for (const auto& [voice, language] : serving->voices) {
-    if (language == route.request.language) route.voices.push_back(voice);
+    if (language == route.request.language) {
+      route.voices.push_back(voice);
+    }
   }
   const auto standard = serving->defaultVoices.find(route.request.language);
-  if (standard != serving->defaultVoices.end()) route.defaultVoice = standard->second;
+  if (standard != serving->defaultVoices.end()) {
+    route.defaultVoice = standard->second;
+  }
 }
 
 void findClosest(const SessionFacts& facts, Route& route) {
   std::vector<std::string> names = facts.languages;
-  for (const auto& voice : facts.voiceLanguages) names.push_back(voice.first);
+  for (const auto& voice : facts.voiceLanguages) {
+    names.push_back(voice.first);
+  }
   route.closest = closestNames(route.asked, names);
 }
 
 std::string adviceFor(const Route& route) {
-  if (route.isServed()) return "";
+  if (route.isServed()) {
+    return "";
+  }
   if (route.request.language.empty()) {
     return "ask for one that 'kqtts list languages' or 'kqtts list voices' shows";
   }
-  if (route.isOutdated) return "install a newer version of the package";
+  if (route.isOutdated) {
+    return "install a newer version of the package";
+  }
   if (route.offers.empty()) {
     return "install a package for the language, and the engine that takes it; 'kqtts doctor' tells "
            "of packages that are not used";
@@ -172,7 +197,9 @@ Route explainRoute(const ExplainOptions& options) {
     route.error = session.trials.empty() ? "the engine " + session.probe.child.story()
                                          : session.trials.back().error;
   }
-  if (route.offers.empty()) findClosest(facts, route);
+  if (route.offers.empty()) {
+    findClosest(facts, route);
+  }
   route.advice = adviceFor(route);
   return route;
 }
@@ -181,24 +208,37 @@ Route explainRoute(const ExplainOptions& options) {
 
 std::string meaningOf(const Route& route) {
   const Request& request = route.request;
-  if (request.language.empty()) return "\"" + route.asked + "\" is no known language or voice.";
+  if (request.language.empty()) {
+    return "\"" + route.asked + "\" is no known language or voice.";
+  }
   const std::string language =
       request.language + (route.locale.empty() ? "" : " (" + route.locale + ")");
-  if (!request.voice.empty()) return request.voice + " is a voice that speaks " + language + ".";
+  if (!request.voice.empty()) {
+    return request.voice + " is a voice that speaks " + language + ".";
+  }
   return "\"" + route.asked + "\" means the language " + language + ".";
 }
 
 std::string reasonFor(const Route& route) {
   const std::string what =
       route.request.voice.empty() ? route.request.language : route.request.voice;
-  if (what.empty()) return "";
-  if (route.offers.empty()) return "No engine that is running offers " + what + ".";
-  if (!route.offers.front().serves) return "No engine serves " + route.request.language + ".";
+  if (what.empty()) {
+    return "";
+  }
+  if (route.offers.empty()) {
+    return "No engine that is running offers " + what + ".";
+  }
+  if (!route.offers.front().serves) {
+    return "No engine serves " + route.request.language + ".";
+  }
   const std::string& winner = route.offers.front().plugin;
-  if (route.offers.size() == 1) return winner + " is the only engine that offers " + what + ".";
-  return "Engines are asked in the order of their names, aitalk, log, nuance, and the last one "
-         "that "
-         "offers a language serves it, with all of its voices: here " +
+  if (route.offers.size() == 1) {
+    return winner + " is the only engine that offers " + what + ".";
+  }
+  const auto& plugins = KQ::plugin_names::all;
+  return "Engines are asked in the order of their names, " +
+         join(std::vector<std::string>(plugins.begin(), plugins.end()), ", ") +
+         ", and the last one that offers a language serves it, with all of its voices: here " +
          winner + ".";
 }
 
@@ -228,7 +268,9 @@ Json asJson(const Route& route) {
 
 std::string asText(const Offer& offer) {
   std::string text = offer.plugin + " (" + offer.engine + ")";
-  if (!offer.packages.empty()) text += ", from " + join(offer.packages, ", ");
+  if (!offer.packages.empty()) {
+    text += ", from " + join(offer.packages, ", ");
+  }
   return text;
 }
 
@@ -237,7 +279,9 @@ std::string asPage(const Route& route) {
   const auto line = [&](const std::string& label, const std::string& text) {
     std::string padded = label;
     padded.resize(12, ' ');
-    if (!text.empty()) page += paragraph(padded, text);
+    if (!text.empty()) {
+      page += paragraph(padded, text);
+    }
   };
   line("why", reasonFor(route));
   for (const Offer& offer : route.offers) {
@@ -245,10 +289,14 @@ std::string asPage(const Route& route) {
   }
   line("voices", join(route.voices, ", "));
   line("default", route.defaultVoice);
-  if (route.isOutdated) line("outdated", "its package is too old: the language is refused");
+  if (route.isOutdated) {
+    line("outdated", "its package is too old: the language is refused");
+  }
   line("refused", route.error);
   line("closest", join(route.closest, ", "));
-  if (route.offers.empty()) line("installed", join(route.installed, ", "));
+  if (route.offers.empty()) {
+    line("installed", join(route.installed, ", "));
+  }
   line("to do", route.advice);
   return page;
 }

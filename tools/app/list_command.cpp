@@ -54,7 +54,9 @@ Table listVoices(HostSession& session, const ListOptions& options) {
   const std::string wanted = asked.empty() ? "" : session.findLanguage(asked);
   Table table = Table::array();
   for (const auto& [voice, language] : session.manager().getAllAvailableVoices()) {
-    if (!wanted.empty() && language != wanted) continue;
+    if (!wanted.empty() && language != wanted) {
+      continue;
+    }
     const bool isDefault = session.manager().getDefaultVoiceForLanguage(language) == voice;
     table.push_back({{"voice", voice},
                      {"language", language},
@@ -75,9 +77,15 @@ Table listParameters(HostSession& session, const ListOptions& options) {
 
 /// What is true is told by its name, what is not by nothing.
 std::string cellText(const std::string& name, const Table& cell) {
-  if (cell.is_boolean()) return cell.get<bool>() ? name : "";
-  if (cell.is_string()) return oneLine(cell.get<std::string>());
-  if (cell.is_number_float()) return CLI::detail::to_string(cell.get<float>());
+  if (cell.is_boolean()) {
+    return cell.get<bool>() ? name : "";
+  }
+  if (cell.is_string()) {
+    return oneLine(cell.get<std::string>());
+  }
+  if (cell.is_number_float()) {
+    return CLI::detail::to_string(cell.get<float>());
+  }
   return cell.dump();
 }
 
@@ -87,9 +95,13 @@ std::string asText(const Table& table) {
   std::vector<std::vector<std::string>> lines;
   for (const auto& row : table) {
     std::vector<std::string> cells;
-    for (const auto& [name, cell] : row.items()) cells.push_back(cellText(name, cell));
+    for (const auto& [name, cell] : row.items()) {
+      cells.push_back(cellText(name, cell));
+    }
     widths.resize(cells.size());
-    for (std::size_t i = 0; i < cells.size(); ++i) widths[i] = std::max(widths[i], cells[i].size());
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+      widths[i] = std::max(widths[i], cells[i].size());
+    }
     lines.push_back(std::move(cells));
   }
   std::string text;

@@ -1,6 +1,7 @@
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
+#include <boost/algorithm/string/join.hpp>
 #include <csignal>
 #include <cstdlib>
 #include <iostream>
@@ -12,19 +13,12 @@
 
 #include "app/command.hpp"
 #include "system/failure.hpp"
+#include "text/log_level.hpp"
 #include "text/utf8.hpp"
 
 namespace tool {
 
 namespace {
-
-using zu::log::Level;
-
-const std::map<std::string, Level> levels = {
-    {"silent", Level::silent},   {"fatal", Level::fatal}, {"error", Level::error},
-    {"warning", Level::warning}, {"info", Level::info},   {"verbose", Level::verbose},
-    {"debug", Level::debug},
-};
 
 int complain(const std::string& what, ExitStatus status) {
   std::cerr << "kqtts: " << oneLine(what) << '\n';
@@ -33,17 +27,19 @@ int complain(const std::string& what, ExitStatus status) {
 
 /// Failures are told by the program itself, in one line; the log stays silent about lesser things.
 void setLogLevel(const std::string& asked) {
-  if (!asked.empty()) {
-    zu::log::setLevel(levels.at(asked));
+  if (const auto level = logLevelOf(asked)) {
+    zu::log::setLevel(*level);
   } else if (std::getenv("ZU_LOG_LEVEL") == nullptr) {
-    zu::log::setLevel(Level::error);
+    zu::log::setLevel(zu::log::Level::error);
   }
 }
 
 /// Writing to a closed pipe or beyond a file size limit is to be an error, not the end of the
 /// program.
 void ignoreWriteSignals() {
-  for (const int signal : {SIGPIPE, SIGXFSZ}) std::signal(signal, SIG_IGN);
+  for (const int signal : {SIGPIPE, SIGXFSZ}) {
+    std::signal(signal, SIG_IGN);
+  }
 }
 
 class Program {
@@ -73,10 +69,9 @@ class Program {
   void addLogOption(CLI::App& parser) {
     parser
         .add_option("--log-level", logLevel,
-                    "Log to standard error: silent, fatal, error (as without), warning, info, "
-                    "verbose or debug")
-        ->option_text("LEVEL")
-        ->check(CLI::IsMember(&levels));
+                    "Log to standard error what is as grave as this level, or graver (error)")
+        ->option_text("{" + boost::algorithm::join(logLevelNames(), ",") + "}")
+        ->check(CLI::IsMember(&logLevelNames()));
   }
 
   int answerParseError(const CLI::ParseError& error, const StandardOutput& output) {

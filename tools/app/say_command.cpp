@@ -60,7 +60,9 @@ Parameter parseParameter(const std::string& written) {
 std::vector<Parameter> parseParameters(const std::vector<std::string>& written) {
   std::vector<Parameter> parameters;
   parameters.reserve(written.size());
-  for (const std::string& text : written) parameters.push_back(parseParameter(text));
+  for (const std::string& text : written) {
+    parameters.push_back(parseParameter(text));
+  }
   return parameters;
 }
 
@@ -83,12 +85,16 @@ class Speaker {
       : manager(ttsManager), output(speechOutput), stop(stopRequest) {}
 
   void speak(const Sentence& sentence) {
-    if (stop.made()) return;
+    if (stop.made()) {
+      return;
+    }
     output.expect(sentence, manager.getCurrentSamplingRate());
     try {
       manager.startSynthetizer(sentence.text);
     } catch (const KQError& error) {
-      if (!stop.made()) throw Failure(error.getDescription(), "try another voice or text");
+      if (!stop.made()) {
+        throw Failure(error.getDescription(), "try another voice or text");
+      }
     }
     output.requireSpoken();
   }
@@ -96,7 +102,9 @@ class Speaker {
   void speakArguments(const std::vector<std::string>& words) {
     Sentence whole{boost::algorithm::join(words, " "), 0};
     foreignBytes = makeSpeakable(whole.text);
-    if (!isBlank(whole.text)) speak(whole);
+    if (!isBlank(whole.text)) {
+      speak(whole);
+    }
   }
 
   /// \param locale  of the language that is spoken
@@ -105,7 +113,9 @@ class Speaker {
     SentenceReader reader(source, locale);
     ProgressLine progress;
     while (const std::optional<Sentence> sentence = reader.next()) {
-      if (stop.made()) break;
+      if (stop.made()) {
+        break;
+      }
       progress.show(sentence->text);
       speak(*sentence);
     }

@@ -30,7 +30,9 @@ std::string splitToLines(const std::string& text, const TextOptions& options) {
   std::vector<std::string> tokens;
   KQ::tokenizeString(source, tokens, options.delimiters);
   std::string lines;
-  for (const std::string& token : tokens) lines += token + "\n";
+  for (const std::string& token : tokens) {
+    lines += token + "\n";
+  }
   return lines;
 }
 

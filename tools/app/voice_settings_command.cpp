@@ -10,6 +10,7 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <kqtts/package_names.hpp>
 #include <kqtts/tts_preference.hpp>
 #include <map>
 #include <memory>
@@ -25,7 +26,7 @@ namespace tool {
 
 namespace {
 
-constexpr const char* voiceName = "sourceVoice";
+constexpr const char* voiceName = KQ::package_names::sourceVoice;
 
 struct VoiceSettingsOptions {
   std::string work;
@@ -50,7 +51,9 @@ std::string asText(float number) {
 
 std::string asLines(const KQ::VoiceSetting& setting) {
   std::string text = std::string(voiceName) + "=" + oneLine(setting.voiceName) + "\n";
-  for (const auto& [name, value] : setting.parameters) text += name + "=" + asText(value) + "\n";
+  for (const auto& [name, value] : setting.parameters) {
+    text += name + "=" + asText(value) + "\n";
+  }
   return text;
 }
 
@@ -89,7 +92,9 @@ constexpr const char* cannotWriteAdvice = "name a file that can be written";
 
 std::string knownNames(const KQ::VoiceSetting& setting) {
   std::string names = voiceName;
-  for (const auto& parameter : setting.parameters) names += ", " + parameter.first;
+  for (const auto& parameter : setting.parameters) {
+    names += ", " + parameter.first;
+  }
   return names;
 }
 
@@ -109,7 +114,9 @@ void apply(const std::string& written, KQ::VoiceSetting& setting) {
     throw UsageError("there is no setting '" + name + "'", "there are " + knownNames(setting));
   }
   const std::optional<float> number = parseNumber(value);
-  if (!number) throw UsageError("'" + value + "' is no number", "write " + name + "=NUMBER");
+  if (!number) {
+    throw UsageError("'" + value + "' is no number", "write " + name + "=NUMBER");
+  }
   // What the file will hold, so that it can be compared.
   parameter->second = parseNumber(asText(*number)).value_or(*number);
 }
@@ -154,7 +161,9 @@ int set(const VoiceSettingsOptions& options, const StandardOutput& /*output*/) {
   }
   requirePreferenceFile(options.file);
   KQ::VoiceSetting setting = read(options.file);
-  for (const std::string& written : options.settings) apply(written, setting);
+  for (const std::string& written : options.settings) {
+    apply(written, setting);
+  }
   write(options.file, setting);
   return done;
 }

@@ -1,12 +1,9 @@
 #include "check_engine/checkup.hpp"
 
 #include <algorithm>
-#include <boost/algorithm/string/classification.hpp>
-#include <boost/algorithm/string/split.hpp>
 #include <iostream>
 #include <set>
 
-#include "system/child_process.hpp"
 #include "system/failure.hpp"
 #include "text/utf8.hpp"
 
@@ -35,54 +32,30 @@ std::set<std::string> withNeeds(const std::vector<std::string>& names) {
 }
 
 /// The child's side of a check.
-void examine(const Check& check, const Candidate& candidate, const ChildChannel& channel) {
+void examine(const Check& check, const Candidate& candidate, ProbeChannel& channel) {
   const Examination exam(candidate, channel);
   try {
     check.run(exam);
   } catch (const Examination::Ended&) {
-    // Told already.
+    // Its reason was sent.
   } catch (...) {
-    exam.find("an operation threw " + describeException());
+    exam.find("an operation threw " + describeException().withType());
   }
 }
 
-/// Reads the messages of a child. \return the last step
-std::string readMessages(const std::string& messages, CheckOutcome& outcome) {
-  std::vector<std::string> lines;
-  boost::split(lines, messages, boost::is_any_of("\n"));
-  std::string step = "loading the plug-in";
-  for (const std::string& line : lines) {
-    if (line.empty()) continue;
-    const std::string text = line.substr(1);
-    switch (static_cast<MessageKind>(line.front())) {
-      case MessageKind::step:
-        step = text;
-        break;
-      case MessageKind::finding:
-        outcome.findings.push_back(text);
-        break;
-      case MessageKind::note:
-        outcome.notes.push_back(text);
-        break;
-      case MessageKind::skipped:
-        outcome.reason = text;
-        outcome.complete = false;
-        break;
-      case MessageKind::broken:
-        outcome.complete = false;
-        break;
-    }
-  }
-  return step;
-}
-
-CheckOutcome judge(const Check& check, const ChildResult& result) {
+CheckOutcome judge(const Check& check, const Probe& probe) {
   CheckOutcome outcome(check);
-  outcome.complete = true;
-  const std::string step = readMessages(result.messages, outcome);
-  if (result.end != ChildResult::End::finished) {
-    outcome.complete = false;
-    outcome.findings.push_back(step + ": the plug-in " + result.story());
+  outcome.findings = probe.get<std::string>(messages::finding);
+  outcome.notes = probe.get<std::string>(messages::note);
+  for (const std::string& reason : probe.get<std::string>(messages::skipped)) {
+    outcome.reason = reason;
+  }
+  const bool isFinished = probe.child.end == ChildResult::End::finished;
+  outcome.complete =
+      isFinished && outcome.reason.empty() && probe.facts.count(messages::broken) == 0;
+  if (!isFinished) {
+    const std::string step = probe.step.empty() ? "loading the plug-in" : probe.step;
+    outcome.findings.push_back(step + ": the plug-in " + probe.child.story());
   }
   if (!outcome.findings.empty()) {
     outcome.status = Status::failed;
@@ -97,7 +70,9 @@ class OutputWatch {
  public:
   void see(const CheckOutcome& outcome, const std::string& output) {
     anyRun = anyRun || outcome.complete;
-    if (output.empty()) return;
+    if (output.empty()) {
+      return;
+    }
     std::string begin = output.substr(0, 60);
     makeSpeakable(begin);
     findings.push_back(std::string("during ") + outcome.check->name + ": \"" + oneLine(begin) +
@@ -124,11 +99,11 @@ class OutputWatch {
 
 CheckOutcome run(const Check& check, const Candidate& candidate, OutputWatch& watch) {
   const auto begin = std::chrono::steady_clock::now();
-  const ChildResult result = runInChild(
-      [&](const ChildChannel& channel) { examine(check, candidate, channel); }, candidate.timeout);
-  std::cerr << result.errors;
-  CheckOutcome outcome = judge(check, result);
-  watch.see(outcome, result.output);
+  const Probe probe = runProbe([&](ProbeChannel& channel) { examine(check, candidate, channel); },
+                               candidate.timeout, Logging::asUsual);
+  std::cerr << probe.child.errors;
+  CheckOutcome outcome = judge(check, probe);
+  watch.see(outcome, probe.child.output);
   outcome.duration = std::chrono::duration_cast<std::chrono::milliseconds>(
       std::chrono::steady_clock::now() - begin);
   return outcome;
@@ -137,8 +112,12 @@ CheckOutcome run(const Check& check, const Candidate& candidate, OutputWatch& wa
 /// Why a check cannot be run after those before it; "" when it can.
 std::string obstacle(const Check& check, const std::vector<CheckOutcome>& before) {
   for (const CheckOutcome& outcome : before) {
-    if (outcome.complete || std::string(outcome.check->name) != check.needs) continue;
-    if (outcome.status == Status::notRun) return outcome.reason;
+    if (outcome.complete || std::string(outcome.check->name) != check.needs) {
+      continue;
+    }
+    if (outcome.status == Status::notRun) {
+      return outcome.reason;
+    }
     return std::string("it needs ") + check.needs + ", which did not come to its end";
   }
   return "";
@@ -169,7 +148,9 @@ Checkup checkEngine(const Candidate& candidate, const std::vector<std::string>& 
   Checkup checkup{candidate.plugin, {}};
   OutputWatch watch;
   for (const Check& check : allChecks()) {
-    if (!wanted.empty() && wanted.count(check.name) == 0) continue;
+    if (!wanted.empty() && wanted.count(check.name) == 0) {
+      continue;
+    }
     const std::string reason = obstacle(check, checkup.outcomes);
     if (check.run == nullptr) {
       checkup.outcomes.push_back(watch.outcome(check));

@@ -20,7 +20,7 @@ void requireSoon(const Examination& exam, const std::string& what, Operation ope
       operation();
       return "";
     } catch (...) {
-      return describeException();
+      return describeException().withType();
     }
   });
   std::future<std::string> result = task.get_future();
@@ -30,7 +30,9 @@ void requireSoon(const Examination& exam, const std::string& what, Operation ope
                  " ms while an utterance ran");
   }
   const std::string failure = result.get();
-  if (!failure.empty()) exam.abandon(what + " threw " + failure);
+  if (!failure.empty()) {
+    exam.abandon(what + " threw " + failure);
+  }
 }
 
 /// Waits for the end of an utterance that was stopped. \return how long it took
@@ -56,7 +58,9 @@ bool requireAudio(const Examination& exam, AudioGate& gate, const BackgroundUtte
       exam.note("the engine gives no audio, so that its utterance cannot be caught");
       return false;
     }
-    if (steady_clock::now() > end) exam.abandon("no audio came of a long text");
+    if (steady_clock::now() > end) {
+      exam.abandon("no audio came of a long text");
+    }
   }
   return true;
 }
@@ -69,7 +73,9 @@ bool becomesQuiet(const Examination& exam, TrialEngine& engine) {
   while (steady_clock::now() < end) {
     std::this_thread::sleep_for(silence);
     const std::size_t now = engine.recorder().count();
-    if (now == before) return true;
+    if (now == before) {
+      return true;
+    }
     before = now;
   }
   return false;
@@ -85,7 +91,9 @@ void stopInAudio(const Examination& exam, TrialEngine& engine) {
   const std::size_t first = engine.recorder().count();
   AudioGate gate(engine.recorder());
   const BackgroundUtterance utterance(*engine, longText);
-  if (!requireAudio(exam, gate, utterance)) return;
+  if (!requireAudio(exam, gate, utterance)) {
+    return;
+  }
   requireSoon(exam, "stopSynthetizer() while the host takes audio",
               [&engine] { engine->stopSynthetizer(); });
   gate.open();
@@ -103,14 +111,20 @@ void stopInAudio(const Examination& exam, TrialEngine& engine) {
 /// is nothing to pause
 bool pauseInAudio(const Examination& exam, TrialEngine& engine, AudioGate& gate,
                   const BackgroundUtterance& utterance) {
-  if (!requireAudio(exam, gate, utterance)) return false;
+  if (!requireAudio(exam, gate, utterance)) {
+    return false;
+  }
   requireSoon(exam, "pauseSynthetizer() while the host takes audio",
               [&engine] { engine->pauseSynthetizer(); });
   gate.open();
   exam.step("holding a paused utterance");
   const bool quiet = becomesQuiet(exam, engine);
-  if (utterance.endsWithin(milliseconds(0))) exam.abandon("an utterance ended while it was paused");
-  if (!quiet) exam.abandon("a paused utterance went on by itself");
+  if (utterance.endsWithin(milliseconds(0))) {
+    exam.abandon("an utterance ended while it was paused");
+  }
+  if (!quiet) {
+    exam.abandon("a paused utterance went on by itself");
+  }
   exam.expect(engine->isPaused(), "isPaused() is false after pauseSynthetizer()");
   return true;
 }
@@ -119,7 +133,9 @@ void resumeAfterPause(const Examination& exam, TrialEngine& engine) {
   const std::size_t first = engine.recorder().count();
   AudioGate gate(engine.recorder());
   const BackgroundUtterance utterance(*engine, longText);
-  if (!pauseInAudio(exam, engine, gate, utterance)) return;
+  if (!pauseInAudio(exam, engine, gate, utterance)) {
+    return;
+  }
   const std::size_t whilePaused = engine.recorder().count();
   requireSoon(exam, "restartSynthetizer()", [&engine] { engine->restartSynthetizer(); });
   const auto end = steady_clock::now() + exam.patience();
@@ -137,7 +153,9 @@ void stopWhilePaused(const Examination& exam, TrialEngine& engine) {
   const std::size_t first = engine.recorder().count();
   AudioGate gate(engine.recorder());
   const BackgroundUtterance utterance(*engine, longText);
-  if (!pauseInAudio(exam, engine, gate, utterance)) return;
+  if (!pauseInAudio(exam, engine, gate, utterance)) {
+    return;
+  }
   requireSoon(exam, "stopSynthetizer() while paused", [&engine] { engine->stopSynthetizer(); });
   requireEnd(exam, utterance, "after a stop while it was paused");
   reportUtterance("an utterance stopped while paused", engine, utterance, first);
@@ -152,12 +170,20 @@ class Storm {
   void rage() {
     std::vector<std::thread> speakers;
     std::vector<std::thread> others;
-    for (int i = 0; i < 2; ++i) speakers.emplace_back([this] { speak(); });
-    for (int i = 0; i < 2; ++i) others.emplace_back([this] { control(); });
+    for (int i = 0; i < 2; ++i) {
+      speakers.emplace_back([this] { speak(); });
+    }
+    for (int i = 0; i < 2; ++i) {
+      others.emplace_back([this] { control(); });
+    }
     others.emplace_back([this] { ask(); });
-    for (std::thread& speaker : speakers) speaker.join();
+    for (std::thread& speaker : speakers) {
+      speaker.join();
+    }
     over = true;
-    for (std::thread& other : others) other.join();
+    for (std::thread& other : others) {
+      other.join();
+    }
   }
 
  private:
@@ -207,7 +233,7 @@ class Storm {
     } catch (const Examination::Ended&) {
       // Told already.
     } catch (...) {
-      exam.find("an operation among several threads threw " + describeException());
+      exam.find("an operation among several threads threw " + describeException().withType());
     }
   }
 
@@ -251,8 +277,12 @@ void checkTerminateWhileSpeaking(const Examination& exam) {
   engine.initializeToSpeak();
   std::promise<void> begun;
   engine.recorder().react([&begun, told = false](const SpeechEvent& event) mutable {
-    if (event.kind != SpeechEvent::Kind::audio) return true;
-    if (!told) begun.set_value();
+    if (event.kind != SpeechEvent::Kind::audio) {
+      return true;
+    }
+    if (!told) {
+      begun.set_value();
+    }
     told = true;
     std::this_thread::sleep_for(milliseconds(1));
     return true;
@@ -260,7 +290,9 @@ void checkTerminateWhileSpeaking(const Examination& exam) {
   const BackgroundUtterance utterance(*engine, longText);
   std::future<void> audio = begun.get_future();
   while (audio.wait_for(milliseconds(5)) != std::future_status::ready) {
-    if (utterance.endsWithin(milliseconds(0))) return exam.note("the engine gives no audio");
+    if (utterance.endsWithin(milliseconds(0))) {
+      return exam.note("the engine gives no audio");
+    }
   }
   const bool terminated =
       exam.require("terminate() while an utterance runs", [&] { return engine->terminate(); });

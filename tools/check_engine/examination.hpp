@@ -8,7 +8,9 @@
 #include <vector>
 #include <zu/package_info.hpp>
 
-#include "system/child_process.hpp"
+#include "probe/exception_text.hpp"
+#include "probe/probe.hpp"
+#include "text/utf8.hpp"
 
 namespace tool {
 
@@ -19,40 +21,38 @@ struct Candidate {
   std::chrono::milliseconds timeout;  ///< for one check
 };
 
-/// What a message of a check means; its first character.
-enum class MessageKind : char {
-  step = 's',     ///< what is done next; a plug-in that brings its process down does so in this
-  finding = 'f',  ///< the contract is not kept
-  note = 'n',     ///< worth knowing
-  skipped = 'x',  ///< why the check cannot be made
-  broken = 'b'    ///< the check had to end early
-};
+/// The names of what a check sends to its parent.
+namespace messages {
+constexpr const char* finding = "finding";  ///< where the contract is not kept
+constexpr const char* note = "note";        ///< worth knowing
+constexpr const char* skipped = "skipped";  ///< why the check cannot be made
+constexpr const char* broken = "broken";    ///< the check had to end early
+}  // namespace messages
 
-/// The current exception, in words: its type and what it tells. To be called in a handler.
-std::string describeException();
-
-/// One check as it goes on in its own process: tells the parent what it does and what it finds.
+/// One check as it runs in its own process. Sends what it does and what it finds to the parent.
 class Examination {
  public:
   /// Thrown to end a check early.
   struct Ended {};
 
-  Examination(const Candidate& examined, const ChildChannel& parent)
+  Examination(const Candidate& examined, ProbeChannel& parent)
       : candidate(examined), channel(parent) {}
 
   const std::string& plugin() const { return candidate.plugin; }
   const std::vector<zu::PackageInfo>& packages() const { return candidate.packages; }
 
-  /// How long an answer may take that is to come "soon".
+  /// The longest time that an answer may take which the contract wants soon.
   std::chrono::milliseconds patience() const;
 
-  void step(const std::string& what) const { tell(MessageKind::step, what); }
-  void find(const std::string& what) const { tell(MessageKind::finding, what); }
-  void note(const std::string& what) const { tell(MessageKind::note, what); }
+  void step(const std::string& what) const { channel.step(oneLine(what)); }
+  void find(const std::string& what) const { send(messages::finding, what); }
+  void note(const std::string& what) const { send(messages::note, what); }
 
-  /// A finding unless the condition holds.
+  /// Sends a finding unless the condition holds.
   void expect(bool condition, const std::string& otherwise) const {
-    if (!condition) find(otherwise);
+    if (!condition) {
+      find(otherwise);
+    }
   }
 
   /// Ends the check: it cannot be made.
@@ -61,18 +61,18 @@ class Examination {
   /// Ends the check with a finding.
   [[noreturn]] void abandon(const std::string& finding) const;
 
-  /// Does what must succeed. An exception is a finding, and ends the check.
+  /// Runs an operation that must succeed. An exception is a finding and ends the check.
   template <typename Operation>
   auto require(const std::string& what, Operation&& operation) const -> decltype(operation()) {
     step(what);
     try {
       return operation();
     } catch (...) {
-      abandon(what + " threw " + describeException());
+      abandon(what + " threw " + describeException().withType());
     }
   }
 
-  /// Does what must be refused by a KQError; all else is a finding. \return whether it was
+  /// Runs an operation that must throw KQError. All else is a finding. \return whether it threw it
   template <typename Operation>
   bool expectRefusal(const std::string& what, Operation&& operation) const {
     step(what);
@@ -82,16 +82,16 @@ class Examination {
     } catch (const KQError&) {
       return true;
     } catch (...) {
-      find(what + " was refused by " + describeException() + "; it must be a KQError");
+      find(what + " was refused by " + describeException().withType() + "; it must be a KQError");
     }
     return false;
   }
 
  private:
-  void tell(MessageKind kind, const std::string& what) const;
+  void send(const char* kind, const std::string& what) const;
 
   const Candidate& candidate;
-  const ChildChannel& channel;
+  ProbeChannel& channel;
 };
 
 }  // namespace tool

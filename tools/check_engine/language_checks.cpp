@@ -89,8 +89,12 @@ void checkLanguages(const Examination& exam) {
       exam.require("getCurrentLanguage()", [&] { return engine->getCurrentLanguage(); });
   exam.expect(current.empty() || holds(languages, current),
               "the current language, " + current + ", is not offered");
-  if (current.empty()) exam.note("no language is current until one is chosen");
-  for (const std::string& language : languages) checkLanguage(exam, engine, language);
+  if (current.empty()) {
+    exam.note("no language is current until one is chosen");
+  }
+  for (const std::string& language : languages) {
+    checkLanguage(exam, engine, language);
+  }
   exam.note(std::to_string(languages.size()) + " languages are offered");
 }
 
@@ -106,7 +110,9 @@ void checkVoices(const Examination& exam) {
                                                 "\", which is not among the languages on offer");
   }
   for (const auto& [voice, language] : voices) {
-    if (!holds(languages, language)) continue;
+    if (!holds(languages, language)) {
+      continue;
+    }
     engine->setCurrentLanguage(language);
     checkVoice(exam, engine, voice);
   }
@@ -138,7 +144,7 @@ void checkUnknownNames(const Examination& exam) {
   } catch (const KQError&) {
     exam.note("asking about an unknown name is refused by a KQError");
   } catch (...) {
-    exam.find("asking about an unknown name threw " + describeException());
+    exam.find("asking about an unknown name threw " + describeException().withType());
   }
 }
 

@@ -96,7 +96,9 @@ void checkSecondEngine(const Examination& exam) {
   first.initialize();
   exam.step("a second engine beside the first");
   TrialEngine second(exam);
-  if (&*first == &*second) exam.abandon("load_plugin() gave the same engine twice");
+  if (&*first == &*second) {
+    exam.abandon("load_plugin() gave the same engine twice");
+  }
   second.initialize();
   const auto languages = first->getAvailableLanguages();
   second.terminate();
@@ -109,7 +111,9 @@ void checkSecondEngine(const Examination& exam) {
                                       [&] { return first->getAvailableLanguages(); });
   exam.expect(remaining == languages,
               "the end of the second engine changed the languages of the first");
-  if (!languages.empty()) first.speakWhole("an utterance after the second engine's end");
+  if (!languages.empty()) {
+    first.speakWhole("an utterance after the second engine's end");
+  }
 }
 
 }  // namespace tool

@@ -24,7 +24,7 @@ bool set(const Examination& exam, KQ::TextToSpeechEngine& engine, const std::str
     return false;
   } catch (...) {
     exam.find("setParameter(\"" + name + "\", " + std::to_string(value) + ") was refused by " +
-              describeException() + "; it must be a KQError");
+              describeException().withType() + "; it must be a KQError");
     return false;
   }
 }
@@ -33,7 +33,8 @@ float get(const Examination& exam, const KQ::TextToSpeechEngine& engine, const s
   return exam.require("getParameter(\"" + name + "\")", [&] { return engine.getParameter(name); });
 }
 
-/// The ranges are the engine's, so several values are tried: one that is accepted must be read back.
+/// Tries several values, since each engine has its own ranges. A value that the engine accepts must
+/// be read back.
 void checkReadBack(const Examination& exam, KQ::TextToSpeechEngine& engine,
                    const std::string& name) {
   const float original = get(exam, engine, name);
@@ -44,7 +45,9 @@ void checkReadBack(const Examination& exam, KQ::TextToSpeechEngine& engine,
   float wanted = original;
   float found = original;
   for (const float other : {original * 0.9F, original * 1.1F, original + 1, original - 1}) {
-    if (sameValue(other, original)) continue;
+    if (sameValue(other, original)) {
+      continue;
+    }
     if (!set(exam, engine, name, other)) {
       exam.expect(sameValue(get(exam, engine, name), found),
                   "a refused value changed the parameter " + name);
@@ -53,7 +56,9 @@ void checkReadBack(const Examination& exam, KQ::TextToSpeechEngine& engine,
     accepted = true;
     wanted = other;
     found = get(exam, engine, name);
-    if (sameValue(found, wanted)) break;
+    if (sameValue(found, wanted)) {
+      break;
+    }
   }
   if (!accepted) {
     exam.note("the parameter " + name + " takes no other value than it has");
@@ -78,7 +83,9 @@ void checkParameters(const Examination& exam) {
     checkReadBack(exam, *engine, name);
   }
   exam.require("resetSpeed()", [&] { engine->resetSpeed(); });
-  if (names.empty()) exam.note("the engine has no parameters");
+  if (names.empty()) {
+    exam.note("the engine has no parameters");
+  }
   if (set(exam, *engine, "No Such Parameter", 1)) {
     exam.note("an unknown parameter is accepted, so that a host sees no slip of the pen");
   }

@@ -13,7 +13,9 @@ using Json = nlohmann::ordered_json;
 using Status = CheckOutcome::Status;
 
 void appendLines(std::string& text, const char* label, const std::vector<std::string>& lines) {
-  for (const std::string& line : lines) text += std::string("         ") + label + line + '\n';
+  for (const std::string& line : lines) {
+    text += std::string("         ") + label + line + '\n';
+  }
 }
 
 void appendOutcome(std::string& text, const CheckOutcome& outcome) {
@@ -25,7 +27,9 @@ void appendOutcome(std::string& text, const CheckOutcome& outcome) {
     appendLines(text, "why: ", {outcome.check->why});
     appendLines(text, "do:  ", {outcome.check->remedy});
   }
-  if (outcome.status == Status::notRun) appendLines(text, "", {outcome.reason});
+  if (outcome.status == Status::notRun) {
+    appendLines(text, "", {outcome.reason});
+  }
   appendLines(text, "note: ", outcome.notes);
 }
 
@@ -66,14 +70,18 @@ std::string testCase(const CheckOutcome& outcome) {
                     "\" time=\"" + seconds(outcome.duration) + "\">\n";
   if (outcome.status == Status::failed) {
     xml += "      <failure message=\"" + escaped(outcome.findings.front()) + "\">";
-    for (const std::string& finding : outcome.findings) xml += escaped(finding) + '\n';
+    for (const std::string& finding : outcome.findings) {
+      xml += escaped(finding) + '\n';
+    }
     xml += escaped(check.why) + std::string("\n") + escaped(check.remedy) + "</failure>\n";
   } else if (outcome.status == Status::notRun) {
     xml += "      <skipped message=\"" + escaped(outcome.reason) + "\"/>\n";
   }
   if (!outcome.notes.empty()) {
     xml += "      <system-out>";
-    for (const std::string& note : outcome.notes) xml += escaped(note) + '\n';
+    for (const std::string& note : outcome.notes) {
+      xml += escaped(note) + '\n';
+    }
     xml += "</system-out>\n";
   }
   return xml + "    </testcase>\n";
@@ -83,7 +91,9 @@ std::string testCase(const CheckOutcome& outcome) {
 
 std::string textReport(const Checkup& checkup) {
   std::string text = checkup.plugin + '\n';
-  for (const CheckOutcome& outcome : checkup.outcomes) appendOutcome(text, outcome);
+  for (const CheckOutcome& outcome : checkup.outcomes) {
+    appendOutcome(text, outcome);
+  }
   return text + std::to_string(checkup.count(Status::passed)) + " passed, " +
          std::to_string(checkup.count(Status::failed)) + " failed, " +
          std::to_string(checkup.count(Status::notRun)) + " not run\n";
@@ -99,7 +109,9 @@ std::string jsonReport(const Checkup& checkup) {
       check["why"] = outcome.check->why;
       check["remedy"] = outcome.check->remedy;
     }
-    if (outcome.status == Status::notRun) check["reason"] = outcome.reason;
+    if (outcome.status == Status::notRun) {
+      check["reason"] = outcome.reason;
+    }
     checks.push_back(std::move(check));
   }
   const Json report = {{"plugin", checkup.plugin},
@@ -112,14 +124,18 @@ std::string jsonReport(const Checkup& checkup) {
 
 std::string junitReport(const Checkup& checkup) {
   std::chrono::milliseconds total(0);
-  for (const CheckOutcome& outcome : checkup.outcomes) total += outcome.duration;
+  for (const CheckOutcome& outcome : checkup.outcomes) {
+    total += outcome.duration;
+  }
   std::string xml =
       "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites>\n  <testsuite name=\"" +
       escaped(checkup.plugin) + "\" tests=\"" + std::to_string(checkup.outcomes.size()) +
       "\" failures=\"" + std::to_string(checkup.count(Status::failed)) +
       "\" errors=\"0\" skipped=\"" + std::to_string(checkup.count(Status::notRun)) + "\" time=\"" +
       seconds(total) + "\">\n";
-  for (const CheckOutcome& outcome : checkup.outcomes) xml += testCase(outcome);
+  for (const CheckOutcome& outcome : checkup.outcomes) {
+    xml += testCase(outcome);
+  }
   return xml + "  </testsuite>\n</testsuites>\n";
 }
 

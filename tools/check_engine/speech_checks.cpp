@@ -21,7 +21,9 @@ struct HostFailure : std::runtime_error {
 
 void expectEnd(const Examination& exam, const SpeechEvents& events, SpeechEnd wanted,
                const std::string& otherwise) {
-  if (events.empty() || events.back().kind != Kind::end) return;  // told elsewhere
+  if (events.empty() || events.back().kind != Kind::end) {
+    return;  // told elsewhere
+  }
   exam.expect(events.back().how == wanted, otherwise);
 }
 
@@ -42,9 +44,15 @@ void checkSpeech(const Examination& exam) {
               "events came from another thread than the one that called startSynthetizer(), or "
               "after it returned");
 
-  if (countOf(events, Kind::audio) == 0) exam.note("the engine gives no audio");
-  if (countOf(events, Kind::word) == 0) exam.note("the engine tells of no words");
-  if (countOf(events, Kind::mark) == 0) exam.note("the engine tells of no marks");
+  if (countOf(events, Kind::audio) == 0) {
+    exam.note("the engine gives no audio");
+  }
+  if (countOf(events, Kind::word) == 0) {
+    exam.note("the engine tells of no words");
+  }
+  if (countOf(events, Kind::mark) == 0) {
+    exam.note("the engine tells of no marks");
+  }
   exam.expect(countOf(events, Kind::mark) <= 1, "one mark was told more than once");
   engine.speakWhole("a second utterance");
 }
@@ -55,7 +63,9 @@ void checkEveryVoice(const Examination& exam) {
   const std::vector<std::string> outdated = engine->getOldLanguagesDetected();
   int spoken = 0;
   for (const auto& [voice, language] : engine->getAllAvailableVoices()) {
-    if (std::find(outdated.begin(), outdated.end(), language) != outdated.end()) continue;
+    if (std::find(outdated.begin(), outdated.end(), language) != outdated.end()) {
+      continue;
+    }
     const std::string& itsLanguage = language;
     const std::string& name = voice;
     exam.require("choosing the voice " + name, [&] {
@@ -89,11 +99,15 @@ void checkOddTexts(const Examination& exam) {
   const std::size_t enough = 200000;
   std::size_t samples = 0;
   engine.recorder().react([&](const SpeechEvent& event) {
-    if (event.kind == Kind::start) samples = 0;
+    if (event.kind == Kind::start) {
+      samples = 0;
+    }
     samples += event.samples;
     return samples < enough;
   });
-  for (const auto& [name, text] : texts) engine.speak(name, text, true);
+  for (const auto& [name, text] : texts) {
+    engine.speak(name, text, true);
+  }
   engine.recorder().react(nullptr);
   engine.speakWhole("an utterance after odd texts");
 }
@@ -111,7 +125,9 @@ void checkRefusedAudio(const Examination& exam) {
   engine.recorder().react([](const SpeechEvent& event) { return event.kind != Kind::audio; });
   const SpeechEvents events = engine.speak("speaking to a host that takes no audio", longText);
   const std::size_t pieces = countOf(events, Kind::audio);
-  if (pieces == 0) return exam.note("the engine gives no audio");
+  if (pieces == 0) {
+    return exam.note("the engine gives no audio");
+  }
   exam.expect(pieces == 1, "audio went on after onAudio() had returned false");
   expectEnd(exam, events, SpeechEnd::stopped,
             "onEnd did not say \"stopped\" after onAudio() had returned false");
@@ -123,7 +139,9 @@ void checkHostException(const Examination& exam) {
   TrialEngine engine(exam);
   engine.initializeToSpeak();
   engine.recorder().react([](const SpeechEvent& event) -> bool {
-    if (event.kind == Kind::audio) throw HostFailure();
+    if (event.kind == Kind::audio) {
+      throw HostFailure();
+    }
     return true;
   });
   exam.step("speaking to a host that throws from onAudio()");
@@ -136,7 +154,7 @@ void checkHostException(const Examination& exam) {
   } catch (const HostFailure&) {
     // As it must be.
   } catch (...) {
-    exam.find("in place of the host's exception came " + describeException());
+    exam.find("in place of the host's exception came " + describeException().withType());
   }
   const SpeechEvents events = engine.recorder().events();
   exam.expect(countOf(events, Kind::audio) == 1, "audio went on after onAudio() had thrown");
@@ -153,7 +171,9 @@ void checkControlFromEvents(const Examination& exam) {
   engine.initializeToSpeak();
   for (const Kind kind : {Kind::start, Kind::audio, Kind::word}) {
     engine.recorder().react([&engine, kind, done = false](const SpeechEvent& event) mutable {
-      if (event.kind != kind || done) return true;
+      if (event.kind != kind || done) {
+        return true;
+      }
       done = true;
       engine->pauseSynthetizer();
       engine->restartSynthetizer();
@@ -163,11 +183,15 @@ void checkControlFromEvents(const Examination& exam) {
     engine.speak("pausing and restarting from " + where, shortText);
 
     engine.recorder().react([&engine, kind](const SpeechEvent& event) {
-      if (event.kind == kind) engine->stopSynthetizer();
+      if (event.kind == kind) {
+        engine->stopSynthetizer();
+      }
       return true;
     });
     const SpeechEvents events = engine.speak("stopping from " + where, longText);
-    if (countOf(events, kind) == 0) continue;
+    if (countOf(events, kind) == 0) {
+      continue;
+    }
     expectEnd(exam, events, SpeechEnd::stopped,
               "onEnd did not say \"stopped\" after a stop from " + where);
   }

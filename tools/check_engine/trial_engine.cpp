@@ -8,7 +8,9 @@ namespace {
 
 std::string repeated(const std::string& text, int times) {
   std::string result;
-  for (int i = 0; i < times; ++i) result += text;
+  for (int i = 0; i < times; ++i) {
+    result += text;
+  }
   return result;
 }
 
@@ -23,17 +25,26 @@ TrialEngine::TrialEngine(const Examination& check, Callback callback)
       host(new EventRecorder),
       languageTable(boost::make_shared<KQ::TTSLanguageInfo>()),
       engine(nullptr) {
-  if (!plugin.canLoad()) exam.abandon("the library exports no function load_plugin");
+  if (!plugin.isOpen()) {
+    exam.abandon("the library cannot be opened: " + plugin.error());
+  }
+  if (!plugin.canLoad()) {
+    exam.abandon("the library exports no function load_plugin");
+  }
   engine = exam.require("load_plugin()", [&] {
     return plugin.createEngine(callback == Callback::recorder ? host : nullptr, languageTable);
   });
-  if (engine == nullptr) exam.abandon("load_plugin() gave no engine");
+  if (engine == nullptr) {
+    exam.abandon("load_plugin() gave no engine");
+  }
 }
 
 void TrialEngine::initialize() {
   const bool usable =
       exam.require("initialize()", [&] { return engine->initialize(exam.packages()); });
-  if (usable) return;
+  if (usable) {
+    return;
+  }
   exam.skip(exam.packages().empty()
                 ? "the engine needs a package and there is none; name a folder with --packages"
                 : "initialize() returned false: none of the " +
@@ -78,7 +89,9 @@ void TrialEngine::report(const std::string& what, const SpeechEvents& events,
 
 void TrialEngine::terminate() {
   const bool terminated = exam.require("terminate()", [&] { return engine->terminate(); });
-  if (!terminated) exam.abandon("terminate() returned false on an engine that is at rest");
+  if (!terminated) {
+    exam.abandon("terminate() returned false on an engine that is at rest");
+  }
 }
 
 void TrialEngine::destroy(Destruction how) {
@@ -101,7 +114,7 @@ BackgroundUtterance::BackgroundUtterance(KQ::TextToSpeechEngine& engine, const s
       engine.startSynthetizer(text);
       return "";
     } catch (...) {
-      return describeException();
+      return describeException().withType();
     }
   });
   result = task.get_future().share();
@@ -123,7 +136,9 @@ bool BackgroundUtterance::endsWithin(std::chrono::milliseconds time) const {
 
 AudioGate::AudioGate(EventRecorder& recorder) : state(std::make_shared<State>()) {
   recorder.react([gate = state](const SpeechEvent& event) {
-    if (event.kind != SpeechEvent::Kind::audio) return true;
+    if (event.kind != SpeechEvent::Kind::audio) {
+      return true;
+    }
     std::unique_lock<std::mutex> lock(gate->mutex);
     gate->reached = true;
     gate->changed.notify_all();

@@ -29,7 +29,9 @@ Holdings takeStock() {
   for (const fs::directory_entry& file : fs::directory_iterator("/proc/self/fd", error)) {
     const std::string target = fs::read_symlink(file.path(), error).string();
     const bool isThisListing = boost::algorithm::ends_with(target, "/fd");
-    if (!isThisListing) holdings.files[file.path().filename().string()] = target;
+    if (!isThisListing) {
+      holdings.files[file.path().filename().string()] = target;
+    }
   }
   return holdings;
 }
@@ -39,7 +41,9 @@ bool isMapped(const std::string& library) {
   std::string line;
   while (std::getline(maps, line)) {
     const std::size_t path = line.find('/');
-    if (path != std::string::npos && line.substr(path) == library) return true;
+    if (path != std::string::npos && line.substr(path) == library) {
+      return true;
+    }
   }
   return false;
 }
@@ -91,8 +95,12 @@ bool useOnce(const Examination& exam, const Way& way, const Holdings& before) {
   const bool active =
       exam.require("initialize()", [&] { return engine->initialize(exam.packages()); });
   const bool canSpeak = active && !engine->getAvailableLanguages().empty();
-  if (canSpeak) engine.speakWhole("an utterance");
-  if (way.terminated) engine.terminate();
+  if (canSpeak) {
+    engine.speakWhole("an utterance");
+  }
+  if (way.terminated) {
+    engine.terminate();
+  }
   engine.destroy(way.how);
   // A library may keep a thread until it is closed. One that it forgot runs into code that is gone:
   // at once if it has only just begun, and then nothing could be told of it.
@@ -104,6 +112,9 @@ bool useOnce(const Examination& exam, const Way& way, const Holdings& before) {
 bool hasUnloader(const Examination& exam) {
   return exam.require("opening and closing the library", [&] {
     PluginLibrary library(exam.plugin());
+    if (!library.isOpen()) {
+      exam.abandon("the library cannot be opened: " + library.error());
+    }
     const bool found = library.canUnload();
     library.close();
     return found;
@@ -117,13 +128,17 @@ void checkUnload(const Examination& exam) {
   const bool canUnload = hasUnloader(exam);
   bool spoken = false;
   for (const Way& way : ways) {
-    if (way.how == Destruction::byPlugin && !canUnload) continue;
+    if (way.how == Destruction::byPlugin && !canUnload) {
+      continue;
+    }
     spoken = useOnce(exam, way, before);
     before = compare(exam, before, way.when);
   }
   exam.expect(!isMapped(boost::filesystem::canonical(exam.plugin()).string()),
               "the library is still in memory after it was closed");
-  if (!spoken) exam.note("nothing was spoken before, for want of a package");
+  if (!spoken) {
+    exam.note("nothing was spoken before, for want of a package");
+  }
 }
 
 }  // namespace tool

@@ -31,10 +31,14 @@ class Judge {
   explicit Judge(const UtteranceRules& utteranceRules) : rules(utteranceRules) {}
 
   std::vector<std::string> judge(const SpeechEvents& events) {
-    if (events.empty() && rules.maybeSilent) return {};
+    if (events.empty() && rules.maybeSilent) {
+      return {};
+    }
     requireOnce(events, Kind::start);
     requireOnce(events, Kind::end);
-    for (const SpeechEvent& event : events) follow(event);
+    for (const SpeechEvent& event : events) {
+      follow(event);
+    }
     if (lastPosition > samples && samples > 0 && finished) {
       complain("a word or mark was told at sample " + to_string(lastPosition) +
                ", but the utterance has " + to_string(samples) + " samples");
@@ -46,7 +50,9 @@ class Judge {
   void requireOnce(const SpeechEvents& events, Kind kind) {
     const auto times = std::count_if(events.begin(), events.end(),
                                      [&](const SpeechEvent& event) { return event.kind == kind; });
-    if (times == 1) return;
+    if (times == 1) {
+      return;
+    }
     complain(std::string(nameOf(kind)) + " was called " + to_string(times) +
              " times for one utterance; once is right");
   }
@@ -80,7 +86,9 @@ class Judge {
 
   void followAudio(const SpeechEvent& event) {
     samples += event.samples;
-    if (event.withoutData) complain("onAudio was given a null address for its samples");
+    if (event.withoutData) {
+      complain("onAudio was given a null address for its samples");
+    }
     if (event.samplingRate != rules.samplingRate) {
       complain("onAudio gave audio of " + to_string(event.samplingRate) +
                " Hz; getCurrentSamplingRate() says " + to_string(rules.samplingRate));
@@ -116,7 +124,9 @@ class Judge {
   /// Each complaint once, however many events give cause to it.
   void complain(const std::string& what) {
     const std::string kind = what.substr(0, what.find_first_of("0123456789"));
-    if (known.insert(kind).second) complaints.push_back(what);
+    if (known.insert(kind).second) {
+      complaints.push_back(what);
+    }
   }
 
   const UtteranceRules& rules;

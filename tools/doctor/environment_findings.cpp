@@ -3,16 +3,14 @@
 
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/split.hpp>
-#include <set>
 
 #include "doctor/finding_list.hpp"
 #include "probe/installation.hpp"
+#include "text/log_level.hpp"
 
 namespace tool {
 
 namespace {
-
-const std::string logLevels = "silent, fatal, error, warning, info, verbose or debug";
 
 /// Explains the variables that matter.
 class EnvironmentFindings {
@@ -22,10 +20,18 @@ class EnvironmentFindings {
 
   void explain() {
     for (const auto& [name, value] : installation.environment) {
-      if (!value) continue;
-      if (name == "ZU_LIBRARY_PATH") explainPath(name, *value, "library-path-missing");
-      if (name == "KQTTS_PACKAGE_PATH") explainPath(name, *value, "package-path-missing");
-      if (name == "ZU_LOG_LEVEL") explainLogLevel(*value);
+      if (!value) {
+        continue;
+      }
+      if (name == "ZU_LIBRARY_PATH") {
+        explainPath(name, *value, "library-path-missing");
+      }
+      if (name == "KQTTS_PACKAGE_PATH") {
+        explainPath(name, *value, "package-path-missing");
+      }
+      if (name == "ZU_LOG_LEVEL") {
+        explainLogLevel(*value);
+      }
     }
     if (getauxval(AT_SECURE) != 0) {
       list.add(
@@ -51,17 +57,16 @@ class EnvironmentFindings {
   }
 
   void explainLogLevel(const std::string& value) {
-    static const std::set<std::string> hiding = {"silent", "fatal", "error"};
-    static const std::set<std::string> telling = {"warning", "info", "verbose", "debug"};
-    if (hiding.count(value) != 0) {
+    const auto level = logLevelOf(value);
+    if (!level) {
+      list.add(Severity::warning, "log-level-unknown",
+               "ZU_LOG_LEVEL is " + quoted(value) + ", which is no level",
+               "set it to " + logLevelList());
+    } else if (*level < zu::log::Level::warning) {
       list.add(Severity::note, "log-level-hides",
                "ZU_LOG_LEVEL is " + quoted(value) +
                    ": the warnings that tell of broken plug-ins are not shown",
                "set it to warning while you look for a fault");
-    } else if (telling.count(value) == 0) {
-      list.add(Severity::warning, "log-level-unknown",
-               "ZU_LOG_LEVEL is " + quoted(value) + ", which is no level",
-               "set it to " + logLevels);
     }
   }
 

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/split.hpp>
-#include <set>
 
 #include "probe/installation.hpp"
+#include "text/log_level.hpp"
 
 namespace tool {
 
@@ -40,20 +40,25 @@ bool FindingList::holdsProblem() const {
 
 Mishap mishapOf(const Probe& probe) {
   using End = ChildResult::End;
-  if (!probe.exception.empty()) return {"threw", "threw an exception", {probe.exception}};
+  if (!probe.exception.empty()) {
+    return {"threw", "threw an exception", {probe.exception}};
+  }
   const std::string story = probe.child.story();
   const std::vector<std::string> details = lastLines(probe.child.errors);
-  if (probe.child.end == End::hung) return {"hung", story, details};
-  if (probe.child.end == End::exited) return {"exited", story, details};
+  if (probe.child.end == End::hung) {
+    return {"hung", story, details};
+  }
+  if (probe.child.end == End::exited) {
+    return {"exited", story, details};
+  }
   return {"crashed", story, details};
 }
 
 std::vector<std::string> complaintsOf(const PluginReport& plugin) {
-  static const std::set<std::string> quiet = {"info", "verbose", "debug"};
   std::vector<std::string> lines;
   for (const LogLine& line : plugin.probe.log) {
     const bool isStart = line.step == steps::create || line.step == steps::initialize;
-    if (isStart && quiet.count(line.level) == 0) {
+    if (isStart && logLevelOf(line.level) <= zu::log::Level::warning) {
       lines.push_back(line.category + ": " + line.message);
     }
   }

@@ -28,7 +28,9 @@ class LanguageFindings {
     }
     const SessionReport& session = *installation.session;
     explainSession(session);
-    if (!session.running) return;
+    if (!session.running) {
+      return;
+    }
     explainTrials(session);
     explainTies(session.facts);
     explainDoubles(session.facts);
@@ -83,7 +85,9 @@ class LanguageFindings {
     std::map<std::pair<std::string, std::string>, std::vector<std::string>> ties;
     for (const std::string& language : facts.languages) {
       const auto route = facts.routes.find(language);
-      if (route == facts.routes.end()) continue;
+      if (route == facts.routes.end()) {
+        continue;
+      }
       for (const EngineFacts& engine : facts.engines) {
         if (engine.plugin != route->second && engine.offers(language)) {
           ties[{engine.plugin, route->second}].push_back(language);
@@ -106,7 +110,9 @@ class LanguageFindings {
       }
     }
     for (const auto& [language, paths] : pathsByLanguage) {
-      if (paths.size() < 2) continue;
+      if (paths.size() < 2) {
+        continue;
+      }
       list.add(
           Severity::note, "language-twice",
           "there is more than one package for " + language + ": " + join(paths, ", "),

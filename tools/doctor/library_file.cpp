@@ -1,19 +1,18 @@
 #include "doctor/library_file.hpp"
 
-#include <link.h>
+#include <fcntl.h>
+#include <gelf.h>
 
 #include <cerrno>
 #include <cstring>
-#include <fstream>
 #include <map>
-#include <vector>
+#include <memory>
+
+#include "system/file_descriptor.hpp"
 
 namespace tool {
 
 namespace {
-
-using Header = ElfW(Ehdr);
-using Segment = ElfW(Phdr);
 
 const std::map<unsigned, std::string> machines = {
     {EM_386, "32-bit x86"},     {EM_X86_64, "x86-64"}, {EM_ARM, "32-bit Arm"},
@@ -21,70 +20,94 @@ const std::map<unsigned, std::string> machines = {
     {EM_MIPS, "MIPS"},          {EM_S390, "S/390"},
 };
 
-std::string nameOf(const Header& header) {
+std::string nameOf(const GElf_Ehdr& header) {
   const auto known = machines.find(header.e_machine);
   return known == machines.end() ? "machine " + std::to_string(header.e_machine) : known->second;
 }
 
-template <typename Record>
-bool readAt(std::istream& file, std::streamoff offset, Record& record) {
-  file.clear();
-  file.seekg(offset);
-  return static_cast<bool>(file.read(reinterpret_cast<char*>(&record), sizeof(record)));
-}
+/// A file that libelf reads.
+class ElfFile {
+ public:
+  explicit ElfFile(const std::string& path) : file(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+    openingError = errno;
+    elf_version(EV_CURRENT);
+    elf.reset(elf_begin(file.get(), ELF_C_READ, nullptr));
+    complete = elf != nullptr && gelf_getehdr(elf.get(), &fileHeader) != nullptr;
+  }
 
-Header ownHeader() {
-  std::ifstream self("/proc/self/exe", std::ios::binary);
-  Header header{};
-  readAt(self, 0, header);
-  return header;
-}
+  bool isOpen() const { return file.get() >= 0; }
+  int error() const { return openingError; }
+  /// Whether it begins as an ELF file does, even if it ends within its header.
+  bool isElf() const {
+    std::size_t size = 0;
+    const char* const bytes = elf_rawfile(elf.get(), &size);
+    return size >= SELFMAG && std::memcmp(bytes, ELFMAG, SELFMAG) == 0;
+  }
+  bool hasHeader() const { return complete; }
+  const GElf_Ehdr& header() const { return fileHeader; }
 
-bool hasSameArchitecture(const Header& one, const Header& other) {
-  return one.e_machine == other.e_machine && one.e_ident[EI_CLASS] == other.e_ident[EI_CLASS] &&
-         one.e_ident[EI_DATA] == other.e_ident[EI_DATA];
-}
-
-/// Whether the file ends before what its segments say is in it.
-bool isTruncated(std::istream& file, const Header& header) {
-  file.clear();
-  file.seekg(0, std::ios::end);
-  const auto size = static_cast<ElfW(Off)>(file.tellg());
-  for (unsigned i = 0; i < header.e_phnum; ++i) {
-    Segment segment{};
-    const ElfW(Off) offset = header.e_phoff + ElfW(Off){i} * header.e_phentsize;
-    if (offset > size || !readAt(file, static_cast<std::streamoff>(offset), segment)) return true;
-    if (segment.p_type == PT_LOAD &&
-        (segment.p_filesz > size || segment.p_offset > size - segment.p_filesz)) {
+  /// Whether the file ends before what its segments need.
+  bool isTruncated() const {
+    std::size_t count = 0;
+    std::size_t size = 0;
+    if (elf_getphdrnum(elf.get(), &count) != 0 || elf_rawfile(elf.get(), &size) == nullptr) {
       return true;
     }
+    for (std::size_t i = 0; i < count; ++i) {
+      GElf_Phdr segment{};
+      if (gelf_getphdr(elf.get(), static_cast<int>(i), &segment) == nullptr) {
+        return true;
+      }
+      if (segment.p_type == PT_LOAD &&
+          (segment.p_filesz > size || segment.p_offset > size - segment.p_filesz)) {
+        return true;
+      }
+    }
+    return false;
   }
-  return false;
+
+ private:
+  struct End {
+    void operator()(Elf* handle) const { elf_end(handle); }
+  };
+
+  FileDescriptor file;
+  int openingError = 0;
+  std::unique_ptr<Elf, End> elf;
+  GElf_Ehdr fileHeader{};
+  bool complete = false;
+};
+
+bool hasSameArchitecture(const GElf_Ehdr& one, const GElf_Ehdr& other) {
+  return one.e_machine == other.e_machine && one.e_ident[EI_CLASS] == other.e_ident[EI_CLASS] &&
+         one.e_ident[EI_DATA] == other.e_ident[EI_DATA];
 }
 
 }  // namespace
 
 std::optional<LibraryDefect> inspectLibrary(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) {
-    return LibraryDefect{"plugin-unreadable", std::string("cannot be read: ") + strerror(errno)};
+  const ElfFile library(path);
+  if (!library.isOpen()) {
+    return LibraryDefect{"plugin-unreadable",
+                         std::string("cannot be read: ") + strerror(library.error())};
   }
-  Header header{};
-  const bool complete = readAt(file, 0, header);
-  if (std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0) {
+  if (!library.isElf()) {
     return LibraryDefect{"plugin-not-a-library", "is no shared library"};
   }
-  if (!complete) return LibraryDefect{"plugin-truncated", "is cut off: its header is incomplete"};
-  const Header own = ownHeader();
-  if (own.e_machine != EM_NONE && !hasSameArchitecture(header, own)) {
-    return LibraryDefect{"plugin-wrong-architecture",
-                         "is made for " + nameOf(header) + ", this program for " + nameOf(own)};
+  if (!library.hasHeader()) {
+    return LibraryDefect{"plugin-truncated", "is cut off: its header is incomplete"};
   }
-  if (header.e_type != ET_DYN) {
+  const ElfFile self("/proc/self/exe");
+  if (self.hasHeader() && !hasSameArchitecture(library.header(), self.header())) {
+    return LibraryDefect{
+        "plugin-wrong-architecture",
+        "is made for " + nameOf(library.header()) + ", this program for " + nameOf(self.header())};
+  }
+  if (library.header().e_type != ET_DYN) {
     return LibraryDefect{"plugin-not-a-library",
                          "is a program or a part of one, no shared library"};
   }
-  if (isTruncated(file, header)) {
+  if (library.isTruncated()) {
     return LibraryDefect{"plugin-truncated",
                          "is cut off: it ends before what its header announces"};
   }

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <boost/algorithm/string/join.hpp>
+#include <kqtts/package_names.hpp>
 #include <map>
 #include <set>
 
@@ -10,6 +11,8 @@
 namespace tool {
 
 namespace {
+
+namespace keys = KQ::package_names;
 
 using boost::algorithm::join;
 
@@ -27,7 +30,9 @@ class PackageFindings {
                  "mend it, or name another");
       }
       explainWithoutManifest(folder);
-      for (const SurveyedPackage& package : folder.packages) explainPackage(package);
+      for (const SurveyedPackage& package : folder.packages) {
+        explainPackage(package);
+      }
     }
     if (installation.packages.installed.empty()) {
       list.add(list.bad(), "packages-none", "no package is installed",
@@ -42,21 +47,29 @@ class PackageFindings {
   void explainWithoutManifest(const PackageFolder& folder) {
     std::vector<std::string> names;
     for (const SurveyedPackage& package : folder.packages) {
-      if (package.defect.kind == FileDefect::missing) names.push_back(package.path);
+      if (package.defect.kind == FileDefect::missing) {
+        names.push_back(package.path);
+      }
     }
-    if (names.empty()) return;
+    if (names.empty()) {
+      return;
+    }
     const std::size_t count = names.size();
     constexpr std::size_t shown = 3;
-    if (count > shown) names.resize(shown);
+    if (count > shown) {
+      names.resize(shown);
+    }
     list.add(list.bad(), "manifest-missing",
-             counted(count, "folder") + " without a manifest.xml: " + join(names, ", ") +
-                 (count > shown ? " ..." : ""),
+             counted(count, "folder") + " without a " + keys::manifestFile + ": " +
+                 join(names, ", ") + (count > shown ? " ..." : ""),
              "install the package again, or remove the folder");
   }
 
   void explainPackage(const SurveyedPackage& package) {
-    if (package.defect.kind == FileDefect::missing) return;
-    const std::string manifest = package.path + "/manifest.xml";
+    if (package.defect.kind == FileDefect::missing) {
+      return;
+    }
+    const std::string manifest = package.path + "/" + keys::manifestFile;
     if (package.defect) {
       static const std::map<FileDefect::Kind, std::string> causes = {
           {FileDefect::unreadable, "manifest-unreadable"},
@@ -67,7 +80,9 @@ class PackageFindings {
       return;
     }
     explainSettings(package, manifest);
-    if (package.uuid.empty()) return;
+    if (package.uuid.empty()) {
+      return;
+    }
     if (!package.isInstalled) {
       list.add(
           Severity::note, "package-duplicate",
@@ -85,10 +100,10 @@ class PackageFindings {
 
   void explainSettings(const SurveyedPackage& package, const std::string& manifest) {
     const std::pair<const char*, const std::string*> required[] = {
-        {"uuid", &package.uuid},
-        {"version", &package.version},
-        {"engine", &package.engine},
-        {"language", &package.language},
+        {keys::uuid, &package.uuid},
+        {keys::version, &package.version},
+        {keys::engine, &package.engine},
+        {keys::language, &package.language},
     };
     for (const auto& [name, value] : required) {
       if (value->empty()) {
@@ -98,7 +113,8 @@ class PackageFindings {
       }
     }
     for (const std::string& name : package.unknownSettings) {
-      const std::vector<std::string> near = closestNames(name, manifestSettings());
+      const std::vector<std::string> near =
+          closestNames(name, {keys::manifestSettings.begin(), keys::manifestSettings.end()});
       list.add(Severity::note, "manifest-unknown-setting",
                manifest + " has the setting " + quoted(name) + ", which is not known",
                near.empty() ? "nothing, if the engine knows it"
@@ -109,8 +125,11 @@ class PackageFindings {
   void explainVoices(const SurveyedPackage& package) {
     std::vector<std::string> said = complaintsAbout(package.path);
     for (const VoiceFolder& voice : package.voices) {
-      if (!voice.defect) continue;
-      list.add(list.bad(), "voice-broken", voice.path + "/voice.xml " + voice.defect.text,
+      if (!voice.defect) {
+        continue;
+      }
+      list.add(list.bad(), "voice-broken",
+               voice.path + "/" + keys::voiceFile + " " + voice.defect.text,
                "install the package again, or remove the voice's folder", said);
       said.clear();
     }
@@ -126,7 +145,9 @@ class PackageFindings {
 
   void explainClaimed() {
     for (const PluginReport& plugin : installation.plugins) {
-      if (plugin.claims.empty()) continue;
+      if (plugin.claims.empty()) {
+        continue;
+      }
       list.add(Severity::ok, "packages-claimed",
                plugin.name + " takes " + counted(plugin.claims.size(), "package"), "");
     }
@@ -162,7 +183,9 @@ class PackageFindings {
   std::string enginesThatTake() const {
     std::set<std::string> names;
     for (const SurveyedPackage& package : installation.packages.packages()) {
-      if (isClaimed(package.path) && !package.engine.empty()) names.insert(quoted(package.engine));
+      if (isClaimed(package.path) && !package.engine.empty()) {
+        names.insert(quoted(package.engine));
+      }
     }
     return names.empty() ? "" : "; the packages in use are for " + join(names, ", ");
   }
@@ -187,7 +210,9 @@ class PackageFindings {
     std::vector<std::string> lines;
     for (const PluginReport& plugin : installation.plugins) {
       for (const std::string& line : complaintsOf(plugin)) {
-        if (mentions(line, path)) lines.push_back(line);
+        if (mentions(line, path)) {
+          lines.push_back(line);
+        }
       }
     }
     return lines;
@@ -198,7 +223,9 @@ class PackageFindings {
     static const std::string ends = "/:,;\"' ";
     for (std::size_t at = text.find(path); at != std::string::npos; at = text.find(path, at + 1)) {
       const std::size_t end = at + path.size();
-      if (end == text.size() || ends.find(text[end]) != std::string::npos) return true;
+      if (end == text.size() || ends.find(text[end]) != std::string::npos) {
+        return true;
+      }
     }
     return false;
   }

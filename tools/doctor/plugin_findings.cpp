@@ -94,20 +94,17 @@ class PluginFindings {
   }
 
   void explainUnloadable(const PluginReport& plugin) {
-    const std::vector<std::string> said = complaintsOf(plugin);
-    const auto says = [&](const char* text) {
-      return std::any_of(said.begin(), said.end(),
-                         [&](const std::string& line) { return contains(line, text); });
-    };
-    if (!says("Could not load library:")) {
-      explainWithoutEngine(plugin, says("Could not find the load_plugin method"));
+    const std::string& error = plugin.openingError;
+    const std::vector<std::string> said = {error};
+    if (error.empty()) {
+      explainWithoutEngine(plugin);
     } else if (const auto defect = inspectLibrary(plugin.search.library)) {
       addDefect(plugin, *defect, said);
-    } else if (says("undefined symbol")) {
+    } else if (contains(error, "undefined symbol")) {
       list.add(list.bad(), "plugin-symbol-missing",
                plugin.name + " needs a function that nobody has" + from(plugin),
                "build it again, against the libraries that are installed here", said);
-    } else if (says("cannot open shared object file")) {
+    } else if (contains(error, "cannot open shared object file")) {
       list.add(list.bad(), "plugin-dependency-missing",
                plugin.name + " needs a library that is not installed" + from(plugin),
                "install the library that is named; ldd " + plugin.search.library + " lists all",
@@ -118,8 +115,8 @@ class PluginFindings {
     }
   }
 
-  void explainWithoutEngine(const PluginReport& plugin, bool lacksEntryPoint) {
-    if (lacksEntryPoint) {
+  void explainWithoutEngine(const PluginReport& plugin) {
+    if (!plugin.hasEntryPoint) {
       list.add(
           list.bad(), "plugin-no-entry-point",
           plugin.name + " does not export load_plugin" + from(plugin),

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <kqtts/plugin_names.hpp>
 #include <kqtts/texttospeech_manager.hpp>
 #include <zu/path.hpp>
 
@@ -17,13 +18,15 @@ const char* const variables[] = {
 
 std::vector<Trial> everyLanguage(const SessionFacts& facts) {
   std::vector<Trial> trials;
-  for (const std::string& language : facts.languages) trials.push_back({language, "", true});
+  for (const std::string& language : facts.languages) {
+    trials.push_back({language, "", true});
+  }
   return trials;
 }
 
 void findAudioDevice(ProbeChannel& channel) {
   const AudioDeviceSink device;
-  channel.tell("device", device.name());
+  channel.send("device", device.name());
 }
 
 }  // namespace
@@ -43,7 +46,7 @@ Installation examineInstallation(const HostOptions& options, std::chrono::millis
   Installation installation;
   installation.libraryFolders = zu::path::libDirs();
   installation.packages = surveyPackages(options);
-  for (const std::string& plugin : pluginNames()) {
+  for (const char* plugin : KQ::plugin_names::all) {
     installation.plugins.push_back(probePlugin(plugin, installation.packages.installed, patience));
   }
   const bool isSafe = std::none_of(installation.plugins.begin(), installation.plugins.end(),

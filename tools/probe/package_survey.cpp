@@ -8,6 +8,7 @@
 #include <boost/filesystem/operations.hpp>
 #include <cerrno>
 #include <cstring>
+#include <kqtts/package_names.hpp>
 #include <kqtts/texttospeech_engine.hpp>
 #include <set>
 
@@ -19,9 +20,8 @@ namespace {
 
 namespace fs = boost::filesystem;
 
-constexpr const char* manifestName = "manifest.xml";
-constexpr const char* voicesName = "voices";
-constexpr const char* voiceFileName = "voice.xml";
+namespace names = KQ::package_names;
+
 constexpr std::size_t scannedBytes = std::size_t{64} * 1024;
 constexpr std::size_t longestSettingName = 64;
 
@@ -42,22 +42,32 @@ std::vector<fs::path> foldersIn(const fs::path& folder, std::string& defect) {
   fs::directory_iterator entry(folder, error);
   for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
     boost::system::error_code ignored;
-    if (fs::is_directory(entry->path(), ignored)) found.push_back(entry->path());
+    if (fs::is_directory(entry->path(), ignored)) {
+      found.push_back(entry->path());
+    }
   }
-  if (error) defect = error.message();
+  if (error) {
+    defect = error.message();
+  }
   std::sort(found.begin(), found.end());
   return found;
 }
 
 /// What can be told of a file of settings before it is read.
 FileDefect defectOf(const fs::path& file) {
-  if (!isThere(file)) return {FileDefect::missing, "is missing"};
-  if (!isFile(file)) return {FileDefect::unreadable, "is no regular file"};
+  if (!isThere(file)) {
+    return {FileDefect::missing, "is missing"};
+  }
+  if (!isFile(file)) {
+    return {FileDefect::unreadable, "is no regular file"};
+  }
   if (access(file.c_str(), R_OK) != 0) {
     return {FileDefect::unreadable, std::string("cannot be read: ") + std::strerror(errno)};
   }
   boost::system::error_code ignored;
-  if (fs::is_empty(file, ignored)) return {FileDefect::malformed, "is empty"};
+  if (fs::is_empty(file, ignored)) {
+    return {FileDefect::malformed, "is empty"};
+  }
   return {};
 }
 
@@ -78,7 +88,9 @@ std::set<std::string> possibleSettings(const fs::path& file) {
   for (std::size_t at = text.find(attribute); at != std::string::npos;
        at = text.find(attribute, at + 1)) {
     const std::size_t begin = at + attribute.size() + 1;
-    if (begin >= text.size()) break;
+    if (begin >= text.size()) {
+      break;
+    }
     const std::size_t end = text.find(text[begin - 1], begin);
     if (end != std::string::npos && end - begin <= longestSettingName) {
       names.insert(text.substr(begin, end - begin));
@@ -87,8 +99,9 @@ std::set<std::string> possibleSettings(const fs::path& file) {
   return names;
 }
 
-bool contains(const std::vector<std::string>& names, const std::string& name) {
-  return std::find(names.begin(), names.end(), name) != names.end();
+bool isKnown(const std::string& setting) {
+  const auto& known = names::manifestSettings;
+  return std::find(known.begin(), known.end(), setting) != known.end();
 }
 
 class Surveyor {
@@ -99,7 +112,7 @@ class Surveyor {
     PackageFolder result;
     result.path = path;
     result.exists = isThere(path);
-    if (isThere(fs::path(path) / manifestName)) {
+    if (isThere(fs::path(path) / names::manifestFile)) {
       result.packages.push_back(package(path));
     } else if (result.exists) {
       for (const fs::path& entry : foldersIn(path, result.defect)) {
@@ -112,25 +125,26 @@ class Surveyor {
  private:
   SurveyedPackage package(const fs::path& path) const {
     SurveyedPackage package;
-    const fs::path manifest = path / manifestName;
+    const fs::path manifest = path / names::manifestFile;
     package.path = path.string();
     package.defect = defectOf(manifest);
-    if (!package.defect) readManifest(manifest, package);
+    if (!package.defect) {
+      readManifest(manifest, package);
+    }
     std::string ignored;
-    for (const fs::path& voice : foldersIn(path / voicesName, ignored)) {
-      package.voices.push_back({voice.string(), voiceDefect(voice / voiceFileName)});
+    for (const fs::path& voice : foldersIn(path / names::voicesFolder, ignored)) {
+      package.voices.push_back({voice.string(), voiceDefect(voice / names::voiceFile)});
     }
     return package;
   }
 
   void readManifest(const fs::path& manifest, SurveyedPackage& package) const {
-    package.uuid = reader.getParamFromXml("uuid", manifest);
-    package.version = reader.getParamFromXml("version", manifest);
-    package.engine = reader.getParamFromXml("engine", manifest);
-    package.language = reader.getParamFromXml("language", manifest);
+    package.uuid = reader.getParamFromXml(names::uuid, manifest);
+    package.version = reader.getParamFromXml(names::version, manifest);
+    package.engine = reader.getParamFromXml(names::engine, manifest);
+    package.language = reader.getParamFromXml(names::language, manifest);
     for (const std::string& name : possibleSettings(manifest)) {
-      const bool known = contains(manifestSettings(), name);
-      if (!known && !reader.getParamFromXml(name, manifest).empty()) {
+      if (!isKnown(name) && !reader.getParamFromXml(name, manifest).empty()) {
         package.unknownSettings.push_back(name);
       }
     }
@@ -144,7 +158,9 @@ class Surveyor {
 
   FileDefect voiceDefect(const fs::path& file) const {
     FileDefect defect = defectOf(file);
-    if (defect || !reader.getVoiceNameFromXml(file).empty()) return defect;
+    if (defect || !reader.getVoiceNameFromXml(file).empty()) {
+      return defect;
+    }
     return {FileDefect::malformed, "is malformed, or has no setting \"sourceVoice\""};
   }
 
@@ -168,7 +184,9 @@ PackageSurvey surveyPackages(const std::vector<std::string>& folders,
   const Surveyor surveyor(reader);
   std::set<std::string> seen;
   for (const std::string& path : folders) {
-    if (!seen.insert(path).second) continue;
+    if (!seen.insert(path).second) {
+      continue;
+    }
     PackageFolder folder = surveyor.folder(path);
     for (SurveyedPackage& package : folder.packages) {
       package.isInstalled = std::any_of(
@@ -178,12 +196,6 @@ PackageSurvey surveyPackages(const std::vector<std::string>& folders,
     survey.folders.push_back(std::move(folder));
   }
   return survey;
-}
-
-const std::vector<std::string>& manifestSettings() {
-  static const std::vector<std::string> names = {"uuid", "version", "engine", "language",
-                                                 "defaultVoice"};
-  return names;
 }
 
 }  // namespace tool

@@ -60,7 +60,4 @@ struct PackageSurvey {
 PackageSurvey surveyPackages(const std::vector<std::string>& folders,
                              const KQ::TextToSpeechEngine& reader);
 
-/// The names of the settings that a manifest may have.
-const std::vector<std::string>& manifestSettings();
-
 }  // namespace tool

@@ -2,6 +2,7 @@
 
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/filesystem/operations.hpp>
+#include <kqtts/plugin_names.hpp>
 #include <kqtts/texttospeech_engine.hpp>
 #include <kqtts/tts_language_info.hpp>
 #include <zu/os.hpp>
@@ -15,21 +16,28 @@ namespace {
 
 namespace fs = boost::filesystem;
 
+constexpr int defaultMode = -1;
+
 using LoadPlugin = KQ::TextToSpeechEngine* (*)(TextToSpeechEngineCallbackInterface*,
                                                boost::shared_ptr<KQ::TTSLanguageInfo>);
 using UnloadPlugin = void (*)(KQ::TextToSpeechEngine**);
 
-std::string findByName(const std::string& name) {
-  const std::string path = zu::path::findLib("kqtts/libkqtts-" + name);
-  return path.empty() ? zu::path::findLib("kqtts/kqtts-" + name) : path;
-}
-
 }  // namespace
+
+std::string findLibraryOf(const std::string& plugin) {
+  for (const std::string& name : KQ::plugin_names::librariesOf(plugin)) {
+    std::string path = zu::path::findLib(name);
+    if (!path.empty()) {
+      return path;
+    }
+  }
+  return "";
+}
 
 std::string findPlugin(const std::string& written) {
   const bool isFile =
       written.find('/') != std::string::npos || boost::algorithm::ends_with(written, ".so");
-  const fs::path path = isFile ? written : findByName(written);
+  const fs::path path = isFile ? written : findLibraryOf(written);
   boost::system::error_code error;
   if (path.empty() || !fs::is_regular_file(path, error)) {
     throw UsageError("there is no engine plug-in '" + written + "'",
@@ -39,10 +47,10 @@ std::string findPlugin(const std::string& written) {
 }
 
 PluginLibrary::PluginLibrary(const std::string& path)
-    : handle(zu::os::dlopen(path.c_str(), -1)), loadEntry(nullptr), unloadEntry(nullptr) {
+    : handle(zu::os::dlopen(path.c_str(), defaultMode)) {
   if (handle == nullptr) {
-    throw Failure(std::string("the library cannot be opened: ") + zu::os::dlerror(),
-                  "see whether it is a shared library whose own libraries are all there");
+    loadingError = zu::os::dlerror();
+    return;
   }
   loadEntry = zu::os::dlsym(handle, "load_plugin");
   unloadEntry = zu::os::dlsym(handle, "unload_plugin");

@@ -2,6 +2,7 @@
 
 #include <boost/shared_ptr.hpp>
 #include <string>
+#include <vector>
 
 class TextToSpeechEngineCallbackInterface;
 
@@ -12,34 +13,41 @@ class TTSLanguageInfo;
 
 namespace tool {
 
+/// The library that the plug-in loader opens for a plug-in's name, or "" if there is none.
+std::string findLibraryOf(const std::string& plugin);
+
 /// The file of an engine plug-in: `written` itself if it holds a slash or ends with ".so", else the
-/// plug-in of that name, found as the plug-in loader finds it.
+/// library of the plug-in of that name.
 /// \return its absolute path
-/// \throws UsageError when there is no such regular file
+/// \throws UsageError if there is no such regular file
 std::string findPlugin(const std::string& written);
 
-/// An open plug-in. It stays open unless it is closed.
+/// A plug-in whose library was opened. The library stays open until close() is called.
 class PluginLibrary {
  public:
-  /// \throws Failure when the system cannot open it
   explicit PluginLibrary(const std::string& path);
+
+  bool isOpen() const { return handle != nullptr; }
+  /// Why the system could not open the library; "" if it could.
+  const std::string& error() const { return loadingError; }
 
   bool canLoad() const { return loadEntry != nullptr; }
   bool canUnload() const { return unloadEntry != nullptr; }
 
-  /// Lets the plug-in create an engine. \return null when it gave none
+  /// Calls load_plugin(); needs canLoad(). \return null if the plug-in returned none
   KQ::TextToSpeechEngine* createEngine(TextToSpeechEngineCallbackInterface* callback,
                                        const boost::shared_ptr<KQ::TTSLanguageInfo>& table) const;
 
-  /// Lets the plug-in destroy an engine; needs canUnload().
+  /// Calls unload_plugin(); needs canUnload().
   void destroyEngine(KQ::TextToSpeechEngine* engine) const;
 
   void close();
 
  private:
   void* handle;
-  void* loadEntry;
-  void* unloadEntry;
+  std::string loadingError;
+  void* loadEntry = nullptr;
+  void* unloadEntry = nullptr;
 };
 
 }  // namespace tool

@@ -3,11 +3,12 @@
 #include <algorithm>
 #include <boost/filesystem/operations.hpp>
 #include <boost/make_shared.hpp>
+#include <kqtts/plugin_names.hpp>
 #include <kqtts/texttospeech_engine.hpp>
 #include <kqtts/tts_language_info.hpp>
-#include <kqtts/tts_plugin_manager.hpp>
-#include <zu/os.hpp>
 #include <zu/path.hpp>
+
+#include "probe/plugin_library.hpp"
 
 namespace tool {
 
@@ -16,16 +17,6 @@ namespace {
 namespace fs = boost::filesystem;
 
 using Packages = std::vector<zu::PackageInfo>;
-
-constexpr int defaultMode = -1;
-
-std::string firstFoundLibrary(const std::string& plugin) {
-  for (const std::string& name : libraryNamesOf(plugin)) {
-    const std::string path = zu::path::findLib(name);
-    if (!path.empty()) return path;
-  }
-  return "";
-}
 
 /// The packages that hold none of the engine's voices.
 Packages withoutVoices(const Packages& packages, const EngineFacts& engine) {
@@ -48,20 +39,26 @@ bool takes(KQ::TextToSpeechEngine& engine, const Packages& packages) {
 /// Finds the engine's packages among those that its voices' folders do not tell of: it does not
 /// tell folders, or offers nothing from them.
 void tryPackages(KQ::TextToSpeechEngine& engine, const Packages& packages, ProbeChannel& channel) {
-  if (packages.empty() || !takes(engine, packages)) return;
+  if (packages.empty() || !takes(engine, packages)) {
+    return;
+  }
   for (const zu::PackageInfo& package : packages) {
-    if (!takes(engine, {package})) continue;
-    channel.tell("claim", Claim{package.path, !engine.getOldLanguagesDetected().empty()});
+    if (!takes(engine, {package})) {
+      continue;
+    }
+    channel.send("claim", Claim{package.path, !engine.getOldLanguagesDetected().empty()});
   }
 }
 
 void tryEngine(const std::string& plugin, KQ::TextToSpeechEngine& engine, const Packages& packages,
                ProbeChannel& channel) {
   channel.step(steps::initialize);
-  if (!engine.initialize(packages)) return;
+  if (!engine.initialize(packages)) {
+    return;
+  }
   channel.step(steps::describe);
   const EngineFacts facts = describe(plugin, engine);
-  channel.tell("engine", facts);
+  channel.send("engine", facts);
   channel.step(steps::packages);
   tryPackages(engine, withoutVoices(packages, facts), channel);
   channel.step(steps::close);
@@ -71,17 +68,27 @@ void tryEngine(const std::string& plugin, KQ::TextToSpeechEngine& engine, const 
 void tryPlugin(const std::string& plugin, const std::string& library, const Packages& packages,
                const boost::shared_ptr<KQ::TTSLanguageInfo>& languageInfo, ProbeChannel& channel) {
   channel.step(steps::open);
-  // Only to tell this step from the next one. The plug-in manager opens it again, and says what is
-  // wrong with it.
-  zu::os::dlopen(library.c_str(), defaultMode);
+  PluginLibrary opened(library);
+  if (!opened.isOpen()) {
+    channel.send("openingError", opened.error());
+    return;
+  }
+  channel.send("hasEntryPoint", opened.canLoad());
+  if (!opened.canLoad()) {
+    return;
+  }
   channel.step(steps::create);
-  KQ::TtsPluginManager plugins;
-  KQ::TextToSpeechEngine* engine = plugins.load(plugin, nullptr, languageInfo);
-  if (engine == nullptr) return;
-  channel.tell("created", true);
+  KQ::TextToSpeechEngine* const engine = opened.createEngine(nullptr, languageInfo);
+  if (engine == nullptr) {
+    return;
+  }
+  channel.send("created", true);
   tryEngine(plugin, *engine, packages, channel);
   channel.step(steps::close);
-  plugins.unload(&engine);
+  if (opened.canUnload()) {
+    opened.destroyEngine(engine);
+  }
+  opened.close();
 }
 
 std::vector<Claim> claimsByVoices(const Packages& packages, const EngineFacts& engine) {
@@ -94,31 +101,26 @@ std::vector<Claim> claimsByVoices(const Packages& packages, const EngineFacts& e
     Claim claim{package.path, false};
     bool isOwn = false;
     for (const auto& [voice, folder] : engine.voiceFolders) {
-      if (!isInside(folder, package.path)) continue;
+      if (!isInside(folder, package.path)) {
+        continue;
+      }
       isOwn = true;
       const auto language = engine.voices.find(voice);
       claim.outdated |= language != engine.voices.end() && isOutdated(language->second);
     }
-    if (isOwn) claims.push_back(claim);
+    if (isOwn) {
+      claims.push_back(claim);
+    }
   }
   return claims;
 }
 
 }  // namespace
 
-const std::vector<std::string>& pluginNames() {
-  static const std::vector<std::string> names = {"aitalk", "log", "nuance"};
-  return names;
-}
-
-std::vector<std::string> libraryNamesOf(const std::string& plugin) {
-  return {"kqtts/libkqtts-" + plugin, "kqtts/kqtts-" + plugin};
-}
-
 PluginSearch searchPlugin(const std::string& plugin) {
   PluginSearch search;
-  search.library = firstFoundLibrary(plugin);
-  for (const std::string& name : libraryNamesOf(plugin)) {
+  search.library = findLibraryOf(plugin);
+  for (const std::string& name : KQ::plugin_names::librariesOf(plugin)) {
     for (const std::string& folder : zu::path::libDirs()) {
       const std::string path = folder + "/" + name + ".so";
       boost::system::error_code ignored;
@@ -143,7 +145,9 @@ PluginReport probePlugin(const std::string& plugin, const std::vector<zu::Packag
   PluginReport report;
   report.name = plugin;
   report.search = searchPlugin(plugin);
-  if (report.search.library.empty()) return report;
+  if (report.search.library.empty()) {
+    return report;
+  }
   // Made here: the table logs each of its languages, which is no news of the plug-in.
   const auto languageInfo = boost::make_shared<KQ::TTSLanguageInfo>();
   report.probe = runProbe(
@@ -151,12 +155,22 @@ PluginReport probePlugin(const std::string& plugin, const std::vector<zu::Packag
         tryPlugin(plugin, report.search.library, packages, languageInfo, channel);
       },
       deadline);
+  for (const std::string& error : report.probe.get<std::string>("openingError")) {
+    report.openingError = error;
+  }
+  for (const bool isThere : report.probe.get<bool>("hasEntryPoint")) {
+    report.hasEntryPoint = isThere;
+  }
   report.created = !report.probe.get<bool>("created").empty();
   const std::vector<EngineFacts> engines = report.probe.get<EngineFacts>("engine");
   report.started = !engines.empty();
-  if (report.started) report.engine = engines.back();
+  if (report.started) {
+    report.engine = engines.back();
+  }
   report.claims = claimsByVoices(packages, report.engine);
-  for (const Claim& claim : report.probe.get<Claim>("claim")) report.claims.push_back(claim);
+  for (const Claim& claim : report.probe.get<Claim>("claim")) {
+    report.claims.push_back(claim);
+  }
   return report;
 }
 

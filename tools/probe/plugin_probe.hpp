@@ -9,19 +9,11 @@
 
 namespace tool {
 
-/// The names of the plug-ins that the manager loads, in the order of merging: of several engines
-/// that offer a language, the last one has it.
-const std::vector<std::string>& pluginNames();
-
-/// The names under which the library of a plug-in is looked for, in this order, each in all folders
-/// of the library search.
-std::vector<std::string> libraryNamesOf(const std::string& plugin);
-
-/// Where the library of a plug-in may stand.
+/// The files that have the name of a plug-in's library.
 struct PluginSearch {
-  std::string library;               ///< the one that is loaded, or ""
-  std::vector<std::string> hidden;   ///< others, which it comes before
-  std::vector<std::string> noFiles;  ///< of such a name, but no regular file
+  std::string library;               ///< the one that a host loads, or ""
+  std::vector<std::string> hidden;   ///< others; the search finds `library` before them
+  std::vector<std::string> noFiles;  ///< not regular files
 };
 
 PluginSearch searchPlugin(const std::string& plugin);
@@ -48,12 +40,14 @@ struct PluginReport {
   std::string name;
   PluginSearch search;
   Probe probe;
-  bool created = false;  ///< there was an engine
-  bool started = false;  ///< and it accepted the packages
-  EngineFacts engine;    ///< of one that started
+  std::string openingError;    ///< why the system did not open its library; "" if it did
+  bool hasEntryPoint = false;  ///< whether the library exports load_plugin
+  bool created = false;        ///< whether there was an engine
+  bool started = false;        ///< whether the engine accepted the packages
+  EngineFacts engine;          ///< of an engine that started
   std::vector<Claim> claims;
 
-  /// Whether a host that loads this plug-in comes to grief with it.
+  /// Whether this plug-in brings down or blocks a host that loads it.
   bool isHarmful() const;
 };
 

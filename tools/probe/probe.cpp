@@ -1,14 +1,13 @@
 #include "probe/probe.hpp"
 
-#include <cxxabi.h>
-
 #include <algorithm>
-#include <cstdlib>
-#include <kq/error.hpp>
 #include <kqtts/texttospeech_engine.hpp>
-#include <memory>
+#include <optional>
 #include <sstream>
 #include <zu/log.hpp>
+
+#include "probe/exception_text.hpp"
+#include "text/log_level.hpp"
 
 namespace tool {
 
@@ -16,34 +15,15 @@ namespace {
 
 using nlohmann::json;
 
-const char* nameOf(zu::log::Level level) {
-  using zu::log::Level;
-  switch (level) {
-    case Level::silent:
-      return "silent";
-    case Level::fatal:
-      return "fatal";
-    case Level::error:
-      return "error";
-    case Level::warning:
-      return "warning";
-    case Level::info:
-      return "info";
-    case Level::verbose:
-      return "verbose";
-    case Level::debug:
-      break;
-  }
-  return "debug";
-}
-
 std::string dump(const json& value) {
   return value.dump(-1, ' ', false, json::error_handler_t::replace);
 }
 
 void takeMessage(const std::string& line, Probe& probe) {
   const json message = json::parse(line, nullptr, false);
-  if (!message.is_object() || message.size() != 1) return;
+  if (!message.is_object() || message.size() != 1) {
+    return;
+  }
   const std::string& name = message.begin().key();
   const json& value = message.begin().value();
   if (name == "step" && value.is_string()) {
@@ -55,23 +35,25 @@ void takeMessage(const std::string& line, Probe& probe) {
   }
 }
 
-}  // namespace
-
-std::string currentExceptionText() {
-  try {
-    throw;
-  } catch (const KQError& error) {
-    return error.getDescription();
-  } catch (const std::exception& error) {
-    return error.what();
-  } catch (...) {
-    const std::type_info* type = abi::__cxa_current_exception_type();
-    if (type == nullptr) return "an exception of another language";
-    const std::unique_ptr<char, decltype(&std::free)> name(
-        abi::__cxa_demangle(type->name(), nullptr, nullptr, nullptr), &std::free);
-    return std::string("an exception of the type ") + (name ? name.get() : type->name());
+/// Sends log records to the parent.
+class LogCollector {
+ public:
+  explicit LogCollector(ProbeChannel& channel)
+      : handler(zu::log::addHandler([&channel](const zu::log::Record& record) {
+          channel.send("log", LogLine{channel.currentStep(), nameOf(record.level), record.category,
+                                      record.message});
+        })) {
+    zu::log::setLevel(zu::log::Level::verbose);
   }
-}
+  ~LogCollector() { zu::log::removeHandler(handler); }
+  LogCollector(const LogCollector&) = delete;
+  LogCollector& operator=(const LogCollector&) = delete;
+
+ private:
+  int handler;
+};
+
+}  // namespace
 
 void ProbeChannel::step(const std::string& name) {
   const std::lock_guard<std::mutex> lock(mutex);
@@ -79,7 +61,7 @@ void ProbeChannel::step(const std::string& name) {
   channel.send(dump({{"step", name}}));
 }
 
-void ProbeChannel::tell(const std::string& name, const json& fact) {
+void ProbeChannel::send(const std::string& name, const json& fact) {
   const std::string message = dump({{name, fact}});
   const std::lock_guard<std::mutex> lock(mutex);
   channel.send(message);
@@ -90,25 +72,26 @@ std::string ProbeChannel::currentStep() const {
   return current;
 }
 
-Probe runProbe(const std::function<void(ProbeChannel&)>& work, std::chrono::milliseconds deadline) {
+Probe runProbe(const std::function<void(ProbeChannel&)>& work, std::chrono::milliseconds deadline,
+               Logging logging) {
   const auto watched = [&](const ChildChannel& childChannel) {
     ProbeChannel channel(childChannel);
-    zu::log::setLevel(zu::log::Level::verbose);
-    const int handler = zu::log::addHandler([&](const zu::log::Record& record) {
-      channel.tell("log", LogLine{channel.currentStep(), nameOf(record.level), record.category,
-                                  record.message});
-    });
+    std::optional<LogCollector> collector;
+    if (logging == Logging::collected) {
+      collector.emplace(channel);
+    }
     try {
       work(channel);
     } catch (...) {
-      channel.tell("exception", currentExceptionText());
+      channel.send("exception", describeException().message());
     }
-    zu::log::removeHandler(handler);
   };
   Probe probe;
   probe.child = runInChild(watched, deadline);
   std::istringstream lines(probe.child.messages);
-  for (std::string line; std::getline(lines, line);) takeMessage(line, probe);
+  for (std::string line; std::getline(lines, line);) {
+    takeMessage(line, probe);
+  }
   probe.log = probe.get<LogLine>("log");
   return probe;
 }

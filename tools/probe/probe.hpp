@@ -25,15 +25,15 @@ struct LogLine {
 };
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(LogLine, step, level, category, message)
 
-/// What came of asking plug-ins in a child process.
+/// What came out of work in a child process.
 struct Probe {
   ChildResult child;
   std::string step;       ///< the last one that was begun
-  std::string exception;  ///< the text of one that came out of the plug-in; "" when none did
+  std::string exception;  ///< the text of one that left the work; "" if none did
   std::vector<LogLine> log;
-  std::map<std::string, std::vector<nlohmann::json>> facts;  ///< by name, in the order of telling
+  std::map<std::string, std::vector<nlohmann::json>> facts;  ///< by name, in the order of sending
 
-  /// Whether all steps were taken: no crash, no hang, no exception.
+  /// Whether the work came to its end: no crash, no hang, no exception.
   bool isComplete() const { return child.end == ChildResult::End::finished && exception.empty(); }
 
   /// Reads the facts of one name. One that is not of the shape expected is left out: the plug-in
@@ -42,7 +42,9 @@ struct Probe {
   std::vector<Fact> get(const std::string& name) const {
     std::vector<Fact> result;
     const auto found = facts.find(name);
-    if (found == facts.end()) return result;
+    if (found == facts.end()) {
+      return result;
+    }
     for (const nlohmann::json& fact : found->second) {
       try {
         result.push_back(fact.get<Fact>());
@@ -54,14 +56,15 @@ struct Probe {
   }
 };
 
-/// Where a probe tells what it finds. Thread-safe: plug-ins may log from threads of their own.
+/// Through this, work in a child process sends what it finds to its parent: one JSON object a line.
+/// Thread-safe, since plug-ins may log from threads of their own.
 class ProbeChannel {
  public:
   explicit ProbeChannel(const ChildChannel& childChannel) : channel(childChannel) {}
 
-  /// Begins a step: if nothing more comes, it was this one that failed.
+  /// Begins a step. If the process dies, it died in the last step that was sent.
   void step(const std::string& name);
-  void tell(const std::string& name, const nlohmann::json& fact);
+  void send(const std::string& name, const nlohmann::json& fact);
   std::string currentStep() const;
 
  private:
@@ -70,9 +73,16 @@ class ProbeChannel {
   std::string current;  ///< guarded by mutex, which also keeps messages whole
 };
 
-/// Runs work in a child process and collects what it tells, what is logged meanwhile (at level
-/// verbose), and how it ends.
-Probe runProbe(const std::function<void(ProbeChannel&)>& work, std::chrono::milliseconds deadline);
+/// What becomes of log records while a probe runs.
+enum class Logging {
+  collected,  ///< those of level verbose and below are sent to the parent
+  asUsual     ///< they go to standard error, at the program's level
+};
+
+/// Runs work in a child process. Collects what it sends and how it ends.
+/// 	hrows Failure if no child can be made
+Probe runProbe(const std::function<void(ProbeChannel&)>& work, std::chrono::milliseconds deadline,
+               Logging logging = Logging::collected);
 
 /// What an engine says of itself.
 struct EngineFacts {
@@ -91,8 +101,5 @@ NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(EngineFacts, plugin, name, languages, voices,
 
 /// Asks a running engine.
 EngineFacts describe(const std::string& plugin, const KQ::TextToSpeechEngine& engine);
-
-/// The text of the exception in hand.
-std::string currentExceptionText();
 
 }  // namespace tool

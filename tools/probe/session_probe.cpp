@@ -1,9 +1,10 @@
 #include "probe/session_probe.hpp"
 
 #include <algorithm>
-#include <kq/error.hpp>
 #include <kq/speech_callback.hpp>
 #include <kqtts/texttospeech_manager.hpp>
+
+#include "probe/exception_text.hpp"
 
 namespace tool {
 
@@ -33,7 +34,9 @@ SessionFacts ask(HostSession& session) {
   for (const std::string& language : facts.languages) {
     const auto serving = manager.xGetEngine(language);
     for (const auto& [plugin, engine] : engines) {
-      if (engine == serving) facts.routes[language] = plugin;
+      if (engine == serving) {
+        facts.routes[language] = plugin;
+      }
     }
   }
   facts.voiceLanguages = manager.getAllAvailableVoices();
@@ -46,13 +49,17 @@ TrialResult perform(const Trial& trial, KQ::TextToSpeechManager& manager, SoundD
   TrialResult result{trial.language, trial.voice, "", false};
   detector.heard = false;
   try {
-    if (!trial.language.empty()) manager.setCurrentLanguage(trial.language);
-    if (!trial.voice.empty()) manager.setCurrentVoice(trial.voice);
-    if (trial.speaks) manager.startSynthetizer(trialText);
-  } catch (const KQError& error) {
-    result.error = error.getDescription();
+    if (!trial.language.empty()) {
+      manager.setCurrentLanguage(trial.language);
+    }
+    if (!trial.voice.empty()) {
+      manager.setCurrentVoice(trial.voice);
+    }
+    if (trial.speaks) {
+      manager.startSynthetizer(trialText);
+    }
   } catch (...) {
-    result.error = currentExceptionText();
+    result.error = describeException().message();
   }
   result.sound = detector.heard;
   return result;
@@ -66,7 +73,9 @@ bool SessionFacts::offers(const std::string& spoken) const {
 
 const EngineFacts* SessionFacts::engineOf(const std::string& spoken) const {
   const auto route = routes.find(spoken);
-  if (route == routes.end()) return nullptr;
+  if (route == routes.end()) {
+    return nullptr;
+  }
   const auto engine = std::find_if(engines.begin(), engines.end(), [&](const EngineFacts& facts) {
     return facts.plugin == route->second;
   });
@@ -88,19 +97,23 @@ SessionReport probeSession(const HostOptions& options,
         HostSession session(options, &detector);
         channel.step("describe");
         const SessionFacts facts = ask(session);
-        channel.tell("facts", facts);
+        channel.send("facts", facts);
         for (const Trial& trial : trials(facts)) {
           channel.step("try");
-          channel.tell("trying", trial.voice.empty() ? trial.language : trial.voice);
-          channel.tell("trial", perform(trial, session.manager(), detector));
+          channel.send("trying", trial.voice.empty() ? trial.language : trial.voice);
+          channel.send("trial", perform(trial, session.manager(), detector));
         }
         channel.step("close");
       },
       deadline);
   const std::vector<SessionFacts> facts = report.probe.get<SessionFacts>("facts");
   report.running = !facts.empty();
-  if (report.running) report.facts = facts.back();
-  for (const std::string& name : report.probe.get<std::string>("trying")) report.trying = name;
+  if (report.running) {
+    report.facts = facts.back();
+  }
+  for (const std::string& name : report.probe.get<std::string>("trying")) {
+    report.trying = name;
+  }
   report.trials = report.probe.get<TrialResult>("trial");
   return report;
 }

@@ -15,10 +15,14 @@ class QuietStandardError {
  public:
   QuietStandardError() : kept(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)) {
     const FileDescriptor nowhere(open("/dev/null", O_WRONLY | O_CLOEXEC));
-    if (kept.get() >= 0 && nowhere.get() >= 0) dup2(nowhere.get(), STDERR_FILENO);
+    if (kept.get() >= 0 && nowhere.get() >= 0) {
+      dup2(nowhere.get(), STDERR_FILENO);
+    }
   }
   ~QuietStandardError() {
-    if (kept.get() >= 0) dup2(kept.get(), STDERR_FILENO);
+    if (kept.get() >= 0) {
+      dup2(kept.get(), STDERR_FILENO);
+    }
   }
   QuietStandardError(const QuietStandardError&) = delete;
   QuietStandardError& operator=(const QuietStandardError&) = delete;
@@ -57,17 +61,23 @@ std::string AudioDeviceSink::name() const {
 }
 
 void AudioDeviceSink::write(const std::int16_t* samples, std::size_t count, int samplingRate) {
-  if (stream == nullptr || samplingRate != rate) open(samplingRate);
+  if (stream == nullptr || samplingRate != rate) {
+    open(samplingRate);
+  }
   check(Pa_WriteStream(stream, samples, count));
 }
 
 void AudioDeviceSink::finish(int /*samplingRate*/) {
-  if (stream != nullptr) check(Pa_StopStream(stream));
+  if (stream != nullptr) {
+    check(Pa_StopStream(stream));
+  }
   close();
 }
 
 void AudioDeviceSink::cutShort(int /*samplingRate*/) {
-  if (stream != nullptr) check(Pa_AbortStream(stream));
+  if (stream != nullptr) {
+    check(Pa_AbortStream(stream));
+  }
   close();
 }
 
@@ -86,7 +96,9 @@ void AudioDeviceSink::open(int samplingRate) {
 }
 
 void AudioDeviceSink::close() {
-  if (stream != nullptr) Pa_CloseStream(stream);
+  if (stream != nullptr) {
+    Pa_CloseStream(stream);
+  }
   stream = nullptr;
 }
 

@@ -22,7 +22,9 @@ bool isStream(const std::string& path) {
 std::unique_ptr<AudioSink> openAudioSink(const std::string& output,
                                          const StandardOutput& standardOutput,
                                          const StopRequest& stop) {
-  if (output.empty()) return std::make_unique<AudioDeviceSink>();
+  if (output.empty()) {
+    return std::make_unique<AudioDeviceSink>();
+  }
   if (output == "-") {
     return std::make_unique<WavStreamSink>(FileDescriptor::duplicateOf(standardOutput.descriptor()),
                                            "standard output", stop);

@@ -77,7 +77,9 @@ std::string HostSession::findLanguage(const std::string& written) {
   const LanguageResolver resolver(*languageInfo, languages());
   std::string language = resolver.resolve(written);
   const char* whatToDo = "'kqtts list languages' shows what there is";
-  if (language.empty()) throw Failure("unknown language '" + written + "'", whatToDo);
+  if (language.empty()) {
+    throw Failure("unknown language '" + written + "'", whatToDo);
+  }
   if (!resolver.isInstalled(language)) {
     throw Failure("the language " + language + " is not installed", whatToDo);
   }
@@ -86,7 +88,9 @@ std::string HostSession::findLanguage(const std::string& written) {
 
 std::string HostSession::findVoice(const std::string& written) {
   const std::map<std::string, std::string> voices = ttsManager->getAllAvailableVoices();
-  if (voices.count(written) != 0) return written;
+  if (voices.count(written) != 0) {
+    return written;
+  }
   const auto found = std::find_if(voices.begin(), voices.end(), [&](const auto& voice) {
     return boost::algorithm::iequals(voice.first, written, std::locale::classic());
   });
@@ -106,7 +110,9 @@ void HostSession::choose(const VoiceChoice& choice) {
   } else if (choice.voice.empty()) {
     chooseLanguage(usualLanguage());
   }
-  if (choice.voice.empty()) return;
+  if (choice.voice.empty()) {
+    return;
+  }
   const std::string voice = findVoice(choice.voice);
   const std::string spoken = ttsManager->getLanguage(voice);
   if (!choice.language.empty() && spoken != ttsManager->getCurrentLanguage()) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <boost/filesystem/operations.hpp>
 #include <cstdlib>
+#include <kqtts/package_names.hpp>
 #include <kqtts/texttospeech_engine.hpp>
 #include <sstream>
 #include <zu/log.hpp>
@@ -13,7 +14,7 @@ namespace {
 
 namespace fs = boost::filesystem;
 
-constexpr const char* manifestName = "manifest.xml";
+namespace names = KQ::package_names;
 
 std::string environment(const char* variable, const std::string& otherwise = "") {
   const char* value = secure_getenv(variable);
@@ -24,23 +25,29 @@ std::vector<std::string> splitPath(const std::string& path) {
   std::vector<std::string> folders;
   std::istringstream parts(path);
   for (std::string folder; std::getline(parts, folder, ':');) {
-    if (!folder.empty()) folders.push_back(folder);
+    if (!folder.empty()) {
+      folders.push_back(folder);
+    }
   }
   return folders;
 }
 
 bool isPackage(const fs::path& folder) {
   boost::system::error_code ignored;
-  return fs::is_regular_file(folder / manifestName, ignored);
+  return fs::is_regular_file(folder / names::manifestFile, ignored);
 }
 
 std::vector<fs::path> packageFoldersIn(const fs::path& folder) {
-  if (isPackage(folder)) return {folder};
+  if (isPackage(folder)) {
+    return {folder};
+  }
   std::vector<fs::path> found;
   boost::system::error_code error;
   fs::directory_iterator entry(folder, error);
   for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
-    if (isPackage(entry->path())) found.push_back(entry->path());
+    if (isPackage(entry->path())) {
+      found.push_back(entry->path());
+    }
   }
   std::sort(found.begin(), found.end());
   return found;
@@ -76,16 +83,18 @@ std::vector<zu::PackageInfo> findPackages(const std::vector<std::string>& folder
   std::vector<zu::PackageInfo> packages;
   for (const std::string& folder : folders) {
     for (const fs::path& path : packageFoldersIn(folder)) {
-      const fs::path manifest = path / manifestName;
-      const std::string uuid = reader.getParamFromXml("uuid", manifest);
+      const fs::path manifest = path / names::manifestFile;
+      const std::string uuid = reader.getParamFromXml(names::uuid, manifest);
       if (uuid.empty()) {
         warnOfMissingUuid(manifest);
         continue;
       }
       const bool known = std::any_of(packages.begin(), packages.end(),
                                      [&](const auto& package) { return package.uuid == uuid; });
-      if (known) continue;
-      packages.push_back({uuid, reader.getParamFromXml("version", manifest), path.string()});
+      if (known) {
+        continue;
+      }
+      packages.push_back({uuid, reader.getParamFromXml(names::version, manifest), path.string()});
     }
   }
   return packages;

@@ -21,11 +21,15 @@ void write(const std::string& text) {
 ProgressLine::ProgressLine() : onTerminal(isatty(STDERR_FILENO) == 1) {}
 
 ProgressLine::~ProgressLine() {
-  if (onTerminal && count > 0) write(clearLine);
+  if (onTerminal && count > 0) {
+    write(clearLine);
+  }
 }
 
 void ProgressLine::show(const std::string& sentence) {
-  if (!onTerminal) return;
+  if (!onTerminal) {
+    return;
+  }
   const std::string line = oneLine(sentence);
   const std::string shown(firstCharacters(line, shownCharacters));
   ++count;

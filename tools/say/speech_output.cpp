@@ -30,7 +30,9 @@ void SpeechOutput::expect(const Sentence& sentence, int rate) {
 }
 
 void SpeechOutput::requireSpoken() {
-  if (failure) std::rethrow_exception(failure);
+  if (failure) {
+    std::rethrow_exception(failure);
+  }
   if (lastEnd != SpeechEnd::finished && !stop.made()) {
     throw Failure("the engine could not speak the text to its end",
                   "run again with --log-level debug to see what it reports");
@@ -43,7 +45,9 @@ void SpeechOutput::onStart() {
 
 bool SpeechOutput::onAudio(const std::int16_t* samples, std::size_t count, int rate) {
   try {
-    if (!failure) writePieces(samples, count, rate);
+    if (!failure) {
+      writePieces(samples, count, rate);
+    }
   } catch (...) {
     failure = std::current_exception();
   }
@@ -83,7 +87,9 @@ void SpeechOutput::onEnd(SpeechEnd end) {
 
 template <typename Action>
 void SpeechOutput::keepFailure(Action action) noexcept {
-  if (events == nullptr || failure) return;
+  if (events == nullptr || failure) {
+    return;
+  }
   try {
     action();
   } catch (...) {

@@ -27,7 +27,9 @@ TextSource::Result DescriptorTextSource::read(std::string& text, int millisecond
   }
   char piece[pieceBytes];
   const ssize_t count = ::read(fd, piece, sizeof piece);
-  if (count < 0 && errno == EINTR) return Result::quiet;
+  if (count < 0 && errno == EINTR) {
+    return Result::quiet;
+  }
   if (count < 0) {
     throw Failure(std::string("cannot read the text: ") + std::strerror(errno),
                   "give it as an argument or on standard input");

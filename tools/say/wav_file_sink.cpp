@@ -15,17 +15,29 @@ WavFileSink::WavFileSink(const std::string& path)
     : name(path), file(path, "name a file that can be written with -o FILE.wav") {}
 
 void WavFileSink::write(const std::int16_t* samples, std::size_t count, int samplingRate) {
-  if (!sound) open(samplingRate);
-  if (samplingRate != rate) fail("the sampling rate changed in the middle");
+  if (!sound) {
+    open(samplingRate);
+  }
+  if (samplingRate != rate) {
+    fail("the sampling rate changed in the middle");
+  }
   samplesWritten += count;
-  if (samplesWritten > maxSamples) fail("a WAV file cannot hold more than 4 GiB");
+  if (samplesWritten > maxSamples) {
+    fail("a WAV file cannot hold more than 4 GiB");
+  }
   const auto frames = static_cast<sf_count_t>(count);
-  if (sf_writef_short(sound.get(), samples, frames) != frames) fail(sf_strerror(sound.get()));
+  if (sf_writef_short(sound.get(), samples, frames) != frames) {
+    fail(sf_strerror(sound.get()));
+  }
 }
 
 void WavFileSink::finish(int samplingRate) {
-  if (!sound) open(samplingRate);
-  if (sf_close(sound.release()) != 0) fail("it cannot be completed");
+  if (!sound) {
+    open(samplingRate);
+  }
+  if (sf_close(sound.release()) != 0) {
+    fail("it cannot be completed");
+  }
   file.commit();
 }
 
@@ -35,7 +47,9 @@ void WavFileSink::open(int samplingRate) {
   format.channels = 1;
   format.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
   sound.reset(sf_open_fd(file.descriptor(), SFM_WRITE, &format, SF_FALSE));
-  if (!sound) fail(sf_strerror(nullptr));
+  if (!sound) {
+    fail(sf_strerror(nullptr));
+  }
   rate = samplingRate;
 }
 

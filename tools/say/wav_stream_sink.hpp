@@ -1,5 +1,8 @@
 #pragma once
 
+#include <sndfile.h>
+
+#include <memory>
 #include <string>
 
 #include "say/audio_sink.hpp"
@@ -8,13 +11,13 @@
 
 namespace tool {
 
-/// A WAV that is read while it is written: to a pipe, a device or standard output.
+/// Writes a WAV to a pipe, a device or standard output, where a reader takes it while it grows.
 ///
-/// Its header gives the length that stands for "until the end" (0x7FFFF000 bytes of audio). Where
-/// the output turns out to be a file, the header gets the true length at the end.
+/// The header names the length that stands for "until the end": 0x7FFFF000 bytes of audio. If the
+/// output is a file, finish() corrects it.
 class WavStreamSink : public AudioSink {
  public:
-  /// \param outputName   what a failure calls the output
+  /// \param outputName   the name of the output in a failure
   /// \param stopRequest  ends the wait for a reader that does not read
   WavStreamSink(FileDescriptor output, std::string outputName, const StopRequest& stopRequest);
 
@@ -22,16 +25,31 @@ class WavStreamSink : public AudioSink {
   void finish(int samplingRate) override;
 
  private:
-  void writeHeader(int samplingRate);
-  void put(const std::string& bytes);
-  void correctHeader();
+  struct Close {
+    void operator()(SNDFILE* sound) const { sf_close(sound); }
+  };
+
+  void open(int samplingRate);
+  [[noreturn]] void fail(const std::string& reason) const;
+
+  /// \name The file as libsndfile sees it
+  /// @{
+  static SF_VIRTUAL_IO functions();
+  sf_count_t length() const;
+  sf_count_t seek(sf_count_t offset, int from);
+  sf_count_t take(const char* bytes, sf_count_t count);
+  /// @}
 
   FileDescriptor file;
   std::string name;
   const StopRequest& stop;
-  std::int64_t headerPosition;  ///< where the header can be written again, or -1
-  int rate = 0;                 ///< 0 until the header is written
-  std::uint64_t audioBytes = 0;
+  std::int64_t headerPosition;            ///< where the header can be written again, or -1
+  int rate = 0;                           ///< 0 until the header is written
+  std::string header;                     ///< as libsndfile wrote it last
+  sf_count_t position = 0;                ///< where libsndfile writes next
+  std::uint64_t audioBytes = 0;           ///< that were written after the header
+  int error = 0;                          ///< of the last system call that failed
+  std::unique_ptr<SNDFILE, Close> sound;  ///< null until the sampling rate is known
 };
 
 }  // namespace tool

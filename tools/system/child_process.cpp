@@ -43,7 +43,9 @@ struct Pipe {
 
   Pipe() {
     std::array<int, 2> ends{};
-    if (pipe2(ends.data(), O_CLOEXEC) != 0) failForLackOf("a pipe");
+    if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+      failForLackOf("a pipe");
+    }
     reading = FileDescriptor(ends[0]);
     writing = FileDescriptor(ends[1]);
   }
@@ -67,13 +69,17 @@ void arrangeDescriptors(const Pipes& pipes) {
   for (std::size_t i = 0; i < wanted.size(); ++i) {
     away[i] = fcntl(wanted[i], F_DUPFD, channelDescriptor + 1);
   }
-  for (std::size_t i = 0; i < wanted.size(); ++i) dup2(away[i], static_cast<int>(i));
+  for (std::size_t i = 0; i < wanted.size(); ++i) {
+    dup2(away[i], static_cast<int>(i));
+  }
   close_range(channelDescriptor + 1, ~0U, 0);
 }
 
 void dieWithParent(pid_t parent) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
-  if (getppid() != parent) _exit(1);
+  if (getppid() != parent) {
+    _exit(1);
+  }
 }
 
 [[noreturn]] void beChild(const std::function<void(const ChildChannel&)>& work, const Pipes& pipes,
@@ -131,7 +137,9 @@ class Capture {
  private:
   void take(const char* bytes, std::size_t count) {
     text.append(bytes, count);
-    if (text.size() <= limit) return;
+    if (text.size() <= limit) {
+      return;
+    }
     if (keepsEnd) {
       text.erase(0, text.size() - limit);
     } else {
@@ -163,13 +171,17 @@ using Captures = std::array<Capture, 3>;
 /// Listens until the child has ended. \return whether it did so in time
 bool listen(pid_t child, Captures& captures, Clock::time_point deadline) {
   while (!hasEnded(child)) {
-    if (Clock::now() >= deadline) return false;
+    if (Clock::now() >= deadline) {
+      return false;
+    }
     std::array<pollfd, 3> waiting{};
     for (std::size_t i = 0; i < captures.size(); ++i) {
       waiting[i] = {captures[i].descriptor(), POLLIN, 0};
     }
     poll(waiting.data(), waiting.size(), tickMilliseconds);
-    for (Capture& capture : captures) capture.drain();
+    for (Capture& capture : captures) {
+      capture.drain();
+    }
   }
   return true;
 }
@@ -177,7 +189,9 @@ bool listen(pid_t child, Captures& captures, Clock::time_point deadline) {
 void setEnd(ChildResult& result, int status, bool inTime) {
   using End = ChildResult::End;
   const bool marked = !result.messages.empty() && result.messages.back() == finishedMark;
-  if (marked) result.messages.pop_back();
+  if (marked) {
+    result.messages.pop_back();
+  }
   if (!inTime) {
     result.end = End::hung;
   } else if (WIFSIGNALED(status)) {
@@ -198,9 +212,13 @@ ChildResult beParent(pid_t child, Pipes pipes, std::chrono::milliseconds deadlin
                        Capture(std::move(pipes.output.reading), keptOutput, true),
                        Capture(std::move(pipes.errors.reading), keptOutput, true)};
   const bool inTime = listen(child, captures, Clock::now() + deadline);
-  for (const pid_t target : {-child, child}) kill(target, SIGKILL);
+  for (const pid_t target : {-child, child}) {
+    kill(target, SIGKILL);
+  }
   const int status = reap(child);
-  for (Capture& capture : captures) capture.drain();
+  for (Capture& capture : captures) {
+    capture.drain();
+  }
   ChildResult result;
   result.messages = std::move(captures[0].text);
   result.output = std::move(captures[1].text);
@@ -237,8 +255,12 @@ ChildResult runInChild(const std::function<void(const ChildChannel&)>& work,
   std::fflush(nullptr);
   const pid_t parent = getpid();
   const pid_t child = fork();
-  if (child == -1) failForLackOf("a process");
-  if (child == 0) beChild(work, pipes, parent);
+  if (child == -1) {
+    failForLackOf("a process");
+  }
+  if (child == 0) {
+    beChild(work, pipes, parent);
+  }
   return beParent(child, std::move(pipes), deadline);
 }
 

@@ -17,7 +17,9 @@ FileDescriptor& FileDescriptor::operator=(FileDescriptor&& other) noexcept {
 }
 
 FileDescriptor::~FileDescriptor() {
-  if (fd >= 0) close(fd);
+  if (fd >= 0) {
+    close(fd);
+  }
 }
 
 FileDescriptor FileDescriptor::openForWriting(const std::string& path) {

@@ -35,22 +35,32 @@ std::string temporaryBeside(const fs::path& place) {
 ReplacedFile::ReplacedFile(const std::string& target, std::string whatToDo)
     : advice(std::move(whatToDo)), place(followLinks(target).string()) {
   boost::system::error_code ignored;
-  if (fs::is_directory(place, ignored)) fail(target, "it is a folder");
+  if (fs::is_directory(place, ignored)) {
+    fail(target, "it is a folder");
+  }
   const std::string name = temporaryBeside(place);
   file =
       FileDescriptor(open(name.c_str(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0666));
-  if (file.get() < 0) fail(target, std::strerror(errno));
+  if (file.get() < 0) {
+    fail(target, std::strerror(errno));
+  }
   temporary = name;
 }
 
 ReplacedFile::~ReplacedFile() {
-  if (!temporary.empty()) unlink(temporary.c_str());
+  if (!temporary.empty()) {
+    unlink(temporary.c_str());
+  }
 }
 
 void ReplacedFile::commit() {
   struct stat earlier {};
-  if (stat(place.c_str(), &earlier) == 0) fchmod(file.get(), earlier.st_mode & 07777);
-  if (std::rename(temporary.c_str(), place.c_str()) != 0) fail(place, std::strerror(errno));
+  if (stat(place.c_str(), &earlier) == 0) {
+    fchmod(file.get(), earlier.st_mode & 07777);
+  }
+  if (std::rename(temporary.c_str(), place.c_str()) != 0) {
+    fail(place, std::strerror(errno));
+  }
   temporary.clear();
 }
 

@@ -25,14 +25,18 @@ sigset_t signalsNotIgnored() {
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
     struct sigaction disposition {};
     sigaction(signal, nullptr, &disposition);
-    if (disposition.sa_handler != SIG_IGN) sigaddset(&signals, signal);
+    if (disposition.sa_handler != SIG_IGN) {
+      sigaddset(&signals, signal);
+    }
   }
   return signals;
 }
 
-int checked(int fd, const char* what) {
-  if (fd < 0) throw std::system_error(errno, std::generic_category(), what);
-  return fd;
+FileDescriptor checkedFile(int fd, const char* what) {
+  if (fd < 0) {
+    throw std::system_error(errno, std::generic_category(), what);
+  }
+  return FileDescriptor(fd);
 }
 
 }  // namespace
@@ -40,32 +44,36 @@ int checked(int fd, const char* what) {
 SignalWatch::SignalWatch(StopRequest& stopRequest)
     : stop(stopRequest), watched(signalsNotIgnored()) {
   pthread_sigmask(SIG_BLOCK, &watched, &maskBefore);
-  signalFd = checked(signalfd(-1, &watched, SFD_CLOEXEC | SFD_NONBLOCK), "signalfd");
-  endFd = checked(eventfd(0, EFD_CLOEXEC), "eventfd");
+  signalFd = checkedFile(signalfd(-1, &watched, SFD_CLOEXEC | SFD_NONBLOCK), "signalfd");
+  endFd = checkedFile(eventfd(0, EFD_CLOEXEC), "eventfd");
   thread = std::thread([this] { run(); });
 }
 
 SignalWatch::~SignalWatch() {
   const std::uint64_t one = 1;
-  writeAll(endFd, &one, sizeof one);
+  writeAll(endFd.get(), &one, sizeof one);
   thread.join();
   while (takeSignal() != 0) {
   }
-  close(endFd);
-  close(signalFd);
   pthread_sigmask(SIG_SETMASK, &maskBefore, nullptr);
 }
 
 void SignalWatch::run() {
-  pollfd waited[] = {{endFd, POLLIN, 0}, {signalFd, POLLIN, 0}};
+  pollfd waited[] = {{endFd.get(), POLLIN, 0}, {signalFd.get(), POLLIN, 0}};
   while (!stop.made()) {
     poll(waited, 2, -1);
-    if (waited[0].revents != 0) return;
-    if (const int signal = takeSignal(); signal != 0) stop.make(signal);
+    if (waited[0].revents != 0) {
+      return;
+    }
+    if (const int signal = takeSignal(); signal != 0) {
+      stop.make(signal);
+    }
   }
   for (int milliseconds = 0; waited[0].revents == 0; milliseconds += actionIntervalMs) {
     // From then on a signal has its usual effect, whatever the other threads hang in.
-    if (milliseconds == patienceMs) pthread_sigmask(SIG_UNBLOCK, &watched, nullptr);
+    if (milliseconds == patienceMs) {
+      pthread_sigmask(SIG_UNBLOCK, &watched, nullptr);
+    }
     runAction();
     poll(waited, 1, actionIntervalMs);
   }
@@ -74,13 +82,15 @@ void SignalWatch::run() {
 /// \return the signal that was waiting, or 0
 int SignalWatch::takeSignal() {
   signalfd_siginfo taken{};
-  const bool isTaken = read(signalFd, &taken, sizeof taken) == sizeof taken;
+  const bool isTaken = read(signalFd.get(), &taken, sizeof taken) == sizeof taken;
   return isTaken ? static_cast<int>(taken.ssi_signo) : 0;
 }
 
 void SignalWatch::runAction() {
   const std::lock_guard<std::mutex> lock(actionMutex);
-  if (action) action();
+  if (action) {
+    action();
+  }
 }
 
 SignalWatch::Action::Action(SignalWatch& signalWatch, std::function<void()> stopAction)

@@ -5,6 +5,7 @@
 #include <mutex>
 #include <thread>
 
+#include "system/file_descriptor.hpp"
 #include "system/stop_request.hpp"
 
 namespace tool {
@@ -42,8 +43,8 @@ class SignalWatch {
   StopRequest& stop;
   sigset_t watched;
   sigset_t maskBefore;
-  int signalFd;
-  int endFd;  ///< readable when the thread is to end
+  FileDescriptor signalFd;
+  FileDescriptor endFd;  ///< readable when the thread is to end
 
   std::mutex actionMutex;
   std::function<void()> action;  ///< guarded by actionMutex

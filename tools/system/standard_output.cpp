@@ -25,17 +25,16 @@ void openClosedStandardStreams() {
 
 StandardOutput::StandardOutput() {
   openClosedStandardStreams();
-  fd = fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  file = FileDescriptor(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
   dup2(STDERR_FILENO, STDOUT_FILENO);
 }
 
 StandardOutput::~StandardOutput() {
-  dup2(fd, STDOUT_FILENO);
-  close(fd);
+  dup2(file.get(), STDOUT_FILENO);
 }
 
 void StandardOutput::write(const std::string& text) const {
-  if (const int error = writeAll(fd, text.data(), text.size()); error != 0) {
+  if (const int error = writeAll(file.get(), text.data(), text.size()); error != 0) {
     throw Failure(std::string("cannot write to standard output: ") + std::strerror(error),
                   "see where it leads");
   }
@@ -45,7 +44,9 @@ int writeAll(int fd, const void* data, std::size_t size) {
   const char* next = static_cast<const char*>(data);
   while (size > 0) {
     const ssize_t written = ::write(fd, next, size);
-    if (written < 0 && errno != EINTR) return errno;
+    if (written < 0 && errno != EINTR) {
+      return errno;
+    }
     if (written > 0) {
       next += written;
       size -= static_cast<std::size_t>(written);

@@ -2,6 +2,8 @@
 
 #include <string>
 
+#include "system/file_descriptor.hpp"
+
 namespace tool {
 
 /// The program's standard output, kept for what the user asked for: while this lives, whatever
@@ -16,14 +18,14 @@ class StandardOutput {
   StandardOutput(const StandardOutput&) = delete;
   StandardOutput& operator=(const StandardOutput&) = delete;
 
-  int descriptor() const { return fd; }
+  int descriptor() const { return file.get(); }
 
   /// Writes a text whole.
   /// \throws Failure when that cannot be
   void write(const std::string& text) const;
 
  private:
-  int fd;
+  FileDescriptor file;
 };
 
 /// Writes all bytes, however many pieces that takes.

@@ -13,27 +13,29 @@
 namespace tool {
 
 StopRequest::StopRequest() : wakeFd(eventfd(0, EFD_CLOEXEC)) {
-  if (wakeFd < 0) throw std::system_error(errno, std::generic_category(), "eventfd");
-}
-
-StopRequest::~StopRequest() {
-  close(wakeFd);
+  if (wakeFd.get() < 0) {
+    throw std::system_error(errno, std::generic_category(), "eventfd");
+  }
 }
 
 void StopRequest::make(int signal) {
   int none = 0;
-  if (!signalNumber.compare_exchange_strong(none, signal)) return;
+  if (!signalNumber.compare_exchange_strong(none, signal)) {
+    return;
+  }
   const std::uint64_t one = 1;
-  writeAll(wakeFd, &one, sizeof one);
+  writeAll(wakeFd.get(), &one, sizeof one);
 }
 
 StopRequest::Wait StopRequest::wait(int fd, short events, int milliseconds) const {
-  pollfd waited[] = {{wakeFd, POLLIN, 0}, {fd, events, 0}};
+  pollfd waited[] = {{wakeFd.get(), POLLIN, 0}, {fd, events, 0}};
   int count = 0;
   do {
     count = poll(waited, 2, milliseconds);
   } while (count < 0 && errno == EINTR);
-  if (made()) return Wait::stopped;
+  if (made()) {
+    return Wait::stopped;
+  }
   return count == 0 ? Wait::quiet : Wait::ready;
 }
 

@@ -39,7 +39,9 @@ std::string folded(const std::string& name) {
   std::string result;
   for (const char byte : name) {
     const bool ignored = std::string_view(" _-().,").find(byte) != std::string_view::npos;
-    if (!ignored) result += lower(byte);
+    if (!ignored) {
+      result += lower(byte);
+    }
   }
   return result;
 }
@@ -84,21 +86,31 @@ LanguageResolver::LanguageResolver(KQ::TTSLanguageInfo& table, std::vector<std::
     languageOfLocale.emplace(locale, language);
     languageOfName.emplace(folded(language), language);
   }
-  for (const std::string& language : installed) languageOfName[folded(language)] = language;
+  for (const std::string& language : installed) {
+    languageOfName[folded(language)] = language;
+  }
 }
 
 std::string LanguageResolver::resolve(const std::string& written) const {
-  if (isInstalled(written)) return written;
+  if (isInstalled(written)) {
+    return written;
+  }
   const std::string named = resolveName(written);
   return named.empty() ? resolveLocale(written) : named;
 }
 
 std::string LanguageResolver::chooseFor(const std::string& locale) const {
   std::string own = resolveLocale(locale);
-  if (isInstalled(own)) return own;
+  if (isInstalled(own)) {
+    return own;
+  }
   std::string relative = installedFormOf(splitLocale(locale).language);
-  if (!relative.empty()) return relative;
-  if (isInstalled(english)) return english;
+  if (!relative.empty()) {
+    return relative;
+  }
+  if (isInstalled(english)) {
+    return english;
+  }
   return installed.empty() ? "" : installed.front();
 }
 
@@ -117,9 +129,13 @@ std::string LanguageResolver::resolveLocale(const std::string& written) const {
     return "";
   }
   const auto exact = languageOfLocale.find(parts.language + "_" + parts.region);
-  if (exact != languageOfLocale.end()) return exact->second;
+  if (exact != languageOfLocale.end()) {
+    return exact->second;
+  }
   const std::string usual = valueOr(usualLocales, parts.language, "");
-  if (!usual.empty()) return valueOr(languageOfLocale, usual, "");
+  if (!usual.empty()) {
+    return valueOr(languageOfLocale, usual, "");
+  }
   const auto first = languageOfLocale.lower_bound(parts.language + "_");
   const bool same = first != languageOfLocale.end() &&
                     first->first.compare(0, parts.language.size() + 1, parts.language + "_") == 0;
@@ -128,9 +144,13 @@ std::string LanguageResolver::resolveLocale(const std::string& written) const {
 
 std::string LanguageResolver::installedFormOf(const std::string& languageCode) const {
   std::string usual = resolveLocale(languageCode);
-  if (isInstalled(usual)) return usual;
+  if (isInstalled(usual)) {
+    return usual;
+  }
   for (const auto& [locale, language] : languageOfLocale) {
-    if (splitLocale(locale).language == languageCode && isInstalled(language)) return language;
+    if (splitLocale(locale).language == languageCode && isInstalled(language)) {
+      return language;
+    }
   }
   return "";
 }
@@ -138,7 +158,9 @@ std::string LanguageResolver::installedFormOf(const std::string& languageCode) c
 std::string userLocale() {
   for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
     const char* value = std::getenv(variable);
-    if (value != nullptr && *value != '\0') return value;
+    if (value != nullptr && *value != '\0') {
+      return value;
+    }
   }
   return "";
 }

@@ -20,7 +20,9 @@ std::string comparable(const std::string& name) {
 /// The number of bytes to insert, remove or replace to make one text of the other.
 std::size_t editDistance(const std::string& one, const std::string& other) {
   std::vector<std::size_t> row(other.size() + 1);
-  for (std::size_t j = 0; j < row.size(); ++j) row[j] = j;
+  for (std::size_t j = 0; j < row.size(); ++j) {
+    row[j] = j;
+  }
   for (std::size_t i = 0; i < one.size(); ++i) {
     std::size_t diagonal = row[0];
     row[0] = i + 1;
@@ -44,12 +46,16 @@ std::vector<std::string> closestNames(const std::string& written,
     const std::string candidate = comparable(name);
     const std::size_t allowed = 1 + std::min(sought.size(), candidate.size()) / 4;
     const std::size_t distance = editDistance(sought, candidate);
-    if (distance <= allowed) near.emplace_back(distance, name);
+    if (distance <= allowed) {
+      near.emplace_back(distance, name);
+    }
   }
   std::sort(near.begin(), near.end());
   near.erase(std::unique(near.begin(), near.end()), near.end());
   std::vector<std::string> result;
-  for (std::size_t i = 0; i < std::min(near.size(), most); ++i) result.push_back(near[i].second);
+  for (std::size_t i = 0; i < std::min(near.size(), most); ++i) {
+    result.push_back(near[i].second);
+  }
   return result;
 }
 

@@ -18,7 +18,9 @@ std::string paragraph(const std::string& label, const std::string& text) {
       line.assign(label.size(), ' ');
       isEmpty = true;
     }
-    if (!isEmpty) line += ' ';
+    if (!isEmpty) {
+      line += ' ';
+    }
     line += word;
     isEmpty = false;
   }

@@ -1,5 +1,7 @@
 #include "text/utf8.hpp"
 
+#include <utf8proc.h>
+
 #include <algorithm>
 
 namespace tool {
@@ -8,53 +10,23 @@ namespace {
 
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
-unsigned byteAt(std::string_view text, std::size_t index) {
-  return static_cast<unsigned char>(text[index]);
-}
-
-/// The well-formed sequences by their first two bytes, as the encoding's definition lists them.
-struct SequenceForm {
-  unsigned firstLow, firstHigh, secondLow, secondHigh;
-  std::size_t length;
-};
-constexpr SequenceForm sequenceForms[] = {
-    {0xC2, 0xDF, 0x80, 0xBF, 2}, {0xE0, 0xE0, 0xA0, 0xBF, 3}, {0xE1, 0xEC, 0x80, 0xBF, 3},
-    {0xED, 0xED, 0x80, 0x9F, 3}, {0xEE, 0xEF, 0x80, 0xBF, 3}, {0xF0, 0xF0, 0x90, 0xBF, 4},
-    {0xF1, 0xF3, 0x80, 0xBF, 4}, {0xF4, 0xF4, 0x80, 0x8F, 4},
-};
-
-bool isContinuation(unsigned byte) {
-  return (byte & 0xC0U) == 0x80U;
-}
-
 bool isWhiteSpace(char byte) {
   return whiteSpace.find(byte) != std::string_view::npos;
 }
 
-/// The control characters of ASCII, DEL, and those of Latin-1 (U+0080 to U+009F).
-bool isControl(std::string_view character) {
-  const unsigned first = byteAt(character, 0);
-  if (character.size() == 1) return first < 0x20U || first == 0x7FU;
-  return first == 0xC2U && byteAt(character, 1) < 0xA0U;
+/// Decodes the character that a text begins with. \return its length, 0 if it is not UTF-8
+std::size_t decode(std::string_view text, utf8proc_int32_t& character) {
+  const auto size = static_cast<utf8proc_ssize_t>(std::min<std::size_t>(text.size(), 4));
+  const auto* const bytes = reinterpret_cast<const utf8proc_uint8_t*>(text.data());
+  return static_cast<std::size_t>(
+      std::max<utf8proc_ssize_t>(0, utf8proc_iterate(bytes, size, &character)));
 }
 
 }  // namespace
 
 std::size_t characterLength(std::string_view text) {
-  if (text.empty()) return 0;
-  const unsigned first = byteAt(text, 0);
-  if (first < 0x80U) return 1;
-  for (const SequenceForm& form : sequenceForms) {
-    if (first < form.firstLow || first > form.firstHigh) continue;
-    if (text.size() < form.length) return 0;
-    const unsigned second = byteAt(text, 1);
-    if (second < form.secondLow || second > form.secondHigh) return 0;
-    for (std::size_t i = 2; i < form.length; ++i) {
-      if (!isContinuation(byteAt(text, i))) return 0;
-    }
-    return form.length;
-  }
-  return 0;
+  utf8proc_int32_t character = 0;
+  return decode(text, character);
 }
 
 bool makeSpeakable(std::string& text) {
@@ -64,13 +36,14 @@ bool makeSpeakable(std::string& text) {
     text.replace(0, byteOrderMark.size(), byteOrderMark.size(), ' ');
   }
   while (at < text.size()) {
-    const std::size_t length = characterLength(std::string_view(text).substr(at));
+    utf8proc_int32_t character = 0;
+    const std::size_t length = decode(std::string_view(text).substr(at), character);
     if (length == 0) {
       text[at++] = ' ';
       allUtf8 = false;
       continue;
     }
-    if (!isWhiteSpace(text[at]) && isControl(std::string_view(text).substr(at, length))) {
+    if (!isWhiteSpace(text[at]) && utf8proc_category(character) == UTF8PROC_CATEGORY_CC) {
       text.replace(at, length, length, ' ');
     }
     at += length;

@@ -50,7 +50,9 @@ class CheckEngineTest : public testing::Test {
   Outcome run(const std::vector<std::string>& arguments, const std::string& fault = "") const {
     std::string command = "SPECIMEN_FAULT=" + quoted(fault) + " " + quoted(KQTTS_PROGRAM);
     command += " check-engine";
-    for (const std::string& argument : arguments) command += " " + quoted(argument);
+    for (const std::string& argument : arguments) {
+      command += " " + quoted(argument);
+    }
     command += " 2>" + quoted(path("errors"));
     FILE* const pipe = popen(command.c_str(), "r");
     Outcome outcome{0, ""};
@@ -77,7 +79,9 @@ class CheckEngineTest : public testing::Test {
 
 json checkNamed(const json& report, const std::string& name) {
   for (const json& check : report.at("checks")) {
-    if (check.at("name") == name) return check;
+    if (check.at("name") == name) {
+      return check;
+    }
   }
   return {};
 }
@@ -109,7 +113,9 @@ std::string rowName(const testing::TestParamInfo<Fault>& row) {
   bool wordBegins = true;
   for (const char* letter = row.param.name; *letter != '\0'; ++letter) {
     const bool isLetter = std::isalpha(static_cast<unsigned char>(*letter)) != 0;
-    if (isLetter) name += static_cast<char>(wordBegins ? std::toupper(*letter) : *letter);
+    if (isLetter) {
+      name += static_cast<char>(wordBegins ? std::toupper(*letter) : *letter);
+    }
     wordBegins = *letter == ' ';
   }
   return name;

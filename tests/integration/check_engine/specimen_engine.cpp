@@ -25,7 +25,9 @@ bool faulty(const char* fault) {
 }
 
 [[noreturn]] void hang() {
-  while (true) pause();
+  while (true) {
+    pause();
+  }
 }
 
 /// Opens this library once more, and never gives that back.
@@ -42,43 +44,77 @@ class SpecimenEngine : public KQ::TextToSpeechEngine {
   SpecimenEngine(TextToSpeechEngineCallbackInterface* callback,
                  boost::shared_ptr<KQ::TTSLanguageInfo> languages)
       : TextToSpeechEngine(callback, languages) {
-    if (faulty("active from the start")) active = true;
-    if (faulty("leaks a file")) static_cast<void>(open("/dev/null", O_RDONLY));
+    if (faulty("active from the start")) {
+      active = true;
+    }
+    if (faulty("leaks a file")) {
+      static_cast<void>(open("/dev/null", O_RDONLY));
+    }
   }
 
  protected:
   std::string xGetName() const override { return faulty("no name") ? "" : "Specimen"; }
 
   bool xInitialize(const std::vector<zu::PackageInfo>& packages) override {
-    if (faulty("crash in initialize")) std::abort();
-    if (faulty("throws int from initialize")) throw 42;
-    if (faulty("initialised once only") && used) return false;
+    if (faulty("crash in initialize")) {
+      std::abort();
+    }
+    if (faulty("throws int from initialize")) {
+      throw 42;
+    }
+    if (faulty("initialised once only") && used) {
+      return false;
+    }
     used = true;
     voices.clear();
-    for (const zu::PackageInfo& package : packages) addPackage(package.path + "/manifest.xml");
-    if (voices.empty()) return false;
-    if (faulty("empty language")) voices["Nemo"] = "";
-    if (faulty("voice of an unoffered language")) hiddenLanguage = "French";
+    for (const zu::PackageInfo& package : packages) {
+      addPackage(package.path + "/manifest.xml");
+    }
+    if (voices.empty()) {
+      return false;
+    }
+    if (faulty("empty language")) {
+      voices["Nemo"] = "";
+    }
+    if (faulty("voice of an unoffered language")) {
+      hiddenLanguage = "French";
+    }
     xSetCurrentLanguage("English");
-    if (faulty("current language not offered")) language = "Latin";
-    if (faulty("leaks a thread")) std::thread([] { hang(); }).detach();
+    if (faulty("current language not offered")) {
+      language = "Latin";
+    }
+    if (faulty("leaks a thread")) {
+      std::thread([] { hang(); }).detach();
+    }
     return true;
   }
 
   bool xTerminate() override {
-    if (faulty("never terminates")) return false;
+    if (faulty("never terminates")) {
+      return false;
+    }
     xStopSynthetizer();
     return true;
   }
 
   void xStartSynthetizer(const std::string& text) override {
-    if (faulty("hang in start")) hang();
-    if (faulty("throws int from start")) throw 42;
-    if (faulty("stdout noise")) std::puts("speaking");
-    if (faulty("needs a callback")) callback->onStart();
+    if (faulty("hang in start")) {
+      hang();
+    }
+    if (faulty("throws int from start")) {
+      throw 42;
+    }
+    if (faulty("stdout noise")) {
+      std::puts("speaking");
+    }
+    if (faulty("needs a callback")) {
+      callback->onStart();
+    }
     TextToSpeechEngineCallbackInterface nobody;
     TextToSpeechEngineCallbackInterface& host = callback == nullptr ? nobody : *callback;
-    if (faulty("crash at bad text") && text.find('\xff') != std::string::npos) std::abort();
+    if (faulty("crash at bad text") && text.find('\xff') != std::string::npos) {
+      std::abort();
+    }
     if (faulty("events from its own thread")) {
       std::thread([&] { speak(text, host); }).join();
     } else {
@@ -87,9 +123,13 @@ class SpecimenEngine : public KQ::TextToSpeechEngine {
   }
 
   void xStopSynthetizer() override {
-    if (faulty("hang in stop")) hang();
+    if (faulty("hang in stop")) {
+      hang();
+    }
     const std::lock_guard<std::mutex> lock(mutex);
-    if (!faulty("ignores stop")) ++stops;
+    if (!faulty("ignores stop")) {
+      ++stops;
+    }
     changed.notify_all();
   }
   void xPauseSynthetizer() override {
@@ -104,9 +144,13 @@ class SpecimenEngine : public KQ::TextToSpeechEngine {
 
   void xSetParameter(const std::string& name, const float& value) override {
     requireSpeed(name);
-    if (value < 50 || value > 200) refuse("speed must be from 50 to 200");
+    if (value < 50 || value > 200) {
+      refuse("speed must be from 50 to 200");
+    }
     const std::lock_guard<std::mutex> lock(mutex);
-    if (!faulty("parameter not read back")) speed = value;
+    if (!faulty("parameter not read back")) {
+      speed = value;
+    }
   }
   void xResetSpeed() override {
     const std::lock_guard<std::mutex> lock(mutex);
@@ -138,7 +182,9 @@ class SpecimenEngine : public KQ::TextToSpeechEngine {
     return voice;
   }
   std::string xGetDefaultVoiceForLanguage(const std::string& wanted) const override {
-    if (wanted == "No Such Name" && faulty("foreign error for unknown")) throw "unknown";
+    if (wanted == "No Such Name" && faulty("foreign error for unknown")) {
+      throw "unknown";
+    }
     return defaultVoice(wanted);
   }
   void xSetDefaultVoice() override {
@@ -149,7 +195,9 @@ class SpecimenEngine : public KQ::TextToSpeechEngine {
   std::vector<std::string> xGetAvailableLanguages() const override {
     std::vector<std::string> languages;
     for (const auto& [name, itsLanguage] : voices) {
-      if (itsLanguage != hiddenLanguage) languages.push_back(itsLanguage);
+      if (itsLanguage != hiddenLanguage) {
+        languages.push_back(itsLanguage);
+      }
     }
     return languages;
   }
@@ -163,21 +211,29 @@ class SpecimenEngine : public KQ::TextToSpeechEngine {
 
  private:
   [[noreturn]] static void refuse(const std::string& why) {
-    if (faulty("refuses by another type")) throw std::runtime_error(why);
+    if (faulty("refuses by another type")) {
+      throw std::runtime_error(why);
+    }
     throw KQError("Specimen", "setParameter", why, nullptr, 0);
   }
   static void requireSpeed(const std::string& name) {
-    if (name != "speed") refuse("there is no " + name);
+    if (name != "speed") {
+      refuse("there is no " + name);
+    }
   }
 
   void addPackage(const boost::filesystem::path& manifest) {
-    if (getParamFromXml("engine", manifest) != "specimen") return;
+    if (getParamFromXml("engine", manifest) != "specimen") {
+      return;
+    }
     voices[getParamFromXml("voice", manifest)] = getParamFromXml("language", manifest);
   }
 
   std::string defaultVoice(const std::string& wanted) const {
     for (const auto& [name, itsLanguage] : voices) {
-      if (itsLanguage == wanted) return name;
+      if (itsLanguage == wanted) {
+        return name;
+      }
     }
     return "";
   }
@@ -192,11 +248,17 @@ class SpecimenEngine : public KQ::TextToSpeechEngine {
       end = speakBytes(text, host, stopsBefore);
     } catch (...) {
       host.onEnd(end);
-      if (faulty("swallows the host exception")) return;
+      if (faulty("swallows the host exception")) {
+        return;
+      }
       throw;
     }
-    if (!faulty("no end event")) host.onEnd(end);
-    if (faulty("two end events")) host.onEnd(end);
+    if (!faulty("no end event")) {
+      host.onEnd(end);
+    }
+    if (faulty("two end events")) {
+      host.onEnd(end);
+    }
   }
 
   SpeechEnd speakBytes(const std::string& text, TextToSpeechEngineCallbackInterface& host,
@@ -204,14 +266,24 @@ class SpecimenEngine : public KQ::TextToSpeechEngine {
     const std::vector<std::int16_t> samples(samplingRate / 50);
     std::uint64_t position = 0;
     for (std::size_t i = 0; i < text.size(); ++i) {
-      if (waitWhileHeld(stopsBefore)) return SpeechEnd::stopped;
+      if (waitWhileHeld(stopsBefore)) {
+        return SpeechEnd::stopped;
+      }
       const bool isWord = text[i] >= '0' && text[i] <= '9';
-      if (isWord && !faulty("word after its audio")) host.onWord({i, 1, position});
+      if (isWord && !faulty("word after its audio")) {
+        host.onWord({i, 1, position});
+      }
       const int rate = faulty("other sampling rate") ? 8000 : samplingRate;
       const bool more = host.onAudio(samples.data(), samples.size(), rate);
-      if (!more && !faulty("ignores refused audio")) return SpeechEnd::stopped;
-      if (isWord && faulty("word after its audio")) host.onWord({i, 1, position});
-      if (faulty("word outside the text")) host.onWord({text.size(), 1, position + samples.size()});
+      if (!more && !faulty("ignores refused audio")) {
+        return SpeechEnd::stopped;
+      }
+      if (isWord && faulty("word after its audio")) {
+        host.onWord({i, 1, position});
+      }
+      if (faulty("word outside the text")) {
+        host.onWord({text.size(), 1, position + samples.size()});
+      }
       position += samples.size();
     }
     return SpeechEnd::finished;
@@ -250,14 +322,22 @@ extern "C" {
 __attribute__((visibility("default"))) KQ::TextToSpeechEngine* load_plugin(
     TextToSpeechEngineCallbackInterface* callback,
     boost::shared_ptr<KQ::TTSLanguageInfo> languages) {
-  if (faulty("exit in load")) std::exit(3);
-  if (faulty("null engine")) return nullptr;
-  if (faulty("stays in memory")) holdThisLibrary();
+  if (faulty("exit in load")) {
+    std::exit(3);
+  }
+  if (faulty("null engine")) {
+    return nullptr;
+  }
+  if (faulty("stays in memory")) {
+    holdThisLibrary();
+  }
   return new SpecimenEngine(callback, languages);
 }
 
 __attribute__((visibility("default"))) void unload_plugin(KQ::TextToSpeechEngine** engine) {
-  if (faulty("crash in unload")) std::abort();
+  if (faulty("crash in unload")) {
+    std::abort();
+  }
   delete *engine;
   *engine = nullptr;
 }

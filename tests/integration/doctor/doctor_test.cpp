@@ -134,7 +134,7 @@ const Illness silentOnes[] = {
     {"CrashWhenLoaded", fault("crash in loading"), "plugin-crashed", "while it created its engine"},
     {"ThrowWhenLoaded", fault("throw in loading"), "plugin-threw", "the fork is bent"},
     {"ForeignThrowWhenLoaded", fault("foreign throw in loading"), "plugin-threw",
-     "of the type int"},
+     "of a foreign type (int)"},
     {"CrashWhenInitialised", fault("crash in initialising"), "plugin-crashed",
      "while its engine was initialised"},
     {"HangWhenInitialised", fault("hang in initialising"), "plugin-hung",

@@ -42,7 +42,9 @@ const Program& program() {
 std::vector<nlohmann::json> Answer::findings(const std::string& cause) const {
   std::vector<nlohmann::json> found;
   for (const nlohmann::json& finding : report.at("findings")) {
-    if (finding.at("cause") == cause) found.push_back(finding);
+    if (finding.at("cause") == cause) {
+      found.push_back(finding);
+    }
   }
   return found;
 }
@@ -50,7 +52,9 @@ std::vector<nlohmann::json> Answer::findings(const std::string& cause) const {
 std::vector<std::string> Answer::causes(const std::string& severity) const {
   std::vector<std::string> found;
   for (const nlohmann::json& finding : report.at("findings")) {
-    if (finding.at("severity") == severity) found.push_back(finding.at("cause"));
+    if (finding.at("severity") == severity) {
+      found.push_back(finding.at("cause"));
+    }
   }
   return found;
 }

@@ -21,22 +21,38 @@ bool hasFault(const std::string& name) {
 }
 
 [[noreturn]] void hang() {
-  for (;;) pause();
+  for (;;) {
+    pause();
+  }
 }
 
 /// Comes over whoever reaches `place`.
 void suffer(const std::string& place) {
-  if (hasFault("crash in " + place)) std::abort();
-  if (hasFault("hang in " + place)) hang();
-  if (hasFault("exit in " + place)) _exit(0);
-  if (hasFault("throw in " + place)) throw KQError("Tone", place, "the fork is bent", nullptr, 0);
-  if (hasFault("foreign throw in " + place)) throw 42;
+  if (hasFault("crash in " + place)) {
+    std::abort();
+  }
+  if (hasFault("hang in " + place)) {
+    hang();
+  }
+  if (hasFault("exit in " + place)) {
+    _exit(0);
+  }
+  if (hasFault("throw in " + place)) {
+    throw KQError("Tone", place, "the fork is bent", nullptr, 0);
+  }
+  if (hasFault("foreign throw in " + place)) {
+    throw 42;
+  }
 }
 
 struct Opening {
   Opening() {
-    if (hasFault("crash in opening")) std::abort();
-    if (hasFault("hang in opening")) hang();
+    if (hasFault("crash in opening")) {
+      std::abort();
+    }
+    if (hasFault("hang in opening")) {
+      hang();
+    }
   }
 } opening;
 
@@ -61,7 +77,9 @@ class Patient : public KQ::engines::SpeechEngine {
  protected:
   bool xInitialize(const std::vector<zu::PackageInfo>& packages) override {
     suffer("initialising");
-    if (hasFault("noise")) std::puts("printed by the plug-in");
+    if (hasFault("noise")) {
+      std::puts("printed by the plug-in");
+    }
     if (hasFault("refusal")) {
       KQ::engines::warn("engine.tone", "The licence has expired.");
       return false;
@@ -86,7 +104,9 @@ __attribute__((visibility("default"))) KQ::TextToSpeechEngine* load_plugin(
     TextToSpeechEngineCallbackInterface* callback,
     boost::shared_ptr<KQ::TTSLanguageInfo> languageInfo) {
   suffer("loading");
-  if (hasFault("no engine")) return nullptr;
+  if (hasFault("no engine")) {
+    return nullptr;
+  }
   return new Patient(
       {"Tone", "tone", "1.0", "engine.tone", [] { return std::make_shared<ToneSynthesizer>(); }},
       callback, languageInfo);

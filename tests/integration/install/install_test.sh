@@ -158,6 +158,7 @@ completes() {
   offers '--voice' say --vo
   offers 'engines' list e
   offers 'warning' --log-level w
+  offers 'silent fatal error warning info verbose debug' --log-level ''
   offers 'EnglishGB' say -l EnglishG
   offers 'english-gb-male' --log-level error say --voice english-gb-mal
   offers 'speed=' say -p sp

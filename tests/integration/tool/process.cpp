@@ -19,7 +19,9 @@ constexpr unsigned secondsToLive = 200;
 struct Pipe {
   Pipe() {
     int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("pipe");
+    if (pipe2(ends, O_CLOEXEC) != 0) {
+      throw std::runtime_error("pipe");
+    }
     reading = ends[0];
     writing = ends[1];
   }
@@ -47,17 +49,23 @@ std::vector<std::string> environmentWith(const std::map<std::string, std::string
   std::vector<std::string> variables;
   for (char** variable = environ; *variable != nullptr; ++variable) {
     const std::string text = *variable;
-    if (changes.count(text.substr(0, text.find('='))) == 0) variables.push_back(text);
+    if (changes.count(text.substr(0, text.find('='))) == 0) {
+      variables.push_back(text);
+    }
   }
   for (const auto& [name, value] : changes) {
-    if (!value.empty()) variables.push_back(name + "=" + value);
+    if (!value.empty()) {
+      variables.push_back(name + "=" + value);
+    }
   }
   return variables;
 }
 
 std::vector<char*> pointers(const std::vector<std::string>& texts) {
   std::vector<char*> result;
-  for (const std::string& text : texts) result.push_back(const_cast<char*>(text.c_str()));
+  for (const std::string& text : texts) {
+    result.push_back(const_cast<char*>(text.c_str()));
+  }
   result.push_back(nullptr);
   return result;
 }
@@ -66,7 +74,9 @@ std::vector<char*> pointers(const std::vector<std::string>& texts) {
 bool readSome(int fd, std::string& text) {
   char piece[65536];
   const ssize_t count = read(fd, piece, sizeof piece);
-  if (count > 0) text.append(piece, static_cast<std::size_t>(count));
+  if (count > 0) {
+    text.append(piece, static_cast<std::size_t>(count));
+  }
   return count > 0;
 }
 
@@ -93,14 +103,18 @@ Process::Process(const std::vector<std::string>& command, const Launch& launch) 
       dup2(open(launch.outputFile.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600), STDOUT_FILENO);
     }
     std::signal(SIGPIPE, SIG_DFL);
-    if (launch.ignoreInterrupts) std::signal(SIGINT, SIG_IGN);
+    if (launch.ignoreInterrupts) {
+      std::signal(SIGINT, SIG_IGN);
+    }
     alarm(secondsToLive);
     execve(arguments[0], arguments.data(), environment.data());
     _exit(127);
   }
   close(in.reading);
   close(out.writing);
-  if (launch.errorsOnTerminal) close(errorsInChild);
+  if (launch.errorsOnTerminal) {
+    close(errorsInChild);
+  }
   input = in.writing;
   output = out.reading;
   std::signal(SIGPIPE, SIG_IGN);
@@ -121,18 +135,24 @@ void Process::write(const std::string& text) const {
   const char* end = next + text.size();
   while (next < end) {
     const ssize_t count = ::write(input, next, static_cast<std::size_t>(end - next));
-    if (count <= 0) return;
+    if (count <= 0) {
+      return;
+    }
     next += count;
   }
 }
 
 void Process::closeInput() {
-  if (input >= 0) close(input);
+  if (input >= 0) {
+    close(input);
+  }
   input = -1;
 }
 
 void Process::closeOutput() {
-  if (output >= 0) close(output);
+  if (output >= 0) {
+    close(output);
+  }
   output = -1;
 }
 

@@ -11,8 +11,8 @@
 
 namespace tool_test {
 
-/// Runs the program with the tone engine and, unless a test takes them away, packages of it in English
-/// (voice Bob) and French (voice Anne), and with no other engine, package or audio device.
+/// Runs the program with the tone engine, which has an English package (voice Bob) and a French one
+/// (voice Anne). There is no other engine or package, and no audio device.
 class ProgramTest : public testing::Test {
  protected:
   ProgramTest();

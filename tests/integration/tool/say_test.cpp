@@ -24,7 +24,9 @@ constexpr std::size_t samplesPerWord = 2205;
 std::vector<json> parseLines(const std::string& text) {
   std::vector<json> lines;
   std::istringstream stream(text);
-  for (std::string line; std::getline(stream, line);) lines.push_back(json::parse(line));
+  for (std::string line; std::getline(stream, line);) {
+    lines.push_back(json::parse(line));
+  }
   return lines;
 }
 
@@ -38,7 +40,9 @@ class Say : public ProgramTest {
   std::vector<std::string> sentences(const std::string& events) const {
     std::vector<std::string> texts;
     for (const json& event : parseLines(events)) {
-      if (event["event"] == "start") texts.push_back(event["text"]);
+      if (event["event"] == "start") {
+        texts.push_back(event["text"]);
+      }
     }
     return texts;
   }

@@ -31,11 +31,15 @@ class ToneEngine : public KQ::TextToSpeechEngine {
   bool xInitialize(const std::vector<zu::PackageInfo>& installed) override {
     for (const zu::PackageInfo& package : installed) {
       const boost::filesystem::path manifest = package.path + "/manifest.xml";
-      if (getParamFromXml("engine", manifest) != "tone") continue;
+      if (getParamFromXml("engine", manifest) != "tone") {
+        continue;
+      }
       packages.push_back({getParamFromXml("language", manifest), getParamFromXml("voice", manifest),
                           package.version < "1.0"});
     }
-    if (!packages.empty()) xSetCurrentLanguage(packages.front().language);
+    if (!packages.empty()) {
+      xSetCurrentLanguage(packages.front().language);
+    }
     return true;
   }
   bool xTerminate() override { return true; }
@@ -52,7 +56,9 @@ class ToneEngine : public KQ::TextToSpeechEngine {
   void xRestartSynthetizer() override {}
 
   void xSetParameter(const std::string& name, const float& value) override {
-    if (name != "speed") throw KQError("Tone", "setParameter", "there is no " + name, nullptr, 0);
+    if (name != "speed") {
+      throw KQError("Tone", "setParameter", "there is no " + name, nullptr, 0);
+    }
     if (value < 50 || value > 200) {
       throw KQError("Tone", "setParameter", "speed must be from 50 to 200", nullptr, 0);
     }
@@ -64,7 +70,9 @@ class ToneEngine : public KQ::TextToSpeechEngine {
 
   void xSetCurrentLanguage(const std::string& language) override {
     for (const Package& package : packages) {
-      if (package.language != language) continue;
+      if (package.language != language) {
+        continue;
+      }
       currentLanguage = language;
       currentVoice = package.voice;
       return;
@@ -75,25 +83,33 @@ class ToneEngine : public KQ::TextToSpeechEngine {
   std::string xGetCurrentVoice() const override { return currentVoice; }
   std::string xGetDefaultVoiceForLanguage(const std::string& language) const override {
     for (const Package& package : packages) {
-      if (package.language == language) return package.voice;
+      if (package.language == language) {
+        return package.voice;
+      }
     }
     return "";
   }
   std::vector<std::string> xGetOldLanguagesDetected() const override {
     std::vector<std::string> old;
     for (const Package& package : packages) {
-      if (package.outdated) old.push_back(package.language);
+      if (package.outdated) {
+        old.push_back(package.language);
+      }
     }
     return old;
   }
   std::map<std::string, std::string> xGetAvailableVoices() const override {
     std::map<std::string, std::string> voices;
-    for (const Package& package : packages) voices[package.voice] = package.language;
+    for (const Package& package : packages) {
+      voices[package.voice] = package.language;
+    }
     return voices;
   }
   std::vector<std::string> xGetAvailableLanguages() const override {
     std::vector<std::string> languages;
-    for (const Package& package : packages) languages.push_back(package.language);
+    for (const Package& package : packages) {
+      languages.push_back(package.language);
+    }
     return languages;
   }
   int xGetCurrentSamplingRate() const override { return samplingRate; }
@@ -111,7 +127,9 @@ class ToneEngine : public KQ::TextToSpeechEngine {
     while ((begin = text.find_first_not_of(" \n", begin)) != std::string::npos) {
       const std::size_t end = std::min(text.find_first_of(" \n", begin), text.size());
       const SpeechEnd how = speakWord(text.substr(begin, end - begin), begin);
-      if (how != SpeechEnd::finished) return how;
+      if (how != SpeechEnd::finished) {
+        return how;
+      }
       begin = end;
     }
     return SpeechEnd::finished;
@@ -123,28 +141,50 @@ class ToneEngine : public KQ::TextToSpeechEngine {
       callback->onMark(mark, position);
       return SpeechEnd::finished;
     }
-    if (word == "[throw]") throw KQError("Tone", "start", "the tone\nbroke", nullptr, 0);
-    if (word == "[foreign]") throw 42;
-    if (word == "[failed]") return SpeechEnd::failed;
-    if (word == "[hang]") return waitForStop();
-    if (word == "[deaf]") waitForEver();
-    if (word == "[print]") return print(stdout, "printed by the engine");
-    if (word == "[voice]") return print(stderr, currentVoice);
-    if (word == "[speed]") return print(stderr, std::to_string(speed).substr(0, 4));
+    if (word == "[throw]") {
+      throw KQError("Tone", "start", "the tone\nbroke", nullptr, 0);
+    }
+    if (word == "[foreign]") {
+      throw 42;
+    }
+    if (word == "[failed]") {
+      return SpeechEnd::failed;
+    }
+    if (word == "[hang]") {
+      return waitForStop();
+    }
+    if (word == "[deaf]") {
+      waitForEver();
+    }
+    if (word == "[print]") {
+      return print(stdout, "printed by the engine");
+    }
+    if (word == "[voice]") {
+      return print(stderr, currentVoice);
+    }
+    if (word == "[speed]") {
+      return print(stderr, std::to_string(speed).substr(0, 4));
+    }
     callback->onWord({offset, word.size(), position});
     SpeechEnd end = tone(word == "[rate]" ? samplingRate / 2 : samplingRate);
-    while (word == "[endless]" && end == SpeechEnd::finished) end = tone(samplingRate);
+    while (word == "[endless]" && end == SpeechEnd::finished) {
+      end = tone(samplingRate);
+    }
     return end;
   }
 
   SpeechEnd waitForStop() {
     boost::unique_lock<boost::mutex> lock(stateMutex);
-    while (!stopped) stateChanged.wait(lock);
+    while (!stopped) {
+      stateChanged.wait(lock);
+    }
     return SpeechEnd::stopped;
   }
 
   [[noreturn]] static void waitForEver() {
-    for (;;) pause();
+    for (;;) {
+      pause();
+    }
   }
 
   static SpeechEnd print(FILE* stream, const std::string& text) {
@@ -158,7 +198,9 @@ class ToneEngine : public KQ::TextToSpeechEngine {
     for (std::int16_t& sample : samples) {
       sample = static_cast<std::int16_t>(8000 * std::sin(0.125 * static_cast<double>(position++)));
     }
-    if (!callback->onAudio(samples.data(), samples.size(), rate)) return SpeechEnd::stopped;
+    if (!callback->onAudio(samples.data(), samples.size(), rate)) {
+      return SpeechEnd::stopped;
+    }
     const boost::unique_lock<boost::mutex> lock(stateMutex);
     return stopped ? SpeechEnd::stopped : SpeechEnd::finished;
   }

@@ -42,7 +42,9 @@ _kqtts() {
       candidates=$(_kqtts_listed "$program" parameters | sed 's/$/=/')
       ;;
     --check) candidates=$("$program" check-engine --list 2>/dev/null | sed 's/:.*//') ;;
-    --log-level) candidates=$'silent\nfatal\nerror\nwarning\ninfo\nverbose\ndebug' ;;
+    --log-level)
+      candidates=$("$program" --help 2>/dev/null | sed -n 's/^  --log-level {\([^}]*\)}.*/\1/p' | tr ',' '\n')
+      ;;
     --packages|--engines) mapfile -t COMPREPLY < <(compgen -d -- "$current"); return ;;
     -o|--output|--events|--junit) mapfile -t COMPREPLY < <(compgen -f -- "$current"); return ;;
     *)

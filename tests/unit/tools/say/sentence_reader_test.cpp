@@ -23,7 +23,9 @@ class PreparedSource : public TextSource {
   explicit PreparedSource(std::deque<std::string> prepared) : pieces(std::move(prepared)) {}
 
   Result read(std::string& text, int milliseconds) override {
-    if (pieces.empty()) return Result::end;
+    if (pieces.empty()) {
+      return Result::end;
+    }
     const std::string piece = pieces.front();
     if (piece.empty() && milliseconds != tool::StopRequest::forever) {
       pieces.pop_front();
@@ -68,7 +70,9 @@ TEST_P(Text, IsCutIntoSentences) {
 
 TEST_P(Text, IsCutTheSameWhenItComesByteByByte) {
   std::deque<std::string> bytes;
-  for (const char byte : GetParam().text) bytes.emplace_back(1, byte);
+  for (const char byte : GetParam().text) {
+    bytes.emplace_back(1, byte);
+  }
   EXPECT_THAT(readAll(bytes), ElementsAreArray(GetParam().sentences));
 }
 
@@ -138,7 +142,9 @@ TEST(SentenceReader, GoesOnWithALineThatContinuesAtOnce) {
 
 TEST(SentenceReader, CutsALongSentenceBetweenWords) {
   std::string text;
-  for (int i = 0; i < 5000; ++i) text += "word ";
+  for (int i = 0; i < 5000; ++i) {
+    text += "word ";
+  }
 
   const std::vector<std::string> sentences = readAll({text});
 
@@ -151,13 +157,17 @@ TEST(SentenceReader, CutsALongSentenceBetweenWords) {
 
 TEST(SentenceReader, CutsALongWordBetweenCharacters) {
   std::string text;
-  for (std::size_t i = 0; i < SentenceReader::maxBytes; ++i) text += "€";
+  for (std::size_t i = 0; i < SentenceReader::maxBytes; ++i) {
+    text += "€";
+  }
 
   const std::vector<std::string> sentences = readAll({text});
 
   EXPECT_THAT(sentences, Each(SizeIs(Le(SentenceReader::maxBytes))));
   std::string joined;
-  for (const std::string& sentence : sentences) joined += sentence;
+  for (const std::string& sentence : sentences) {
+    joined += sentence;
+  }
   EXPECT_EQ(joined, text);
 }
 

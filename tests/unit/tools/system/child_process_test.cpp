@@ -71,7 +71,9 @@ TEST(ChildProcessTest, WorkThatDoesNotEndIsKilledAtTheDeadline) {
   const ChildResult result = runInChild(
       [](const ChildChannel& channel) {
         channel.send("waiting");
-        for (;;) pause();
+        for (;;) {
+          pause();
+        }
       },
       milliseconds(200));
 
@@ -83,7 +85,9 @@ TEST(ChildProcessTest, AChildThatLeavesItsGroupIsKilledToo) {
   const ChildResult result = runInChild(
       [](const ChildChannel&) {
         setsid();
-        for (;;) pause();
+        for (;;) {
+          pause();
+        }
       },
       milliseconds(200));
 
@@ -94,7 +98,9 @@ TEST(ChildProcessTest, AGrandchildThatKeepsThePipesOpenHoldsNobodyUp) {
   const ChildResult result = runInChild(
       [](const ChildChannel&) {
         if (fork() == 0) {
-          for (;;) pause();
+          for (;;) {
+            pause();
+          }
         }
       },
       ample);
@@ -119,7 +125,9 @@ TEST(ChildProcessTest, WhatIsPrintedIsKeptApart) {
 TEST(ChildProcessTest, OfEndlessOutputTheLastPartIsKept) {
   const ChildResult result = runInChild(
       [](const ChildChannel&) {
-        for (int i = 0; i < 100000; ++i) std::cerr << "again and again\n";
+        for (int i = 0; i < 100000; ++i) {
+          std::cerr << "again and again\n";
+        }
         std::cerr << "the end";
       },
       ample);

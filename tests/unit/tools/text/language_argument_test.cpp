@@ -109,14 +109,18 @@ class UserLocale : public testing::Test {
  protected:
   UserLocale() {
     for (const char* variable : variables) {
-      if (const char* value = getenv(variable)) before[variable] = value;
+      if (const char* value = getenv(variable)) {
+        before[variable] = value;
+      }
       unsetenv(variable);
     }
   }
   ~UserLocale() override {
     for (const char* variable : variables) {
       unsetenv(variable);
-      if (before.count(variable) != 0) setenv(variable, before[variable].c_str(), 1);
+      if (before.count(variable) != 0) {
+        setenv(variable, before[variable].c_str(), 1);
+      }
     }
   }
 

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <array>
+
+/// The names of files and settings in a data package, which engines and hosts read:
+///
+///     PACKAGE/manifest.xml                     uuid, version, engine, language, defaultVoice
+///     PACKAGE/voices/VOICE/voice.xml           sourceVoice
+///     PACKAGE/voices/VOICE/voiceSettings.xml   optional preferences
+namespace KQ::package_names {
+
+constexpr const char* manifestFile = "manifest.xml";
+constexpr const char* voicesFolder = "voices";
+constexpr const char* voiceFile = "voice.xml";
+constexpr const char* voiceSettingsFile = "voiceSettings.xml";
+
+constexpr const char* uuid = "uuid";                  ///< tells packages apart
+constexpr const char* version = "version";            ///< of the package
+constexpr const char* engine = "engine";              ///< the engine that takes the package
+constexpr const char* language = "language";          ///< the language of its voices
+constexpr const char* defaultVoice = "defaultVoice";  ///< the voice chosen at first; optional
+
+/// All settings of a manifest.
+constexpr std::array<const char*, 5> manifestSettings = {uuid, version, engine, language,
+                                                         defaultVoice};
+
+constexpr const char* sourceVoice = "sourceVoice";  ///< the synthesiser's own name for a voice
+
+}  // namespace KQ::package_names
