@@ -32,7 +32,7 @@ struct CheckOptions {
 };
 
 std::vector<zu::PackageInfo> packagesFor(const HostOptions& options) {
-  // Only reads the manifests; without initialize() it loads nothing.
+  // This manager only reads the manifests; without initialize() it loads nothing.
   const KQ::TextToSpeechManager reader(nullptr, boost::make_shared<KQ::TTSLanguageInfo>());
   return findPackages(packageFoldersOf(options), reader);
 }
@@ -77,24 +77,24 @@ CommandAction addCheckEngineCommand(CLI::App& parser) {
   const auto options = std::make_shared<CheckOptions>();
   parser.add_option("PLUGIN", options->plugin,
                     "The plug-in's file (with a slash, or ending in .so), or its name");
-  parser.add_option("--check", options->checks, "Make only this check, and what it needs")
+  parser.add_option("--check", options->checks, "Run only this check, and those it needs")
       ->option_text("NAME ...")
       ->allow_extra_args(false);
-  parser.add_flag("--list", options->list, "Tell the checks' names");
+  parser.add_flag("--list", options->list, "List the checks");
   parser
       .add_option("--timeout", options->timeout,
-                  "Give a check that long (30); a third of it, at most 5, is what a stop may take")
+                  "The longest time for one check (30); a stop may take a third of it, at most 5")
       ->option_text("SECONDS")
       ->check(CLI::Range(0.1, 86400.0));
   parser.add_flag("--json", options->json, "Write JSON");
-  parser.add_option("--junit", options->junit, "Write a report for build servers too")
+  parser.add_option("--junit", options->junit, "Also write a report for build servers")
       ->option_text("FILE");
   addHostOptions(parser, options->host);
   return [options](StandardOutput& output) { return check(*options, output); };
 }
 
 const CommandRegistration checkEngineRegistration(
-    "check-engine", {"Tell whether an engine plug-in keeps the contract", addCheckEngineCommand});
+    "check-engine", {"Test whether an engine plug-in keeps the contract", addCheckEngineCommand});
 
 }  // namespace
 

@@ -12,15 +12,15 @@ class App;
 
 namespace tool {
 
-/// How the program ends. After a signal it is 128 plus the signal's number, as in a shell.
+/// The exit status of the program. After a signal it is 128 plus the signal's number, as in a shell.
 enum ExitStatus { done = 0, failed = 1, wrongUsage = 2 };
 
-/// Runs a sub-command and returns the program's exit status. What it throws is told in one line,
-/// and the program fails.
+/// Runs a sub-command and returns the exit status of the program. If it throws, the program reports
+/// the exception in one line and fails.
 using CommandAction = std::function<int(StandardOutput&)>;
 
 /// Adds a sub-command's options to its parser.
-/// \return what to run when it was chosen
+/// \return what to run if the user chose this sub-command
 using CommandSetup = CommandAction (*)(CLI::App& parser);
 
 /// A sub-command of the program.
@@ -29,7 +29,7 @@ struct Command {
   CommandSetup setup;
 };
 
-/// Adds a sub-command when the program starts: a file that holds one such object holds a whole
+/// Adds a sub-command when the program starts. One object of this type in a file makes a whole
 /// sub-command.
 class CommandRegistration {
  public:

@@ -31,13 +31,13 @@ struct ExplainOptions {
   bool json = false;
 };
 
-/// What somebody asked about.
+/// What the user asked about.
 struct Request {
-  std::string language;  ///< "" when nobody can tell
+  std::string language;  ///< "" if the name is unknown
   std::string voice;     ///< "" unless a voice was meant
 };
 
-/// An engine's share in what was asked for.
+/// An engine that offers what was asked for.
 struct Offer {
   std::string plugin;
   std::string engine;
@@ -87,7 +87,7 @@ bool offers(const EngineFacts& engine, const Request& request) {
 }
 
 /// The packages from which an engine has a language or a voice: those that hold the voices, or,
-/// when the engine does not tell, those that name the language.
+/// if the engine does not report folders, those that name the language.
 std::vector<std::string> packagesOf(const EngineFacts& engine, const Request& request,
                                     const PackageSurvey& survey) {
   std::vector<std::string> holding;
@@ -123,7 +123,7 @@ void findOffers(const SessionFacts& facts, const PackageSurvey& survey, Route& r
     }
     const Offer offer{engine.plugin, engine.name, packagesOf(engine, route.request, survey),
                       serves};
-    // Of those that lost, the one that would come next is told first.
+    // Among the engines that lost, the next in line comes first.
     route.offers.insert(serves || route.offers.empty() || !route.offers.front().serves
                             ? route.offers.begin()
                             : route.offers.begin() + 1,
@@ -322,8 +322,9 @@ CommandAction addExplainCommand(CLI::App& parser) {
   return [options](StandardOutput& output) { return explain(*options, output); };
 }
 
-const CommandRegistration explainRegistration("explain", {"Tell how a language or voice is routed",
-                                                          addExplainCommand});
+const CommandRegistration explainRegistration("explain",
+                                              {"Show which engine serves a language or a voice",
+                                               addExplainCommand});
 
 }  // namespace
 

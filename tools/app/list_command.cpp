@@ -75,7 +75,7 @@ Table listParameters(HostSession& session, const ListOptions& options) {
   return table;
 }
 
-/// What is true is told by its name, what is not by nothing.
+/// A member that is true is shown by its name; one that is false is not shown.
 std::string cellText(const std::string& name, const Table& cell) {
   if (cell.is_boolean()) {
     return cell.get<bool>() ? name : "";

@@ -25,7 +25,7 @@ int complain(const std::string& what, ExitStatus status) {
   return status;
 }
 
-/// Failures are told by the program itself, in one line; the log stays silent about lesser things.
+/// The program reports failures itself, in one line, so the log shows errors only.
 void setLogLevel(const std::string& asked) {
   if (const auto level = logLevelOf(asked)) {
     zu::log::setLevel(*level);
@@ -34,8 +34,8 @@ void setLogLevel(const std::string& asked) {
   }
 }
 
-/// Writing to a closed pipe or beyond a file size limit is to be an error, not the end of the
-/// program.
+/// Makes a write to a closed pipe, or beyond the limit of a file's size, an error instead of the end
+/// of the program.
 void ignoreWriteSignals() {
   for (const int signal : {SIGPIPE, SIGXFSZ}) {
     std::signal(signal, SIG_IGN);
@@ -69,7 +69,7 @@ class Program {
   void addLogOption(CLI::App& parser) {
     parser
         .add_option("--log-level", logLevel,
-                    "Log to standard error what is as grave as this level, or graver (error)")
+                    "Log records of this level and graver ones to standard error (error)")
         ->option_text("{" + boost::algorithm::join(logLevelNames(), ",") + "}")
         ->check(CLI::IsMember(&logLevelNames()));
   }

@@ -10,7 +10,7 @@ class App;
 
 namespace tool {
 
-// The options that several sub-commands have.
+// Options of several sub-commands.
 
 /// Adds --packages and --engines to a sub-command.
 void addHostOptions(CLI::App& parser, HostOptions& options);

@@ -69,11 +69,11 @@ CommandAction addTextCommand(CLI::App& parser) {
       ->check(CLI::IsMember(&works));
   parser
       .add_option("--replacement", options->replacement,
-                  "What strip puts in place of a tag, a blank unless given")
+                  "What strip puts in place of a tag (a blank)")
       ->option_text("TEXT");
   parser
       .add_option("--delimiters", options->delimiters,
-                  "The bytes between which tokens finds tokens, white space unless given")
+                  "The bytes at which tokens splits the text (white space)")
       ->option_text("BYTES");
   return [options](StandardOutput& output) {
     output.write(works.at(options->work)(readStandardInput(), *options));

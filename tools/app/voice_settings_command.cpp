@@ -179,7 +179,9 @@ CommandAction addVoiceSettingsCommand(CLI::App& parser) {
   parser.add_option("WORK", options->work, "show or set")
       ->required()
       ->check(CLI::IsMember(&settingsWorks));
-  parser.add_option("FILE", options->file, "A voice preference file; set makes it when missing")
+  parser
+      .add_option("FILE", options->file,
+                  "A voice preference file; set creates it if it does not exist")
       ->required()
       ->option_text("FILE");
   parser

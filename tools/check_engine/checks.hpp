@@ -7,20 +7,20 @@ namespace tool {
 
 class Examination;
 
-/// One thing that the contract asks of an engine, and how to see whether it is so.
+/// One rule of the contract, and the function that checks it.
 struct Check {
   const char* name;
   const char* title;
-  const char* why;                  ///< what comes of it when it is not so
-  const char* remedy;               ///< what the author of the engine does about it
-  const char* needs;                ///< the check that must have come to its end before, or ""
-  void (*run)(const Examination&);  ///< null for the one that the other checks' output answers
+  const char* why;                  ///< what happens if an engine breaks the rule
+  const char* remedy;               ///< what the engine's author should do
+  const char* needs;                ///< the check that must have finished before, or ""
+  void (*run)(const Examination&);  ///< null for the check that judges the output of all others
 };
 
-/// All checks; each stands after the one it needs.
+/// All checks; each comes after the one it needs.
 const std::vector<Check>& allChecks();
 
-/// The check about standard output, which is answered by all others.
+/// The check about standard output: it judges the output of all others.
 extern const char* const standardOutputCheck;
 
 void checkEntryPoints(const Examination& exam);

@@ -9,7 +9,7 @@
 
 namespace tool {
 
-/// What came of one check.
+/// The result of one check.
 struct CheckOutcome {
   enum class Status { passed, failed, notRun };
 
@@ -17,14 +17,14 @@ struct CheckOutcome {
 
   const Check* check;
   Status status = Status::notRun;
-  std::vector<std::string> findings;  ///< where the contract is not kept
+  std::vector<std::string> findings;  ///< where the engine breaks the contract
   std::vector<std::string> notes;     ///< worth knowing
   std::string reason;                 ///< why it was not run
-  bool complete = false;              ///< whether it came to its end, so that others can follow
+  bool complete = false;              ///< whether it finished, so that other checks can follow
   std::chrono::milliseconds duration{0};
 };
 
-/// A plug-in and what came of its checks.
+/// A plug-in and the results of its checks.
 struct Checkup {
   std::string plugin;
   std::vector<CheckOutcome> outcomes;
@@ -35,9 +35,9 @@ struct Checkup {
 /// "passed", "failed" or "not run".
 const char* nameOf(CheckOutcome::Status status);
 
-/// Runs checks, each in a process of its own, and what they need before them.
-/// \param names  those to run; all when empty
-/// \throws UsageError when there is no check of such a name
+/// Runs checks, each in a process of its own. Before each it runs the check that it needs.
+/// \param names  the checks to run; empty for all
+/// \throws UsageError if there is no check of that name
 Checkup checkEngine(const Candidate& candidate, const std::vector<std::string>& names);
 
 }  // namespace tool

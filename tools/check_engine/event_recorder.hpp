@@ -10,7 +10,7 @@
 
 namespace tool {
 
-/// One call of an engine to its host.
+/// One call from an engine to its host.
 struct SpeechEvent {
   enum class Kind { start, audio, mark, word, end };
 
@@ -18,7 +18,7 @@ struct SpeechEvent {
   std::thread::id thread;
   std::size_t samples = 0;   ///< audio
   int samplingRate = 0;      ///< audio
-  bool withoutData = false;  ///< audio: samples are promised, but there is no address
+  bool withoutData = false;  ///< audio: the count is not 0, but the address is null
   int mark = 0;
   SpeechWord word = {};                 ///< word
   std::uint64_t position = 0;           ///< word, mark
@@ -30,17 +30,17 @@ using SpeechEvents = std::vector<SpeechEvent>;
 /// "onAudio" and so on.
 const char* nameOf(SpeechEvent::Kind kind);
 
-/// The host's ear: keeps all events, and lets a check react to them. Thread-safe, but for react().
+/// A host's callback. Keeps all events and lets a check react to them. Thread-safe except react().
 class EventRecorder : public TextToSpeechEngineCallbackInterface {
  public:
-  /// Called for each event in the thread it comes from; for audio, false means "no more".
+  /// Called for each event in the thread that emits it. For audio, false refuses more.
   using Reaction = std::function<bool(const SpeechEvent&)>;
 
-  /// Sets the reaction; not while the engine speaks.
+  /// Sets the reaction. Do not call this while the engine speaks.
   void react(Reaction newReaction) { reaction = std::move(newReaction); }
 
   SpeechEvents events() const;
-  /// The events of one thread, beginning with one of all events.
+  /// The events of one thread, from the event with index `first` on.
   SpeechEvents eventsOf(std::thread::id thread, std::size_t first) const;
   std::size_t count() const;
 
@@ -65,7 +65,7 @@ struct UtteranceRules {
   bool maybeSilent = false;  ///< whether there may be no events at all
 };
 
-/// Where the events of one utterance break the contract, in words; those of its own thread only.
+/// Describes where the events of one utterance break the contract.
 std::vector<std::string> judgeUtterance(const SpeechEvents& events, const UtteranceRules& rules);
 
 }  // namespace tool

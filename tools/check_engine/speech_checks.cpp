@@ -22,7 +22,7 @@ struct HostFailure : std::runtime_error {
 void expectEnd(const Examination& exam, const SpeechEvents& events, SpeechEnd wanted,
                const std::string& otherwise) {
   if (events.empty() || events.back().kind != Kind::end) {
-    return;  // told elsewhere
+    return;  // another check reports this
   }
   exam.expect(events.back().how == wanted, otherwise);
 }
@@ -95,7 +95,7 @@ void checkOddTexts(const Examination& exam) {
       {"emoji and other scripts", "\xf0\x9f\x98\x80 \xe4\xb8\xad \xd8\xb9 \xd0\x96 1"},
       {"a word of 5000 letters", std::string(5000, 'a')},
   };
-  // Long texts and letters that a language lacks make audio that nobody needs here.
+  // Long texts and foreign letters make much audio, which this check does not need.
   const std::size_t enough = 200000;
   std::size_t samples = 0;
   engine.recorder().react([&](const SpeechEvent& event) {

@@ -14,10 +14,10 @@ namespace tool {
 
 /// Digits: every language can say them.
 extern const std::string shortText;
-/// So long that it does not end before it is stopped.
+/// A text so long that it does not end before it is stopped.
 extern const std::string longText;
 
-/// An engine of the plug-in in the hands of a check. What goes wrong is a finding.
+/// An engine of the plug-in, used by a check. Whatever goes wrong is a finding.
 class TrialEngine {
  public:
   enum class Callback { recorder, none };
@@ -46,23 +46,23 @@ class TrialEngine {
   void terminate();
 
   enum class Destruction { byPlugin, byHost };
-  /// Destroys the engine; only closeLibrary() may be called then.
+  /// Destroys the engine. After that, only closeLibrary() may be called.
   void destroy(Destruction how);
   void closeLibrary();
 
  private:
   const Examination& exam;
   PluginLibrary plugin;
-  EventRecorder* host;  ///< never destroyed: an utterance that was given up still calls it
+  EventRecorder* host;  ///< never destroyed, since an abandoned utterance still calls it
   boost::shared_ptr<KQ::TTSLanguageInfo> languageTable;
   KQ::TextToSpeechEngine* engine;
 };
 
-/// An utterance in a thread of its own, which can be waited for, and given up.
+/// An utterance in a thread of its own. The caller can wait for it or abandon it.
 class BackgroundUtterance {
  public:
   BackgroundUtterance(KQ::TextToSpeechEngine& engine, const std::string& text);
-  /// Gives it up if it still runs.
+  /// Abandons it if it still runs.
   ~BackgroundUtterance();
   BackgroundUtterance(const BackgroundUtterance&) = delete;
   BackgroundUtterance& operator=(const BackgroundUtterance&) = delete;
@@ -78,7 +78,7 @@ class BackgroundUtterance {
   std::thread::id id;
 };
 
-/// Holds the engine in its first audio until it is let go.
+/// Blocks the engine in its first audio until open() is called.
 class AudioGate {
  public:
   explicit AudioGate(EventRecorder& recorder);
@@ -86,7 +86,7 @@ class AudioGate {
   AudioGate(const AudioGate&) = delete;
   AudioGate& operator=(const AudioGate&) = delete;
 
-  /// \return whether the audio came in time, and the engine is held now
+  /// \return whether the audio came in time, so that the engine is blocked now
   bool reachedWithin(std::chrono::milliseconds time);
   void open();
 

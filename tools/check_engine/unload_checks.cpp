@@ -13,7 +13,7 @@ namespace {
 
 namespace fs = boost::filesystem;
 
-/// What the process holds, as the system tells it.
+/// What the process holds according to the system.
 struct Holdings {
   std::size_t threads = 0;
   std::map<std::string, std::string> files;  ///< descriptor to what it leads to
@@ -102,8 +102,8 @@ bool useOnce(const Examination& exam, const Way& way, const Holdings& before) {
     engine.terminate();
   }
   engine.destroy(way.how);
-  // A library may keep a thread until it is closed. One that it forgot runs into code that is gone:
-  // at once if it has only just begun, and then nothing could be told of it.
+  // A library may keep a thread until it is closed. A thread that it forgot then runs code that is
+  // gone. If that thread has only just begun, it crashes before it could be reported; so wait.
   takeStockWhenSettled(before, std::chrono::milliseconds(200));
   engine.closeLibrary();
   return canSpeak;

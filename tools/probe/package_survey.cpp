@@ -53,7 +53,7 @@ std::vector<fs::path> foldersIn(const fs::path& folder, std::string& defect) {
   return found;
 }
 
-/// What can be told of a file of settings before it is read.
+/// What is wrong with a file of settings, as far as one can see without reading it.
 FileDefect defectOf(const fs::path& file) {
   if (!isThere(file)) {
     return {FileDefect::missing, "is missing"};
@@ -79,7 +79,7 @@ std::string beginningOf(const fs::path& file) {
   return text;
 }
 
-/// The attribute values that stand after each "name=". Only guesses: the reader decides which of
+/// The attribute values that follow each "name=". These are guesses: the reader decides which of
 /// them are settings.
 std::set<std::string> possibleSettings(const fs::path& file) {
   static const std::string attribute = "name=";

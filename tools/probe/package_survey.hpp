@@ -26,7 +26,7 @@ struct VoiceFolder {
   FileDefect defect;  ///< of its voice.xml
 };
 
-/// Something that could be a package.
+/// A folder that may be a package.
 struct SurveyedPackage {
   std::string path;
   FileDefect defect;  ///< of its manifest
@@ -34,20 +34,20 @@ struct SurveyedPackage {
   std::string version;
   std::string engine;
   std::string language;
-  std::vector<std::string> unknownSettings;  ///< names that the manifest has and nobody knows
+  std::vector<std::string> unknownSettings;  ///< unknown settings of the manifest
   std::vector<VoiceFolder> voices;
-  bool isInstalled = false;  ///< handed to the engines
+  bool isInstalled = false;  ///< passed to the engines
 };
 
-/// A folder that is looked in for packages.
+/// A folder that is searched for packages.
 struct PackageFolder {
   std::string path;
-  std::string defect;  ///< why it cannot be looked in, or ""
+  std::string defect;  ///< why it cannot be read, or ""
   bool exists = false;
   std::vector<SurveyedPackage> packages;
 };
 
-/// What stands in the folders of packages, sound or not.
+/// The contents of the folders of packages, valid or not.
 struct PackageSurvey {
   std::vector<PackageFolder> folders;
   std::vector<zu::PackageInfo> installed;  ///< what the engines are given
@@ -56,7 +56,7 @@ struct PackageSurvey {
   std::vector<SurveyedPackage> packages() const;
 };
 
-/// Looks through folders. \param reader  any engine; it reads the packages' files
+/// Searches folders. \param reader  any engine; it reads the files of the packages
 PackageSurvey surveyPackages(const std::vector<std::string>& folders,
                              const KQ::TextToSpeechEngine& reader);
 

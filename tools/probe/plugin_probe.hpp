@@ -35,7 +35,7 @@ struct Claim {
 };
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(Claim, package, outdated)
 
-/// What became of one plug-in.
+/// The result of trying one plug-in.
 struct PluginReport {
   std::string name;
   PluginSearch search;
@@ -51,11 +51,11 @@ struct PluginReport {
   bool isHarmful() const;
 };
 
-/// Looks for a plug-in, loads it by itself and tries it with the packages.
+/// Searches a plug-in, loads it alone in a child process and tries it with the packages.
 PluginReport probePlugin(const std::string& plugin, const std::vector<zu::PackageInfo>& packages,
                          std::chrono::milliseconds deadline);
 
-/// Whether a file or folder stands in a folder, or is it. Both are compared as written.
+/// Whether a path is a folder, or lies in it. Compares both paths as they are written.
 bool isInside(const std::string& path, const std::string& folder);
 
 }  // namespace tool

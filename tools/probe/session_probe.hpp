@@ -11,14 +11,14 @@
 
 namespace tool {
 
-/// What a manager with all engines says, as a host has it.
+/// What a manager with all engines reports to its host.
 struct SessionFacts {
   std::vector<EngineFacts> engines;  ///< in the order of merging
   std::vector<std::string> languages;
   std::map<std::string, std::string> routes;          ///< language to plug-in
   std::map<std::string, std::string> voiceLanguages;  ///< voice to language
   std::vector<std::string> outdated;                  ///< languages
-  std::string language;                               ///< that is spoken unless one is chosen
+  std::string language;                               ///< the default language
 
   bool offers(const std::string& spoken) const;
   const EngineFacts* engineOf(const std::string& spoken) const;
@@ -27,28 +27,28 @@ struct SessionFacts {
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(SessionFacts, engines, languages, routes, voiceLanguages,
                                    outdated, language)
 
-/// Something that the manager is tried with.
+/// A request that the manager is tried with.
 struct Trial {
   std::string language;  ///< chosen unless ""
   std::string voice;     ///< chosen unless ""
-  bool speaks = false;   ///< whether a word is spoken, too
+  bool speaks = false;   ///< whether it also speaks
 };
 
-/// What came of a trial.
+/// The result of a trial.
 struct TrialResult {
   std::string language;
   std::string voice;
-  std::string error;   ///< "" when all was accepted
-  bool sound = false;  ///< whether the engine handed over audio
+  std::string error;   ///< "" if the manager accepted all
+  bool sound = false;  ///< whether the engine emitted audio
 };
 NLOHMANN_DEFINE_TYPE_NON_INTRUSIVE(TrialResult, language, voice, error, sound)
 
-/// What came of running all engines together.
+/// The result of running all engines together.
 struct SessionReport {
   Probe probe;
   bool running = false;  ///< whether a host can start
   SessionFacts facts;    ///< of a running one
-  std::string trying;    ///< the language or voice that was tried last
+  std::string trying;    ///< the last language or voice that was tried
   std::vector<TrialResult> trials;
 };
 

@@ -10,27 +10,27 @@ namespace tool {
 class StandardOutput;
 class StopRequest;
 
-/// Where the audio goes: mono, 16 bit. Every function throws Failure when it cannot do its work; a
-/// sink that is destroyed before finish() or cutShort() leaves nothing behind.
+/// Receives audio: mono, 16 bit. Every function throws Failure if it fails. If a sink is destroyed
+/// before finish() or cutShort(), it leaves no file.
 class AudioSink {
  public:
   virtual ~AudioSink() = default;
 
-  /// Takes a piece of audio. A piece is short, so that the caller can look for a stop between two.
+  /// Writes a piece of audio. Pass short pieces, so that you can check for a stop between them.
   /// \param samplingRate  in Hz, above 0
   virtual void write(const std::int16_t* samples, std::size_t count, int samplingRate) = 0;
 
-  /// All audio was written: a file is complete, a device has played it to the end.
-  /// \param samplingRate  what to note in a file without audio
+  /// Call this after all audio: completes a file, or waits until a device has played it.
+  /// \param samplingRate  the rate to name in a file without audio
   virtual void finish(int samplingRate) = 0;
 
-  /// The user stopped the speech: a file is complete with what was written, a device is silent.
+  /// Call this after the user stopped the speech: completes a file, or silences a device.
   virtual void cutShort(int samplingRate) { finish(samplingRate); }
 };
 
 /// Opens the sink that an output argument names.
 /// \param output  a file's path, "-" for standard output, or "" for the default audio device
-/// \throws Failure when it cannot be opened
+/// \throws Failure if it cannot be opened
 std::unique_ptr<AudioSink> openAudioSink(const std::string& output,
                                          const StandardOutput& standardOutput,
                                          const StopRequest& stop);

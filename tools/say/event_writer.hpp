@@ -10,11 +10,11 @@ namespace tool {
 
 class StandardOutput;
 
-/// Writes what happens while a text is spoken, one JSON object a line, each line when it happens.
+/// Writes the events of an utterance as they happen, one JSON object a line.
 ///
 /// Every line has "event" ("start", "word", "mark", "end"), "sample" (samples since the beginning)
 /// and "time" (the same in seconds). Offsets and lengths of text are bytes of the whole text. Every
-/// function throws Failure when it cannot write.
+/// function throws Failure if it cannot write.
 class EventWriter {
  public:
   /// \param path  a file, emptied first, or "-" for standard output

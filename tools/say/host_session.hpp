@@ -16,19 +16,19 @@ class TextToSpeechEngineCallbackInterface;
 
 namespace tool {
 
-/// Where engines and packages are looked for.
+/// Where to search for engines and packages.
 struct HostOptions {
-  std::vector<std::string> packageFolders;  ///< in place of the standard folders unless empty
-  std::vector<std::string> engineFolders;   ///< before the standard folders
+  std::vector<std::string> packageFolders;  ///< replace the standard folders unless empty
+  std::vector<std::string> engineFolders;   ///< searched before the standard folders
 };
 
-/// Has engine plug-ins looked for where the options say.
+/// Adds the folders of the options to the search for plug-ins.
 void useEngineFolders(const HostOptions& options);
 
-/// Where packages are looked for.
+/// The folders that are searched for packages.
 std::vector<std::string> packageFoldersOf(const HostOptions& options);
 
-/// What a person chose to speak with, each "" when not chosen.
+/// What the user chose to speak with; each is "" if not chosen.
 struct VoiceChoice {
   std::string language;
   std::string voice;
@@ -38,7 +38,7 @@ struct VoiceChoice {
 class HostSession {
  public:
   /// \param callback  may be null; lives as long as this
-  /// \throws Failure when no engine can be used
+  /// \throws Failure if no engine can be used
   explicit HostSession(const HostOptions& options,
                        TextToSpeechEngineCallbackInterface* callback = nullptr);
   /// Shuts the engines down.
@@ -48,22 +48,21 @@ class HostSession {
 
   KQ::TextToSpeechManager& manager();
 
-  /// The engines that are running, by plug-in name.
+  /// The running engines by plug-in name.
   std::map<std::string, boost::shared_ptr<KQ::TextToSpeechEngine>> engines() const;
   /// The installed languages, each once, in the manager's order.
   std::vector<std::string> languages();
   std::string localeOf(const std::string& language) const;
 
-  /// The name of the installed language that a person means.
-  /// \throws Failure when it is unknown or not installed
+  /// The name of the installed language that a user means.
+  /// \throws Failure if it is unknown or not installed
   std::string findLanguage(const std::string& written);
 
-  /// The language that is spoken unless one is chosen: that of the user's locale, or the nearest to
-  /// it. "" when none is installed.
+  /// The default language: that of the user's locale, or the nearest to it. "" if none is installed.
   std::string usualLanguage();
 
-  /// Makes the manager speak as chosen; without a choice in the language of the user's locale.
-  /// \throws Failure when that cannot be
+  /// Sets the chosen language and voice. Without a choice, sets the default language.
+  /// \throws Failure if that is not possible
   void choose(const VoiceChoice& choice);
 
  private:

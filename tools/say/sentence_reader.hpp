@@ -19,9 +19,9 @@ struct Sentence {
 
 /// Cuts a text into sentences while it arrives.
 ///
-/// A sentence ends where KQ::sentences::SentenceSplitter finds its end, and at a line or a full stop
-/// after which the text pauses. A sentence that is longer than maxBytes is cut between words, so that
-/// memory stays bounded.
+/// A sentence ends where KQ::sentences::SentenceSplitter finds its end, and at a line or a full
+/// stop after which the text pauses. A sentence of more than maxBytes is cut between words, so
+/// that memory stays bounded.
 class SentenceReader {
  public:
   static constexpr std::size_t maxBytes = 4096;
@@ -31,8 +31,8 @@ class SentenceReader {
   explicit SentenceReader(TextSource& textSource, const std::string& locale = "")
       : source(textSource), splitter(locale) {}
 
-  /// The next sentence: speakable, without white space around it, never empty. None at the end of the
-  /// text.
+  /// The next sentence: speakable, without white space around it, never empty. None at the end of
+  /// the text.
   /// \throws Failure when the text cannot be read
   std::optional<Sentence> next();
 

@@ -12,22 +12,22 @@ class EventWriter;
 class StopRequest;
 struct Sentence;
 
-/// What engines report to: passes the audio to a sink and the events to a writer.
+/// The callback of the engines: passes audio to a sink and events to a writer.
 ///
-/// A text of several sentences is one stretch of audio: positions in audio and text are counted on
-/// from sentence to sentence. What sink or writer throws is kept for the host; the engine only
-/// hears that no more audio is wanted.
+/// A text of several sentences is one stretch of audio, so positions in audio and text continue from
+/// sentence to sentence. If the sink or the writer throws, the exception is kept for the host, and
+/// the engine is told to emit no more audio.
 class SpeechOutput : public TextToSpeechEngineCallbackInterface {
  public:
   /// \param events  may be null
-  /// All three live as long as this.
+  /// All three must outlive this object.
   SpeechOutput(AudioSink& sink, EventWriter* events, const StopRequest& stop);
 
-  /// What the next utterance is about.
+  /// Call this before each utterance.
   void expect(const Sentence& sentence, int samplingRate);
 
-  /// The utterance is over.
-  /// \throws Failure when it was not spoken whole, unless the user stopped it
+  /// Call this after each utterance.
+  /// \throws Failure if it was not spoken to its end, unless the user stopped it
   void requireSpoken();
 
   void onStart() override;

@@ -6,7 +6,7 @@
 
 namespace tool {
 
-/// Where a text comes from, piece by piece.
+/// A text that arrives piece by piece.
 class TextSource {
  public:
   enum class Result { text, quiet, end };
@@ -14,12 +14,12 @@ class TextSource {
   virtual ~TextSource() = default;
 
   /// Waits for the next piece and appends it.
-  /// \param milliseconds  when nothing came after these, it is `quiet`; or StopRequest::forever
-  /// \throws Failure when the text cannot be read
+  /// \param milliseconds  the longest time to wait; then it returns `quiet`. StopRequest::forever for no limit
+  /// \throws Failure if the text cannot be read
   virtual Result read(std::string& text, int milliseconds) = 0;
 };
 
-/// A text from a file descriptor. It ends when a stop is requested.
+/// A text from a file descriptor. A stop request ends it.
 class DescriptorTextSource : public TextSource {
  public:
   DescriptorTextSource(int descriptor, const StopRequest& stopRequest)

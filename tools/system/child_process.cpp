@@ -25,11 +25,11 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr int channelDescriptor = STDERR_FILENO + 1;
-constexpr char finishedMark = '\0';  // in no message: only work that returned ends with it
+constexpr char finishedMark = '\0';  // in no message; only work that returned sends it
 constexpr std::size_t maximumMessages = std::size_t{16} * 1024 * 1024;
 constexpr std::size_t keptOutput = std::size_t{64} * 1024;
 
-/// How long the child's end may go unnoticed when something else keeps its pipes open.
+/// The longest delay in noticing the child's end if another process keeps its pipes open.
 constexpr int tickMilliseconds = 5;
 
 [[noreturn]] void failForLackOf(const char* what) {
@@ -61,7 +61,7 @@ struct Pipes {
 
 /// Puts descriptors in their places and closes all others.
 void arrangeDescriptors(const Pipes& pipes) {
-  // Away from the places first, so that none is overwritten before it was put in its own.
+  // Move all of them out of the way first, so that none is overwritten before it is in its place.
   const int input = open("/dev/null", O_RDONLY);
   const std::array<int, 4> wanted = {input, pipes.output.writing.get(), pipes.errors.writing.get(),
                                      pipes.messages.writing.get()};
@@ -106,7 +106,7 @@ void dieWithParent(pid_t parent) {
 
 // The parent's side -------------------------------------------------------------------------------
 
-/// What comes out of one pipe.
+/// The bytes that come out of one pipe.
 class Capture {
  public:
   /// \param limit  beyond it the beginning is dropped, if `keepsEnd`, or else the end
@@ -115,10 +115,10 @@ class Capture {
     fcntl(fd.get(), F_SETFL, O_NONBLOCK);
   }
 
-  /// Takes what is there.
+  /// Reads what is available.
   void drain() {
     std::array<char, 16 * 1024> buffer{};
-    // Bounded: a child that never stops writing must not keep this from looking at the time.
+    // Bounded, since a child that never stops writing must not keep the caller from its deadline.
     for (int round = 0; round < 64 && fd.get() >= 0; ++round) {
       const ssize_t count = read(fd.get(), buffer.data(), buffer.size());
       if (count > 0) {
@@ -152,7 +152,7 @@ class Capture {
   bool keepsEnd;
 };
 
-/// Whether the child has ended. It is not reaped, so that its number stays its own.
+/// Whether the child has ended. Does not reap it, so that no other process gets its id.
 bool hasEnded(pid_t child) {
   siginfo_t info{};
   return waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOHANG | WNOWAIT) != 0 ||

@@ -4,7 +4,7 @@
 
 namespace tool {
 
-/// An open file, closed with its owner.
+/// Owns an open file and closes it.
 class FileDescriptor {
  public:
   explicit FileDescriptor(int descriptor = -1) noexcept : fd(descriptor) {}
@@ -12,14 +12,14 @@ class FileDescriptor {
   FileDescriptor& operator=(FileDescriptor&& other) noexcept;
   ~FileDescriptor();
 
-  /// Opens a file for writing, emptied if it is there.
-  /// \throws Failure when that cannot be
+  /// Opens a file for writing. Empties it if it exists.
+  /// \throws Failure if that is not possible
   static FileDescriptor openForWriting(const std::string& path);
-  /// \throws Failure when that cannot be
+  /// \throws Failure if that is not possible
   static FileDescriptor duplicateOf(int descriptor);
 
   int get() const noexcept { return fd; }
-  /// Gives the file away, still open.
+  /// Releases the ownership of the file, which stays open.
   int release() noexcept;
 
  private:

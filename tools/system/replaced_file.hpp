@@ -6,13 +6,13 @@
 
 namespace tool {
 
-/// A file that is written beside its place and takes it only when it is whole: a failure leaves no
-/// broken file, and an earlier file of that name as it was.
+/// Writes a file under a temporary name and renames it when it is complete. After a failure there is
+/// no broken file, and an earlier file of that name is unchanged.
 class ReplacedFile {
  public:
-  /// \param target  where the file is to stand; a symbolic link is followed
-  /// \param whatToDo  what a failure tells the user to do about it
-  /// \throws Failure when no file can be made there
+  /// \param target  the path of the file; a symbolic link is followed
+  /// \param whatToDo  the advice in the text of a failure
+  /// \throws Failure if no file can be created there
   ReplacedFile(const std::string& target, std::string whatToDo);
   ~ReplacedFile();
   ReplacedFile(const ReplacedFile&) = delete;
@@ -22,8 +22,8 @@ class ReplacedFile {
   /// Where the file is until commit().
   const std::string& path() const { return temporary; }
 
-  /// Puts the file in its place, with the permissions of the one that stood there.
-  /// \throws Failure when that cannot be
+  /// Moves the file to its place, with the permissions of the file that it replaces.
+  /// \throws Failure if that is not possible
   void commit();
 
  private:
@@ -31,7 +31,7 @@ class ReplacedFile {
 
   std::string advice;
   std::string place;
-  std::string temporary;  ///< "" once it is in its place
+  std::string temporary;  ///< "" after commit()
   FileDescriptor file;
 };
 

@@ -10,11 +10,11 @@
 
 namespace tool {
 
-/// Turns the signals that ask a program to end (SIGINT, SIGTERM, SIGHUP; not those that the program
-/// was started to ignore) into a stop request. A second one ends the program at once when it still
-/// runs a second after the first.
+/// Turns the signals that ask a program to end (SIGINT, SIGTERM, SIGHUP) into a stop request. Signals
+/// that the program was started to ignore stay ignored. From one second after the first signal on,
+/// another one ends the program at once.
 ///
-/// Made before any other thread, since a thread inherits which signals it leaves to this one.
+/// Create it before any other thread, since threads inherit the set of blocked signals.
 class SignalWatch {
  public:
   explicit SignalWatch(StopRequest& stop);
@@ -22,8 +22,8 @@ class SignalWatch {
   SignalWatch(const SignalWatch&) = delete;
   SignalWatch& operator=(const SignalWatch&) = delete;
 
-  /// While it lives, a stop request runs an action in the watch's thread, and again every few
-  /// milliseconds: what is to be stopped may have begun only after the first time.
+  /// While this object lives, a stop request runs an action in the watch's thread. The action runs
+  /// again every few milliseconds, since what it stops may begin only after its first run.
   class Action {
    public:
     Action(SignalWatch& watch, std::function<void()> action);
@@ -44,7 +44,7 @@ class SignalWatch {
   sigset_t watched;
   sigset_t maskBefore;
   FileDescriptor signalFd;
-  FileDescriptor endFd;  ///< readable when the thread is to end
+  FileDescriptor endFd;  ///< readable when the thread shall end
 
   std::mutex actionMutex;
   std::function<void()> action;  ///< guarded by actionMutex

@@ -6,11 +6,11 @@
 
 namespace tool {
 
-/// The program's standard output, kept for what the user asked for: while this lives, whatever
+/// The program's standard output, reserved for the result. While this object lives, everything that
 /// libraries and plug-ins print goes to standard error.
 ///
-/// Made once, before anything else is opened: a standard stream that is closed is put in its place
-/// first, so that no other file gets its number.
+/// Create it once, before any file is opened: it first opens standard streams that are closed, so
+/// that no other file gets their numbers.
 class StandardOutput {
  public:
   StandardOutput();
@@ -20,15 +20,15 @@ class StandardOutput {
 
   int descriptor() const { return file.get(); }
 
-  /// Writes a text whole.
-  /// \throws Failure when that cannot be
+  /// Writes a whole text.
+  /// \throws Failure if that is not possible
   void write(const std::string& text) const;
 
  private:
   FileDescriptor file;
 };
 
-/// Writes all bytes, however many pieces that takes.
+/// Writes all bytes, in as many pieces as necessary.
 /// \return 0, or the error number
 int writeAll(int fd, const void* data, std::size_t size);
 

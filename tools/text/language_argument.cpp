@@ -11,7 +11,7 @@ namespace {
 
 const std::string english = "English";
 
-/// The locale that a language code alone stands for, where the first one of the table is not meant.
+/// The locale that a language code means without a region, if not the first one in the table.
 const std::map<std::string, std::string> usualLocales = {
     {"cmn", "zh_CN"}, {"en", "en_US"}, {"es", "es_ES"},  {"fr", "fr_FR"}, {"nb", "nn_NO"},
     {"no", "nn_NO"},  {"pt", "pt_PT"}, {"yue", "zh_HK"}, {"zh", "zh_CN"},
@@ -46,7 +46,7 @@ std::string folded(const std::string& name) {
   return result;
 }
 
-/// The parts of a locale that tell the language: "zh", "TW" of "zh-Hant_TW.UTF-8@x".
+/// The parts of a locale that name the language: "zh", "TW" of "zh-Hant_TW.UTF-8@x".
 struct LocaleParts {
   std::string language;  ///< lower case
   std::string region;    ///< upper case, may be empty

@@ -10,9 +10,9 @@ class TTSLanguageInfo;
 
 namespace tool {
 
-/// Finds the language that a person means: the one place where languages are not compared exactly.
+/// Finds the language that a user means. Only this class compares languages loosely.
 ///
-/// Understood are, in this order and whatever the case: the name of an installed language or of the
+/// It understands, in this order and in any case: the name of an installed language or of the
 /// language table ("French", "english gb"), a locale ("fr_FR", "fr-FR", "FR_fr", "fr_FR.UTF-8",
 /// "zh-Hant"), a language code ("fr"). A code alone, or with a region that the table does not know,
 /// stands for the language's usual form: "en" English (en_US), "es" Spanish (es_ES), "fr" French
@@ -24,11 +24,11 @@ class LanguageResolver {
   /// \param languages  the names of the installed languages, in the order of preference
   LanguageResolver(KQ::TTSLanguageInfo& table, std::vector<std::string> languages);
 
-  /// The name of the language, installed or not, or "" when nobody can tell what is meant.
+  /// The name of the language, installed or not, or "" if `written` means no language.
   std::string resolve(const std::string& written) const;
 
   /// The installed language that suits a user's locale best: its own, another form of the same
-  /// language, English, the first one. "" when none is installed.
+  /// language, English, the first one. "" if none is installed.
   std::string chooseFor(const std::string& userLocale) const;
 
   bool isInstalled(const std::string& language) const;
@@ -44,7 +44,7 @@ class LanguageResolver {
 };
 
 /// The user's locale as the environment names it: the first of LC_ALL, LC_MESSAGES and LANG that is
-/// not empty; "" when none is.
+/// not empty; "" if none is.
 std::string userLocale();
 
 }  // namespace tool

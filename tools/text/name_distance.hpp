@@ -5,8 +5,8 @@
 
 namespace tool {
 
-/// The names that somebody may have meant, the nearest first: those that differ in few characters,
-/// whatever the case. Empty when none is near.
+/// The names that a user may have meant, the nearest first: those that differ in few characters, in
+/// any case. Empty if none is near.
 std::vector<std::string> closestNames(const std::string& written,
                                       const std::vector<std::string>& names);
 

@@ -99,7 +99,7 @@ TEST_F(CheckEngineTest, AGoodEnginePassesEveryCheck) {
 struct Fault {
   const char* name;     ///< as the specimen knows it
   const char* check;    ///< that finds it
-  const char* finding;  ///< part of what is told
+  const char* finding;  ///< part of the report
   const char* timeout = "30";
 };
 

@@ -27,8 +27,8 @@ struct Answer {
 /// An installation in a folder of its own, with the program and its libraries and nothing else that
 /// is installed on the machine.
 ///
-/// Healthy at first: the plug-in "nuance", which speaks a tone and takes packages for "tone", and an
-/// English package of it with the voice "bob".
+/// It is healthy at first: it has the plug-in "nuance", which speaks a tone and takes packages for
+/// "tone", and an English package for it with the voice "bob".
 class Patient {
  public:
   Patient();

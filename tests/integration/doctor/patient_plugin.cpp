@@ -26,7 +26,7 @@ bool hasFault(const std::string& name) {
   }
 }
 
-/// Comes over whoever reaches `place`.
+/// Fails in the chosen way if the chosen place is `place`.
 void suffer(const std::string& place) {
   if (hasFault("crash in " + place)) {
     std::abort();

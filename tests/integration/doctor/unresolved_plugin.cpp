@@ -1,4 +1,4 @@
-// A plug-in that needs a function which nobody has.
+// A plug-in that needs a function that no library has.
 
 extern "C" void* functionThatNobodyHas();
 

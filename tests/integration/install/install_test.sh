@@ -125,8 +125,11 @@ manual_page_names_all() {
   local page word
   page=$(sed 's/\\-/-/g' "$prefix/share/man/man1/kqtts.1")
   while read -r word; do
-    grep -qF -- "$word" <<<"$page" || fail "The manual page does not tell about $word"
+    grep -qF -- "$word" <<<"$page" || fail "The manual page does not name $word"
   done < <(usage_words)
+  while read -r word; do
+    usage_words | grep -qxF -- "$word" || fail "The manual page names $word, which the program does not know"
+  done < <(grep -oE -- '--[a-z][a-z-]*' <<<"$page" | sort -u)
 }
 
 # in_bash WORD...: what bash offers for the last word.
@@ -168,6 +171,10 @@ completes() {
 }
 
 completion_in_zsh() {
+  if ! command -v zsh >/dev/null; then
+    echo 'zsh is not installed'
+    exit 77 # skipped
+  fi
   shell=zsh
   completes
 }

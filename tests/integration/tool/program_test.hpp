@@ -33,7 +33,7 @@ class ProgramTest : public testing::Test {
   Launch launch;
 };
 
-/// Expects a failure that is told in one line.
+/// Expects a failure that is reported in one line.
 void expectFailure(const Outcome& outcome, int status, const std::string& partOfLine);
 
 }  // namespace tool_test

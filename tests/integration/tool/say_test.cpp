@@ -36,7 +36,7 @@ class Say : public ProgramTest {
   std::size_t wordsIn(const std::string& file) const {
     return readSound(file).samples.size() / samplesPerWord;
   }
-  /// The texts of the sentences that were spoken, as the events tell.
+  /// The texts of the spoken sentences, from the events.
   std::vector<std::string> sentences(const std::string& events) const {
     std::vector<std::string> texts;
     for (const json& event : parseLines(events)) {

@@ -10,12 +10,12 @@
 
 namespace {
 
-// SIGTERM throughout: whoever runs the tests may have them ignore the other signals.
+// All tests use SIGTERM, since the tests may have been started to ignore the other signals.
 
 using tool::SignalWatch;
 using tool::StopRequest;
 
-/// A pipe into which nobody writes.
+/// A pipe without a writer.
 struct SilentPipe {
   SilentPipe() { EXPECT_EQ(::pipe(ends), 0); }
   ~SilentPipe() {
