@@ -12,7 +12,7 @@ class App;
 
 namespace tool {
 
-/// The exit status of the program. After a signal it is 128 plus the signal's number, as in a shell.
+/// The exit status of the program. After a signal: 128 plus its number, as in a shell.
 enum ExitStatus { done = 0, failed = 1, wrongUsage = 2 };
 
 /// Runs a sub-command and returns the exit status of the program. If it throws, the program reports

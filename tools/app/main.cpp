@@ -34,8 +34,8 @@ void setLogLevel(const std::string& asked) {
   }
 }
 
-/// Makes a write to a closed pipe, or beyond the limit of a file's size, an error instead of the end
-/// of the program.
+/// Makes a write to a closed pipe, or beyond the limit of a file's size, an error. Without it the
+/// program would end.
 void ignoreWriteSignals() {
   for (const int signal : {SIGPIPE, SIGXFSZ}) {
     std::signal(signal, SIG_IGN);

@@ -36,8 +36,8 @@ bool takes(KQ::TextToSpeechEngine& engine, const Packages& packages) {
   return engine.initialize(packages) && !engine.getAvailableLanguages().empty();
 }
 
-/// Finds the engine's packages among those in which it reported no voice: some engines do not report
-/// the folders of their voices, and some offer nothing from a package that they take.
+/// Finds the engine's packages among those in which it reported no voice: some engines do not
+/// report the folders of their voices, and some offer nothing from a package that they take.
 void tryPackages(KQ::TextToSpeechEngine& engine, const Packages& packages, ProbeChannel& channel) {
   if (packages.empty() || !takes(engine, packages)) {
     return;

@@ -58,7 +58,7 @@ class HostSession {
   /// \throws Failure if it is unknown or not installed
   std::string findLanguage(const std::string& written);
 
-  /// The default language: that of the user's locale, or the nearest to it. "" if none is installed.
+  /// The default language: that of the user's locale, or the nearest to it; "" if there is none.
   std::string usualLanguage();
 
   /// Sets the chosen language and voice. Without a choice, sets the default language.

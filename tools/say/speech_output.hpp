@@ -14,7 +14,7 @@ struct Sentence;
 
 /// The callback of the engines: passes audio to a sink and events to a writer.
 ///
-/// A text of several sentences is one stretch of audio, so positions in audio and text continue from
+/// A text of several sentences is one stretch of audio, so positions in audio and text go on from
 /// sentence to sentence. If the sink or the writer throws, the exception is kept for the host, and
 /// the engine is told to emit no more audio.
 class SpeechOutput : public TextToSpeechEngineCallbackInterface {

@@ -14,7 +14,7 @@ class TextSource {
   virtual ~TextSource() = default;
 
   /// Waits for the next piece and appends it.
-  /// \param milliseconds  the longest time to wait; then it returns `quiet`. StopRequest::forever for no limit
+  /// \param milliseconds  the longest time to wait, or StopRequest::forever; then it is `quiet`
   /// \throws Failure if the text cannot be read
   virtual Result read(std::string& text, int milliseconds) = 0;
 };

@@ -41,8 +41,8 @@ struct ChildResult {
 /// Runs work in a child process, so that it can neither harm nor block this one.
 ///
 /// The child is a copy of the calling process with the calling thread only, so call this while no
-/// other thread runs. Its standard input is empty, its output is captured, it has no other open files
-/// and leaves no core file. Processes that it started end with it.
+/// other thread runs. Its standard input is empty, its output is captured, it has no other open
+/// files and leaves no core file. Processes that it started end with it.
 /// \throws Failure if no child can be created
 ChildResult runInChild(const std::function<void(const ChildChannel&)>& work,
                        std::chrono::milliseconds deadline);

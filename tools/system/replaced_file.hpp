@@ -6,8 +6,8 @@
 
 namespace tool {
 
-/// Writes a file under a temporary name and renames it when it is complete. After a failure there is
-/// no broken file, and an earlier file of that name is unchanged.
+/// Writes a file under a temporary name and renames it when it is complete. After a failure there
+/// is no broken file, and an earlier file of that name is unchanged.
 class ReplacedFile {
  public:
   /// \param target  the path of the file; a symbolic link is followed

@@ -10,9 +10,9 @@
 
 namespace tool {
 
-/// Turns the signals that ask a program to end (SIGINT, SIGTERM, SIGHUP) into a stop request. Signals
-/// that the program was started to ignore stay ignored. From one second after the first signal on,
-/// another one ends the program at once.
+/// Turns the signals that ask a program to end (SIGINT, SIGTERM, SIGHUP) into a stop request.
+/// Signals that the program was started to ignore stay ignored. From one second after the first
+/// signal on, another one ends the program at once.
 ///
 /// Create it before any other thread, since threads inherit the set of blocked signals.
 class SignalWatch {
