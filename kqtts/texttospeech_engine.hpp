@@ -11,300 +11,306 @@
 
 class TextToSpeechEngineCallbackInterface;
 
-/// The library: the contract of speech engines, what finds and joins them, and what hosts and
-/// engines need besides.
+/// The library: the contract of speech engines, the manager that loads and routes to them, and
+/// helpers for hosts and engines.
 namespace KQ {
 
 class TTSLanguageInfo;
 
-/// The contract of every speech engine: the engines of plug-ins and the manager that stands before
-/// them.
+/// The contract of every speech engine. Engine plug-ins implement it, and so does the manager.
 ///
-/// A host calls the public operations. Each checks that the engine is active, calls one protected
-/// hook of the same name with the prefix `x`, and returns what the hook returns; an engine
-/// implements the hooks. What a hook throws passes to the host unchanged.
+/// A host calls the public operations. Each operation checks that the engine is active, calls the
+/// protected hook of the same name with the prefix `x`, and returns what the hook returns. An
+/// engine implements the hooks. An exception of a hook passes to the host unchanged.
 ///
 /// **Errors.** On an engine that is not active, an operation throws KQError with module
-/// "TextToSpeechEngine" and description "This engine is not active.", and nothing has changed. Its
-/// method text is the operation's name unless told otherwise; the texts that name another operation
-/// are part of the contract, since consumers match on them.
+/// "TextToSpeechEngine" and description "This engine is not active.", and changes nothing. The
+/// error's method text is the operation's name unless documented otherwise. Some method texts name
+/// another operation: they are part of the contract, because consumers match on them.
 ///
 /// **Threads.** Operations may be called from several threads at once. stopSynthetizer(),
-/// pauseSynthetizer() and restartSynthetizer() are serialised among themselves; nothing else takes
-/// a lock, so these three are never held up by an utterance. An engine protects its own state. The
-/// host serialises construction, initialize(), reload() and destruction with everything else.
+/// pauseSynthetizer() and restartSynthetizer() exclude each other; no other operation takes a lock,
+/// so these three never wait for an utterance. An engine protects its own state. The host must not
+/// run construction, initialize(), reload() or destruction at the same time as any other call.
 ///
 /// **Strings** are UTF-8 and compared byte by byte. Languages are named as in the language table.
 class KQTTS_EXPORT TextToSpeechEngine {
  public:
-  /// \param callback      what the engine reports to; not owned, may be null, outlives the engine
+  /// \param callback      receives the engine's events; not owned, may be null, outlives the engine
   /// \param languageInfo  the language table, shared with the host
   TextToSpeechEngine(TextToSpeechEngineCallbackInterface* callback,
                      boost::shared_ptr<TTSLanguageInfo> languageInfo);
 
-  /// Calls no hook: a derived engine shuts itself down first.
+  /// Calls no hook: the derived engine must shut itself down in its own destructor.
   virtual ~TextToSpeechEngine();
 
   TextToSpeechEngine(const TextToSpeechEngine&) = delete;
   TextToSpeechEngine& operator=(const TextToSpeechEngine&) = delete;
 
-  /// Asks the engine to free what the listed languages need. By default nothing happens.
+  /// Asks the engine to free the resources of these languages. The default does nothing.
   virtual void deactivateLanguages(const std::vector<std::string>& languages);
 
-  /// Switches the output filter, which is on at first. The base only stores the flag. Needs no
-  /// active engine.
+  /// Switches the output filter on or off; it is on at first. The base class only stores the flag.
+  /// The engine need not be active.
   virtual void enableFilter(bool enable);
 
   /// \name Life cycle
   /// @{
 
-  /// Makes the engine usable with what the packages hold.
+  /// Makes the engine usable with the languages and voices of the packages. Does nothing if the
+  /// engine is already active.
   /// \param packages  all installed packages; the engine picks its own
-  /// \return whether the engine is active now; true at once when it already was
+  /// \return whether the engine is active now
   bool initialize(const std::vector<zu::PackageInfo>& packages);
 
-  /// Shuts the engine down.
-  /// \return whether the engine is inactive now, true at once when it already was; false when it
-  ///         refused and is still active
+  /// Shuts the engine down. Does nothing if the engine is not active.
+  /// \return whether the engine is inactive now; false means that it refused and is still active
   bool terminate();
 
-  /// Initialises the engine anew and puts its language back, English where that fails.
+  /// Terminates and initialises the engine, then restores its language; if that fails, it switches
+  /// to English.
   ///
-  /// The two references are the caller's memory from one reload to the next.
+  /// The caller keeps the two referenced variables from one reload to the next.
   /// \param packages           all packages that are installed now
-  /// \param fallbackUsed       whether the engine runs on English in place of the language wanted
-  /// \param requestedLanguage  the language wanted while it does, else empty
-  /// \throws KQError with method "getCurrentLanguage" when the engine is not active, and nothing has
-  ///         changed then; whatever terminate(), initialize() and the switch to English throw
+  /// \param fallbackUsed       whether the engine speaks English in place of the requested language
+  /// \param requestedLanguage  the requested language while `fallbackUsed` is true, else empty
+  /// \throws KQError with method "getCurrentLanguage" if the engine is not active; nothing has
+  ///         changed then. Also whatever terminate(), initialize() and the switch to English throw.
   void reload(const std::vector<zu::PackageInfo>& packages, bool& fallbackUsed,
               std::string& requestedLanguage);
 
-  /// Whether the engine is active. Needs no active engine.
+  /// Whether the engine is active. Never throws.
   bool isInitialized() const;
 
-  /// Whether the engine is paused. Needs no active engine; terminate() and stopSynthetizer() leave
-  /// a pause as it is.
+  /// Whether the engine is paused. The engine need not be active. terminate() and
+  /// stopSynthetizer() do not end a pause.
   bool isPaused() const;
 
-  /// The engine's own name. Needs no active engine.
+  /// The engine's own name. The engine need not be active.
   std::string getName() const;
 
   /// @}
   /// \name Synthesis
   /// @{
 
-  /// Speaks a text and returns when it is over, however it ends.
-  /// \param text  UTF-8, with inline tags where the engine knows them
-  /// \throws KQError with method "startTalking" when the engine is not active
+  /// Speaks a text. Returns when the utterance is over: finished, stopped or failed.
+  /// \param text  UTF-8, may hold the inline tags that the engine knows
+  /// \throws KQError with method "startTalking" if the engine is not active
   void startSynthetizer(const std::string& text);
 
-  /// Stops the utterance that another thread's startSynthetizer() is speaking. Returns once the
-  /// engine was told; the start returns soon after.
+  /// Stops the utterance that startSynthetizer() is speaking in another thread. Does not wait for
+  /// its end; startSynthetizer() returns soon after.
   void stopSynthetizer();
 
-  /// Holds the utterance where it is. Does nothing at all when already paused.
+  /// Pauses the engine and its current utterance. Does nothing if the engine is already paused.
   void pauseSynthetizer();
 
-  /// Lets a paused utterance go on. Does nothing at all when not paused.
+  /// Resumes a paused engine. Does nothing if the engine is not paused.
   void restartSynthetizer();
 
   /// @}
   /// \name Parameters
   /// @{
 
-  /// Sets the speed back to normal.
-  /// \throws KQError with method "setParameter" when the engine is not active
+  /// Resets the speed to normal.
+  /// \throws KQError with method "setParameter" if the engine is not active
   void resetSpeed();
 
-  /// Sets a parameter. Names, units and ranges are the engine's; see its guide.
-  /// \throws KQError of the engine for a name or a value that it does not take
+  /// Sets a parameter. Each engine documents its own names, units and ranges.
+  /// \throws KQError of the engine if it does not accept the name or the value
   void setParameter(const std::string& name, const float& value);
 
   /// The value of a parameter.
-  /// \throws KQError of the engine for a name that it does not know
+  /// \throws KQError of the engine if it does not know the name
   float getParameter(const std::string& name) const;
 
-  /// The names of the engine's parameters. Needs no active engine.
+  /// The names of the engine's parameters. The engine need not be active.
   std::vector<std::string> getAvailableParameters() const;
 
   /// The sampling rate of the audio, in Hz.
-  /// \throws KQError with method "startTalking" when the engine is not active
+  /// \throws KQError with method "startTalking" if the engine is not active
   int getCurrentSamplingRate() const;
 
-  /// Asks whether the engine can speak a text; the engine gives the two strings and the result
-  /// their meaning.
-  /// \throws KQError with method "startTalking" when the engine is not active
+  /// Asks whether the engine can speak a text. The engine defines the meaning of the two strings
+  /// and of the result.
+  /// \throws KQError with method "startTalking" if the engine is not active
   int testTextEncoding(const std::string& first, const std::string& second);
 
   /// @}
   /// \name Languages and voices
   /// @{
 
-  /// Chooses a language.
-  /// \throws KQError whose module is the engine's name when the engine does not offer `language`;
+  /// Selects a language.
+  /// \throws KQError whose module is the engine's name if the engine does not offer `language`;
   ///         nothing has changed then
   void setCurrentLanguage(const std::string& language);
 
-  /// The language that the engine speaks, or "" when it has none.
+  /// The current language, or "" if there is none.
   std::string getCurrentLanguage() const;
 
-  /// Chooses a voice of any language that the engine offers.
-  /// \throws KQError with method "getCurrentLanguage" when the engine is not active, with method
-  ///         "setCurrentLanguage" when it does not offer `voice`; nothing has changed then
+  /// Selects a voice of any language that the engine offers.
+  /// \throws KQError with method "getCurrentLanguage" if the engine is not active, with method
+  ///         "setCurrentLanguage" if it does not offer `voice`; nothing has changed then
   void setCurrentVoice(const std::string& voice);
 
-  /// The voice that the engine speaks with; "default" of an engine that does not name its voices.
+  /// The current voice, or "default" if the engine does not name its voices.
   std::string getCurrentVoice() const;
 
-  /// The voice that a language begins with; "default" of an engine that does not name its voices.
+  /// The voice that is selected together with a language, or "default" if the engine does not name
+  /// its voices.
   std::string getDefaultVoiceForLanguage(const std::string& language) const;
 
   /// The languages, in the engine's order.
   std::vector<std::string> getAvailableLanguages() const;
 
-  /// The voices of the current language: voice name to language name.
+  /// The voices of an engine's current language: voice name to language name.
+  ///
+  /// TextToSpeechManager differs. It returns what each of its engines reported at the manager's
+  /// initialize(): the voices of several languages, which do not change with the current language.
+  /// To list the voices of one language, filter getAllAvailableVoices().
   std::map<std::string, std::string> getAvailableVoices() const;
 
   /// The voices of all languages: voice name to language name.
   std::map<std::string, std::string> getAllAvailableVoices() const;
 
-  /// The languages whose installed package is too old for the engine. Needs no active engine.
+  /// The languages whose installed package is too old for the engine. The engine need not be
+  /// active.
   std::vector<std::string> getOldLanguagesDetected() const;
 
   /// The folder of a voice, or "".
   std::string getVoiceInstallDir(const std::string& voice) const;
 
-  /// Returns to the default voice of the current language.
-  /// \throws KQError with method "AddToDictionary" when the engine is not active
+  /// Selects the default voice of the current language.
+  /// \throws KQError with method "AddToDictionary" if the engine is not active
   void setDefaultVoice();
 
   /// @}
   /// \name Optional features
-  /// An engine without the feature logs a warning, in the category "kqtexttospeechengine", and
+  /// An engine without the feature logs a warning in the category "kqtexttospeechengine" and
   /// changes nothing.
   /// @{
 
-  /// Makes the entries of the user's dictionary hold.
+  /// Applies the user's dictionary to the texts that are spoken from now on.
   void loadDictionary();
 
-  /// Lets the entries of the user's dictionary hold no longer.
-  /// \throws KQError with method "UnloadDictionary" when the engine is not active
+  /// Stops applying the user's dictionary.
+  /// \throws KQError with method "UnloadDictionary" if the engine is not active
   void unloadDictionary();
 
-  /// Shows the user's dictionary; where, is the engine's affair.
-  /// \throws KQError with method "ShowDictionary" when the engine is not active
+  /// Shows the user's dictionary. The engine decides where.
+  /// \throws KQError with method "ShowDictionary" if the engine is not active
   void showDictionary();
 
-  /// Removes an entry of the user's dictionary; the engine gives the strings their meaning.
+  /// Removes an entry of the user's dictionary. The engine defines the meaning of the strings.
   /// \return whether the engine removed it
-  /// \throws KQError with method "DeleteFromDictionary" when the engine is not active
+  /// \throws KQError with method "DeleteFromDictionary" if the engine is not active
   bool deleteFromDictionary(const std::string& first, const std::string& second);
 
-  /// Adds an entry to the user's dictionary; the engine gives the strings their meaning.
+  /// Adds an entry to the user's dictionary. The engine defines the meaning of the strings.
   /// \return whether the engine added it
-  /// \throws KQError with method "AddToDictionary" when the engine is not active
+  /// \throws KQError with method "AddToDictionary" if the engine is not active
   bool addToDictionary(const std::string& first, const std::string& second,
                        const std::string& third, const std::string& fourth,
                        const std::string& fifth);
 
-  /// Switches an effect on or off. Needs no active engine.
+  /// Switches an effect on or off. The engine need not be active.
   void applyEffect(const std::string& effect, bool flag);
 
-  /// Loads an effect from a file, and says so on standard output. Needs no active engine.
+  /// Loads an effect from a file, and reports it on standard output. The engine need not be active.
   void loadEffect(const boost::filesystem::path& file);
 
   /// @}
   /// \name Voice description files
-  /// Need no active engine and log nothing. A file holds a root element with one child for each
-  /// setting, with the attributes "name" and "value"; the tag names are free. Only a regular file
-  /// of at most 8 MiB, not nested deeper than 256 elements, is read. Whatever else the file holds,
-  /// the answer is the value or "".
+  /// These functions work on any engine, active or not, and log nothing. A file has a root element
+  /// with one child for each setting; the child has the attributes "name" and "value", and any tag
+  /// name. Only a regular file of at most 8 MiB that is nested at most 256 elements deep is read.
+  /// For any other file the result is "".
   /// @{
 
-  /// The value of the last setting of that name, or "".
+  /// The value of the last setting with that name, or "".
   std::string getParamFromXml(const std::string& paramName,
                               const boost::filesystem::path& file) const;
 
-  /// The value of "sourceVoice": the voice that a described voice is based on.
+  /// The value of "sourceVoice": the synthesiser's voice that the described voice uses.
   std::string getVoiceNameFromXml(const boost::filesystem::path& file) const;
 
   /// @}
 
-  /// Logs that there is no user dictionary, as a warning in the category "kqtexttospeechengine".
+  /// Logs a warning in the category "kqtexttospeechengine": the engine has no user dictionary.
   static void logWarningUserDictionary() { logMissing(MissingFeature::dictionary); }
 
  protected:
   /// \name Hooks
-  /// Each is called by the public operation of the same name. A hook of an active engine may run
-  /// beside any other hook; only the stop, pause and restart hooks exclude one another. Their order
-  /// is part of the binary interface.
+  /// The public operation of the same name calls each hook, on an active engine only unless the
+  /// hook's comment says otherwise. Hooks may run at the same time in several threads; only the
+  /// stop, pause and restart hooks exclude each other. Their order is part of the binary interface.
   /// @{
 
-  /// Also called on an engine that is not active.
+  /// Also called on an inactive engine.
   virtual std::string xGetName() const = 0;
-  /// Never called on an active engine.
+  /// Called on an inactive engine only.
   /// \return whether the engine is usable now
   virtual bool xInitialize(const std::vector<zu::PackageInfo>& packages) = 0;
-  /// Utterances may be running. terminate() takes no lock: two threads that terminate at once may both
-  /// be here, and the later one may begin when the first is done already.
+  /// Called while utterances may be running. terminate() takes no lock: if two threads call it at
+  /// once, both may call this hook, one after the other or at the same time.
   /// \return whether the engine is shut down now
   virtual bool xTerminate() = 0;
 
-  /// Speaks, tells the callback of it, and returns when the utterance is over.
+  /// Speaks the text, emits its events to the callback, and returns when the utterance is over.
   virtual void xStartSynthetizer(const std::string& text) = 0;
-  /// Ends the utterance that is running, if there is one, without waiting for its end. May be
-  /// called from an event of that utterance, as may the next two.
+  /// Stops the current utterance, if there is one, without waiting for its end. This hook and the
+  /// next two may be called from an event of that utterance.
   virtual void xStopSynthetizer() = 0;
-  /// Called only while isPaused() is false.
+  /// Called only if the engine was not paused; isPaused() is still false.
   virtual void xPauseSynthetizer() = 0;
-  /// Called only after a pause; isPaused() is false already.
+  /// Called only if the engine was paused; isPaused() is already false.
   virtual void xRestartSynthetizer() = 0;
 
-  /// Throws KQError for a name or a value that the engine does not take, and changes nothing then.
+  /// Must throw KQError and change nothing if the engine does not accept the name or the value.
   virtual void xSetParameter(const std::string& name, const float& value) = 0;
-  /// Sets the speed back to normal.
+  /// Resets the speed to normal.
   virtual void xResetSpeed() = 0;
-  /// Throws KQError for a name that the engine does not know.
+  /// Must throw KQError if the engine does not know the name.
   virtual float xGetParameter(const std::string& name) const = 0;
 
-  /// \param language  one that xGetAvailableLanguages() offers
+  /// \param language  one of xGetAvailableLanguages()
   virtual void xSetCurrentLanguage(const std::string& language) = 0;
-  /// \param voice  one that xGetAllAvailableVoices() offers
+  /// \param voice  one of xGetAllAvailableVoices()
   virtual void xSetCurrentVoice(const std::string& voice) = 0;
-  /// Also called on an engine that is not active. A subset of xGetAvailableLanguages().
+  /// Returns a subset of xGetAvailableLanguages(). Also called on an inactive engine.
   virtual std::vector<std::string> xGetOldLanguagesDetected() const = 0;
-  /// Those of all languages; of the current one alone unless overridden.
+  /// Returns the voices of all languages. The default returns those of the current language.
   virtual std::map<std::string, std::string> xGetAllAvailableVoices() const {
     return xGetAvailableVoices();
   }
-  /// Those of the current language, each with its language.
+  /// Returns the voices of the current language: voice name to language name.
   virtual std::map<std::string, std::string> xGetAvailableVoices() const = 0;
-  /// In the engine's order, each once.
+  /// Returns each language once, in the engine's order.
   virtual std::vector<std::string> xGetAvailableLanguages() const = 0;
 
-  /// Also called on an engine that is not active.
+  /// Returns the names of the parameters. Also called on an inactive engine.
   virtual std::vector<std::string> xGetAvailableParameters() const = 0;
-  /// In Hz.
+  /// Returns the sampling rate in Hz.
   virtual int xGetCurrentSamplingRate() const = 0;
-  /// The engine gives the strings and the result their meaning.
+  /// The engine defines the meaning of the strings and of the result.
   virtual int xTestTextEncoding(const std::string& first, const std::string& second) = 0;
 
-  /// The folder of a voice; "" unless overridden.
+  /// Returns the folder of a voice. The default returns "".
   virtual std::string xGetVoiceInstallDir(const std::string& voice) const {
     static_cast<void>(voice);
     return "";
   }
-  /// "" when there is none.
+  /// Returns the current language, or "" if there is none.
   virtual std::string xGetCurrentLanguage() const = 0;
-  /// "default" unless overridden.
+  /// Returns the current voice. The default returns "default".
   virtual std::string xGetCurrentVoice() const { return "default"; }
-  /// "default" unless overridden.
+  /// Returns the voice that is selected together with a language. The default returns "default".
   virtual std::string xGetDefaultVoiceForLanguage(const std::string& language) const {
     static_cast<void>(language);
     return "default";
   }
 
-  /// Logs that there is no user dictionary unless overridden, as do the next four.
+  /// The default logs that there is no user dictionary; so do the defaults of the next four.
   virtual void xLoadDictionary() { logWarningUserDictionary(); }
   /// \copydoc xLoadDictionary
   virtual void xUnloadDictionary() { logWarningUserDictionary(); }
@@ -330,10 +336,9 @@ class KQTTS_EXPORT TextToSpeechEngine {
     return false;
   }
 
-  /// Logs that there is no default voice unless overridden.
+  /// The default logs that there is no default voice.
   virtual void xSetDefaultVoice() { logMissing(MissingFeature::defaultVoice); }
-  /// Logs that there is no such effect unless overridden. Also called on an engine that is not
-  /// active.
+  /// The default logs that there is no such effect. Also called on an inactive engine.
   virtual void xApplyEffect(const std::string& effect, bool flag) {
     static_cast<void>(effect);
     static_cast<void>(flag);
@@ -347,17 +352,17 @@ class KQTTS_EXPORT TextToSpeechEngine {
 
   /// @}
   /// \name Fields
-  /// Their order is part of the binary interface. The flags are shared between threads without a
-  /// lock: reach them through boost::atomic_ref.
+  /// Their order is part of the binary interface. Threads share the flags without a lock: access
+  /// them through boost::atomic_ref.
   /// @{
 
   boost::shared_ptr<TTSLanguageInfo> languageInfo;  ///< set at construction
   bool active;                                      ///< shared flag; see isInitialized()
   bool reserved;                                    ///< never read or written
-  bool talking;  ///< shared flag: startSynthetizer() is inside its hook, or its hook threw and no
-                 ///< stop came since
+  bool talking;  ///< shared flag: startSynthetizer() is inside its hook, or its hook threw and
+                 ///< stopSynthetizer() was not called since
   bool paused;   ///< shared flag, written under `mutex`; see isPaused()
-  boost::mutex mutex;   ///< held by stop, pause and restart, hooks included
+  boost::mutex mutex;   ///< held by stop, pause and restart, also while their hooks run
   bool reservedFirst;   ///< never read or written
   bool reservedSecond;  ///< never read or written
   TextToSpeechEngineCallbackInterface* callback;  ///< set at construction; not owned
@@ -368,10 +373,10 @@ class KQTTS_EXPORT TextToSpeechEngine {
  private:
   enum class MissingFeature { dictionary, defaultVoice, applyEffect, loadEffect };
 
-  /// Logs the warning that stands for a feature that this engine lacks.
+  /// Logs the warning about a feature that this engine lacks.
   static void logMissing(MissingFeature feature);
 
-  /// \throws KQError with this method text unless the engine is active
+  /// \throws KQError with this method text if the engine is not active
   void requireActive(const char* method) const;
 };
 

@@ -15,101 +15,106 @@ namespace KQ {
 
 class EngineLibraries;
 
-/// All installed engines behind one engine: loads the plug-ins "aitalk", "nuance" and "log", and
-/// routes each operation to the engine that serves the current language or the voice asked for.
+/// One engine that serves all installed engines. It loads the plug-ins "aitalk", "nuance" and
+/// "log", and routes each operation to the engine that serves the current language or the given
+/// voice.
 ///
-/// Where several engines offer a language or a voice, the last one in the order of plug-in names
-/// has it: "nuance" before "log" before "aitalk".
+/// If several engines offer a language or a voice, the one whose plug-in name comes last serves it:
+/// "nuance" wins over "log", and "log" over "aitalk".
+///
+/// **Voices.** getAllAvailableVoices() returns the voices of all engines. getAvailableVoices()
+/// returns the voices that each engine offered for the language it had when the manager was
+/// initialised; it does not follow the manager's current language. Neither changes until the next
+/// initialize().
 ///
 /// **Errors** are KQError with module "TextToSpeechManager" unless they come from the engine. An
 /// operation on a language that no engine serves throws with method "xGetEngine" and description
 /// "LANGUAGE is not currently supported or not installed.".
 ///
-/// **Threads.** As for every engine. Starting, the parameter operations and the choice of language
-/// or voice exclude one another for as long as they run; stop, pause, restart and all getters do
-/// not wait for them. terminate() may run beside anything: an engine lives on for the calls that
-/// still use it, and its library is closed when it is gone. Only if an operation ends with an
-/// exception that may live in the plug-in's own library does that library stay open for the life of
-/// the process.
+/// **Threads.** As for every engine. In addition, starting, the parameter operations and the
+/// selection of a language or voice exclude each other; stop, pause, restart and all getters do not
+/// wait for them. terminate() may run at the same time as any other call: an engine stays alive
+/// until the last call that uses it returns, and its library is closed after that. A library stays
+/// open until the process ends if an operation threw an exception whose code may be in it.
 ///
-/// **Events.** An event comes while its thread is inside startSynthetizer(). From there stop, pause,
-/// restart and all getters but getParameter() work. What would wait for the utterance of its own
-/// thread throws KQError instead: start, the parameter operations, the choice of language or voice,
-/// and initialize(). Such an operation of another manager waits for a second at most.
+/// **Events.** During an event, its thread is inside startSynthetizer(). An event may call stop,
+/// pause, restart and all getters but getParameter(). Operations that would wait for the utterance
+/// of their own thread throw KQError: start, the parameter operations, the selection of a language
+/// or voice, and initialize(). Such an operation of another manager waits for a second at most.
 ///
-/// **Fork.** In a process that was forked after initialize(), the engines cannot be used: operations
-/// throw KQError, and terminate() and destruction leave the engines alone. After terminate() the
-/// manager can be initialised anew.
+/// **Fork.** In a process that was forked after initialize(), the engines cannot be used:
+/// operations throw KQError, and terminate() and destruction do not touch the engines. After
+/// terminate() the manager can be initialised again.
 class KQTTS_EXPORT TextToSpeechManager : public TextToSpeechEngine {
  public:
-  /// Loads nothing yet; initialize() does.
-  /// \param callback      handed to every engine; not owned, may be null
-  /// \param languageInfo  handed to every engine
+  /// Loads no plug-in; initialize() does.
+  /// \param callback      passed to every engine; not owned, may be null
+  /// \param languageInfo  passed to every engine
   TextToSpeechManager(TextToSpeechEngineCallbackInterface* callback,
                       boost::shared_ptr<TTSLanguageInfo> languageInfo);
 
-  /// Terminates first. An exception of an engine's shut-down ends the process.
+  /// Calls terminate(). If an engine's shut-down throws, the process ends.
   ~TextToSpeechManager() override;
 
   /// \name The registry of engines
   /// @{
 
-  /// Loads one plug-in and initialises its engine, which replaces an earlier one of that name. The
-  /// routing tables stay as they are.
+  /// Loads one plug-in and initialises its engine. It replaces an earlier engine of that name. The
+  /// routing tables do not change.
   /// \return whether the engine is in the registry now
   /// \throws whatever the plug-in or its engine throws
   bool xLoadPlugin(const std::string& name, const std::vector<zu::PackageInfo>& packages,
                    boost::shared_ptr<TTSLanguageInfo> languageInfo);
 
-  /// Terminates one engine, drops it and closes its library once no call uses the engine any more.
-  /// The routing tables stay as they are.
+  /// Terminates one engine and removes it from the registry. Its library is closed when no call
+  /// uses the engine any more. The routing tables do not change.
   /// \return whether there was an engine of that name
-  /// \throws whatever the engine's terminate() throws; the engine is still in the registry then
+  /// \throws whatever the engine's terminate() throws; the engine then stays in the registry
   bool xUnloadPlugin(const std::string& name);
 
   /// @}
   /// \name Routing
-  /// The pointer returned keeps the engine alive and its library open; hold it for one call only. If
-  /// that call throws, hold it until the exception is gone, whose code may be in that library.
+  /// The returned pointer keeps the engine alive and its library open. Hold it for one call only.
+  /// If that call throws, hold it until the exception is destroyed: its code may be in the library.
   /// @{
 
   /// The engine that serves a language.
-  /// \throws KQError when there is none
+  /// \throws KQError if there is none
   boost::shared_ptr<TextToSpeechEngine> xGetEngine(const std::string& language) const;
 
   /// The engine that serves the current language.
-  /// \throws KQError when there is none
+  /// \throws KQError if there is none
   boost::shared_ptr<TextToSpeechEngine> xGetRelevantEngine() const;
 
-  /// As xGetEngine(), in other words: method "xGetDefaultVoiceForLanguage", description "No engine
-  /// found for LANGUAGE language".
+  /// Like xGetEngine(), with another error: method "xGetDefaultVoiceForLanguage", description "No
+  /// engine found for LANGUAGE language".
   boost::shared_ptr<TextToSpeechEngine> xGetRelevantEngine(const std::string& language) const;
 
   /// The language of a voice.
-  /// \throws KQError when no engine offers the voice
+  /// \throws KQError if no engine offers the voice
   std::string getLanguage(const std::string& voice);
 
   /// @}
   /// \name Forwarded operations
-  /// These go straight to the engine of the current language, whose own checks hold, and hide the
-  /// operations of the same name that every engine has.
+  /// These call the engine of the current language directly, and that engine checks whether it is
+  /// active. They hide the operations of the same name in the base class.
   /// @{
 
   /// Forwards to the engine.
-  /// \throws KQError with method "pauseSynthetizer" when there is no current language
+  /// \throws KQError with method "pauseSynthetizer" if there is no current language
   void enableFilter(bool enable) override;
   /// \copydoc enableFilter
   void loadEffect(const std::string& file);
   /// \copydoc enableFilter
   void applyEffect(const std::string& effect, bool flag);
 
-  /// Returns to the default voice of the current language.
-  /// \throws KQError when no engine serves the current language
+  /// Selects the default voice of the current language.
+  /// \throws KQError if no engine serves the current language
   void setDefaultVoice();
-  /// Asks the engine of the language that `second` names, whatever the current one is.
+  /// Asks the engine that serves the language `second`, whatever the current language is.
   int testTextEncoding(const std::string& first, const std::string& second);
   /// Forwards to the engine.
-  /// \throws KQError when no engine serves the current language
+  /// \throws KQError if no engine serves the current language
   void loadDictionary();
   /// \copydoc loadDictionary
   void unloadDictionary();
@@ -126,8 +131,9 @@ class KQTTS_EXPORT TextToSpeechManager : public TextToSpeechEngine {
 
  protected:
   /// \name Hooks
-  /// Those that act on an engine route to the one that serves the current language, and throw
-  /// KQError with the description "You need to specify a language first." when there is none.
+  /// A hook that needs an engine calls the one that serves the current language. If there is no
+  /// current language, it throws KQError with the description "You need to specify a language
+  /// first.".
   /// @{
 
   std::string xGetName() const override;
@@ -162,18 +168,19 @@ class KQTTS_EXPORT TextToSpeechManager : public TextToSpeechEngine {
   boost::shared_ptr<TTSLanguageInfo> sharedLanguageInfo;  ///< set at construction
 
   // Guarded by tablesMutex.
-  std::string currentLanguage;  ///< that of the engine chosen last, or ""
+  std::string currentLanguage;  ///< the current language of the engine selected last, or ""
   std::map<std::string, boost::shared_ptr<TextToSpeechEngine>> engines;  ///< by plug-in name
   std::map<std::string, std::string> languageEngines;  ///< language to plug-in name
   std::map<std::string, std::string> voiceLanguages;   ///< voice to language
   std::map<std::string, std::string>
-      availableVoices;  ///< as the engines' getAvailableVoices() says
+      availableVoices;  ///< each engine's getAvailableVoices(), taken at initialize()
 
-  mutable boost::mutex managerMutex;  ///< excludes operations; see the class's "Threads"
-  TtsPluginManager pluginManager;     ///< reached through `libraries`, which serialises
+  mutable boost::mutex managerMutex;  ///< serialises operations; see the class's "Threads"
+  TtsPluginManager pluginManager;     ///< call it through `libraries`, which serialises the calls
   TextToSpeechEngineCallbackInterface* engineCallback;  ///< set at construction; not owned
 
-  /// A leaf: guards the tables and currentLanguage, and is never held across a call into an engine.
+  /// Guards the tables and currentLanguage. Never held while an engine is called or another lock
+  /// is taken.
   mutable boost::mutex tablesMutex;
   boost::shared_ptr<EngineLibraries> libraries;  ///< set at construction
 
@@ -186,14 +193,16 @@ class KQTTS_EXPORT TextToSpeechManager : public TextToSpeechEngine {
   boost::shared_ptr<TextToSpeechEngine> registered(const std::string& name) const;
   std::optional<std::string> languageOf(const std::string& voice) const;
 
-  /// These two are called with tablesMutex held; the second throws where the first gives null.
+  /// The engine that serves a language. The caller holds tablesMutex. If there is no such engine,
+  /// findEngine() returns null and engineOf() throws.
   boost::shared_ptr<TextToSpeechEngine> findEngine(const std::string& language) const;
   boost::shared_ptr<TextToSpeechEngine> engineOf(const std::string& language) const;
 
   /// The engine that serves a language, or null.
   boost::shared_ptr<TextToSpeechEngine> serving(const std::string& language) const;
 
-  /// The engine of the current language; \throws KQError with this method text when there is none.
+  /// The engine of the current language.
+  /// \throws KQError with this method text if there is no current language
   boost::shared_ptr<TextToSpeechEngine> currentEngineFor(const char* method) const;
 
   template <typename Operation>

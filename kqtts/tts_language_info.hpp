@@ -7,16 +7,16 @@
 
 namespace KQ {
 
-/// The table that relates language names ("French", "EnglishGB") to locale codes ("fr_FR",
-/// "en_GB"). A host creates one and shares it with the manager and, through it, with every engine.
+/// A table of language names ("French", "EnglishGB") and locale codes ("fr_FR", "en_GB"). A host
+/// creates one and passes it to the manager, which passes it to every engine.
 ///
 /// Names and codes are compared byte by byte. Unknown or empty input gives an empty string, never
-/// an error. Look-ups may run at once from any threads; addLanguage() must not run beside any other
-/// operation on the same table.
+/// an error. Any number of threads may look up at the same time; addLanguage() must not run at the
+/// same time as any other operation on the same table.
 class KQTTS_EXPORT TTSLanguageInfo {
  public:
-  /// Fills the table with the 28 built-in languages, and logs each language's name at level info in
-  /// the category "tts.preference".
+  /// Fills the table with the 28 built-in languages. Logs the name of each at level info in the
+  /// category "tts.preference".
   TTSLanguageInfo();
 
   /// The language of a locale, or "".
@@ -25,18 +25,17 @@ class KQTTS_EXPORT TTSLanguageInfo {
   /// The locale of a language, or "".
   std::string getLocale(std::string language);
 
-  /// Adds a language and its locale, or overwrites either's entry. Ignored when one of them is
+  /// Adds a language and its locale, or overwrites their entries. Does nothing if one of them is
   /// empty.
   ///
-  /// Only the two entries named are touched: a language that is given a new locale is still what
-  /// its old locale stands for, and a locale that is given a new language is still the old one's
-  /// locale.
+  /// Changes these two entries only. If a language gets a new locale, its old locale still maps to
+  /// it; if a locale gets a new language, the old language still maps to that locale.
   void addLanguage(std::string language, std::string locale);
 
-  /// The languages that some locale stands for, each once, in byte order.
+  /// The languages that at least one locale maps to, each once, in byte order.
   std::vector<std::string> getLanguages();
 
-  /// The locales that some language has, each once, in byte order.
+  /// The locales that at least one language maps to, each once, in byte order.
   std::vector<std::string> getLocales();
 
  protected:

@@ -4,29 +4,29 @@
 #include <cstdint>
 #include <zu/export.hpp>
 
-/// How an utterance came to its end.
+/// Why an utterance ended.
 enum class SpeechEnd {
-  finished,  ///< all of the text was spoken
-  stopped,   ///< a stop, or a sink that wants no more audio, cut it short
-  failed     ///< the engine could not go on
+  finished,  ///< the whole text was spoken
+  stopped,   ///< the host stopped it, or onAudio() returned false
+  failed     ///< an error ended it
 };
 
 /// A word of the text that is spoken.
 struct SpeechWord {
-  std::size_t textOffset;        ///< first byte of the word in the text that was handed over
-  std::size_t textLength;        ///< bytes of the word
+  std::size_t textOffset;        ///< first byte of the word in the text given to startSynthetizer()
+  std::size_t textLength;        ///< length of the word in bytes
   std::uint64_t samplePosition;  ///< samples from the start of the utterance to the word's audio
 };
 
-/// What an engine tells its host while it speaks. The host implements what it wants to hear.
+/// The events of an utterance. The host overrides the functions that it needs.
 ///
-/// Events of one utterance come in this order: onStart, then audio, words and marks, then exactly
-/// one onEnd. A word or mark is told before the audio that holds its sample. All events of one
-/// utterance come from one thread, the one that called startSynthetizer(), while that call runs;
-/// utterances of different threads may overlap unless the engine serialises them. An implementation
-/// may call stopSynthetizer(), pauseSynthetizer() and restartSynthetizer() from an event, but must
-/// not start another utterance on the same engine. An exception that it throws ends the utterance
-/// as failed and passes through startSynthetizer().
+/// The events of one utterance come in this order: onStart, then audio, words and marks, then
+/// exactly one onEnd. The event of a word or mark comes before the audio that holds its sample. The
+/// thread that called startSynthetizer() emits all events of its utterance before that call
+/// returns. Utterances of different threads may overlap unless the engine serialises them. An event
+/// may call stopSynthetizer(), pauseSynthetizer() and restartSynthetizer(), but must not start
+/// another utterance on the same engine. If an event throws, the utterance ends as failed and
+/// startSynthetizer() throws the same exception.
 class ZU_EXPORT TextToSpeechEngineCallbackInterface {
  public:
   TextToSpeechEngineCallbackInterface();
@@ -38,11 +38,11 @@ class ZU_EXPORT TextToSpeechEngineCallbackInterface {
   /// An utterance begins.
   virtual void onStart() {}
 
-  /// Audio of the utterance: mono, 16 bit signed, native byte order.
+  /// Receives audio of the utterance: mono, 16 bit signed, native byte order.
   /// \param samples       valid during the call only; not null unless `count` is 0
   /// \param count         number of samples
-  /// \param samplingRate  in Hz, the same throughout an utterance
-  /// \return false for "no more": the engine ends the utterance as stopped
+  /// \param samplingRate  in Hz; the same throughout an utterance
+  /// \return true to continue; false ends the utterance as stopped
   virtual bool onAudio(const std::int16_t* samples, std::size_t count, int samplingRate) {
     static_cast<void>(samples);
     static_cast<void>(count);
@@ -50,7 +50,7 @@ class ZU_EXPORT TextToSpeechEngineCallbackInterface {
     return true;
   }
 
-  /// A mark that stands in the text.
+  /// A mark of the text is reached.
   /// \param number          the mark's number
   /// \param samplePosition  samples from the start of the utterance to the mark
   virtual void onMark(int number, std::uint64_t samplePosition) {
@@ -61,6 +61,6 @@ class ZU_EXPORT TextToSpeechEngineCallbackInterface {
   /// A word begins.
   virtual void onWord(const SpeechWord& word) { static_cast<void>(word); }
 
-  /// The utterance is over; nothing more comes of it.
+  /// The utterance is over. This is its last event.
   virtual void onEnd(SpeechEnd end) { static_cast<void>(end); }
 };

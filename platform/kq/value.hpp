@@ -8,24 +8,24 @@
 
 /// The framework's dynamic value: null, bool, int, float, string or array of values.
 ///
-/// A plain value: copies are deep. Access to a value of another kind throws KQError (module
-/// "KQValue"), and nothing is converted: an int is not a float. One instance may be read from
-/// several threads, not changed.
+/// A plain value: copies are deep. Access as another kind throws KQError (module "KQValue");
+/// nothing is converted, so an int is not a float. Several threads may read one instance at the
+/// same time, as long as none changes it.
 class ZU_EXPORT KQValue {
  public:
   KQValue();                                     ///< null
   KQValue(bool value);                           ///< a bool
   KQValue(int value);                            ///< an int
   KQValue(float value);                          ///< a float
-  KQValue(const char* value);                    ///< a string; null gives the null value
+  KQValue(const char* value);                    ///< a string; a null pointer gives the null value
   KQValue(std::string value);                    ///< a string
   KQValue(const KQValue& other);                 ///< a deep copy
   KQValue(KQValue&& other) noexcept;             ///< the source may be assigned to or destroyed
   KQValue& operator=(const KQValue& other);      ///< a deep copy
   KQValue& operator=(KQValue&& other) noexcept;  ///< the source may be assigned to or destroyed
-  ~KQValue();                                    ///< with all elements
+  ~KQValue();                                    ///< destroys all elements
 
-  /// An array of these values.
+  /// Makes an array of these values.
   static KQValue array(std::initializer_list<KQValue> elements = {});
 
   /// Appends an element.

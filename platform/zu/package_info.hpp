@@ -7,7 +7,7 @@ namespace zu {
 
 /// One installed package, as the host found it.
 struct PackageInfo {
-  std::string uuid;     ///< tells packages apart; never interpreted
+  std::string uuid;     ///< unique for each package; never interpreted
   std::string version;  ///< numbers separated by dots
   std::string path;     ///< the package's folder
 };
