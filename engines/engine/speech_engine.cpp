@@ -6,6 +6,7 @@
 #include <zu/log.hpp>
 
 #include "engine/warning.hpp"
+#include "text/language_rewriter.hpp"
 #include "text/utf8.hpp"
 
 namespace KQ::engines {
@@ -132,10 +133,9 @@ void SpeechEngine::xStartSynthetizer(const std::string& text) {
   const Sound wanted = sound(*now);
   utterance.setEffects(wanted.effects);
   const auto dictionary = dictionaries.loaded(now->language);
-  SpokenText spoken(text, dictionary.get());
-  if (dictionary) {
-    utterance.setText(spoken);
-  }
+  LanguageRewriter rewriter(now->synthesizer->language(wanted.settings.sourceVoice));
+  SpokenText spoken(text, dictionary.get(), &rewriter);
+  utterance.setText(spoken);
   now->synthesizer->speak(spoken, wanted.settings, utterance);
 }
 

@@ -28,6 +28,10 @@ class Synthesizer {
   /// Whether it has a voice of that name.
   virtual bool hasVoice(const std::string& sourceVoice) const = 0;
 
+  /// The language in which it reads with a voice, as a locale calls it: signs are written as words of
+  /// it. "" leaves the text as it is.
+  virtual std::string language(const std::string& /*sourceVoice*/) const { return ""; }
+
   /// How much of a change of pitch it can make itself; the rest is made of its audio.
   /// \param factor  0.25 to 4, of all the changes but inline tags together
   virtual float ownPitchShift(float factor) const { return factor; }

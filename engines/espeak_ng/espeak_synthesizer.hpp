@@ -19,6 +19,9 @@ class EspeakSynthesizer : public Synthesizer {
   bool hasVoice(const std::string& sourceVoice) const override {
     return !library.voiceFile(sourceVoice).empty();
   }
+  std::string language(const std::string& sourceVoice) const override {
+    return languageOfVoice(library.voiceFile(sourceVoice));
+  }
   /// What it reaches with all voices.
   float ownPitchShift(float factor) const override { return std::clamp(factor, 0.75F, 1.6F); }
   void speak(SpokenText& text, const SpeechSettings& settings, Utterance& utterance) override;

@@ -63,11 +63,23 @@ constexpr std::array<Script, 29> ownVoicesScripts{
      {0xA700, 0xD7FF, " ko "},
      {0xFF00, 0xFFEF, " cmn yue hak ja ko "}}};
 
-/// Latin letters, punctuation and signs of money, which every voice knows.
+/// What is safe with every voice: Latin letters, marks, punctuation, signs and emoji.
+constexpr std::array<std::pair<char32_t, char32_t>, 11> common{{{0x0000, 0x036F},
+                                                                {0x1AB0, 0x1AFF},
+                                                                {0x1DC0, 0x1EFF},
+                                                                {0x2000, 0x27FF},
+                                                                {0x2900, 0x2BFF},
+                                                                {0x2C60, 0x2C7F},
+                                                                {0x2E00, 0x2E5F},
+                                                                {0x3000, 0x303F},
+                                                                {0xA720, 0xA7FF},
+                                                                {0xFE00, 0xFE6F},
+                                                                {0x1F000, 0x1FAFF}}};
+
 bool isCommon(char32_t point) {
-  return point <= 0x024F || (point >= 0x1E00 && point <= 0x1EFF) ||
-         (point >= 0x2010 && point <= 0x2027) || (point >= 0x20A0 && point <= 0x20BF) ||
-         (point >= 0x3000 && point <= 0x3020);
+  return std::any_of(common.begin(), common.end(), [point](const auto& range) {
+    return point >= range.first && point <= range.second;
+  });
 }
 
 /// \param language  with a blank before and behind
@@ -78,12 +90,6 @@ bool isSpoken(std::string_view character, const std::string& language) {
            return point >= script.first && point <= script.last &&
                   script.languages.find(language) != std::string_view::npos;
          });
-}
-
-/// The language of "inc/hi-x+f2" is " hi ".
-std::string languageOf(const std::string& voiceFile) {
-  const std::string name = voiceFile.substr(voiceFile.rfind('/') + 1);
-  return ' ' + name.substr(0, name.find_first_of("-+")) + ' ';
 }
 
 /// The bytes that are read as they are, with or without markup around them.
@@ -201,6 +207,11 @@ class Appender {
 
 }  // namespace
 
+std::string languageOfVoice(const std::string& voiceFile) {
+  const std::string name = voiceFile.substr(voiceFile.rfind('/') + 1);
+  return name.substr(0, name.find_first_of("-+"));
+}
+
 void EspeakText::clear() {
   text.clear();
   isMarkup = false;
@@ -226,7 +237,9 @@ EspeakParameters::EspeakParameters(const SpeechSettings& settings, int pitchPerc
 EspeakTextWriter::EspeakTextWriter(const SpokenText& sourceText,
                                    const SpeechSettings& speechSettings,
                                    const std::string& voiceFile)
-    : source(sourceText), settings(speechSettings), language(languageOf(voiceFile)) {}
+    : source(sourceText),
+      settings(speechSettings),
+      language(' ' + languageOfVoice(voiceFile) + ' ') {}
 
 void EspeakTextWriter::write(const TextChunk& chunk, EspeakText& written) {
   written.clear();

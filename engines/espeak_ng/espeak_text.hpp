@@ -21,6 +21,9 @@ struct EspeakParameters {
                             int volumePercent = 100);
 };
 
+/// The language of a voice's file: "hi" of "inc/hi-x+f2".
+std::string languageOfVoice(const std::string& voiceFile);
+
 /// A chunk in the form that eSpeak NG reads.
 struct EspeakText {
   /// A run of characters that are the source's own.

@@ -17,6 +17,7 @@ class FliteSynthesizer : public Synthesizer {
   bool hasVoice(const std::string& sourceVoice) const override {
     return library.hasVoice(sourceVoice);
   }
+  std::string language(const std::string& /*sourceVoice*/) const override { return "en"; }
   /// What it reaches with all voices.
   float ownPitchShift(float factor) const override { return std::clamp(factor, 0.6F, 2.F); }
   void speak(SpokenText& text, const SpeechSettings& settings, Utterance& utterance) override;

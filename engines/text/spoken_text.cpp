@@ -28,7 +28,7 @@ std::size_t characterEnd(std::string_view text, std::size_t place) {
 }  // namespace
 
 std::optional<MarkupItem> SpokenText::next() {
-  if (dictionary == nullptr) {
+  if (dictionary == nullptr && rewriter == nullptr) {
     return reader.next();
   }
   if (taken == end) {
@@ -46,36 +46,65 @@ std::optional<MarkupItem> SpokenText::next() {
 
 MarkupItem SpokenText::takeTag(const MarkupItem& tag) {
   MarkupItem item = tag;
-  item.offset = window.end();
+  item.offset = spokenEnd();
   end = tag.offset + tag.length;
   takeUpTo(end);
   return item;
 }
 
 MarkupItem SpokenText::takeText() {
-  const WordParts parts(original);
-  const std::size_t offset = window.end();
-  const std::size_t limit = std::min(end, taken + enoughAtOnce);
-  std::size_t place = taken;
-  while (place < limit && window.end() - offset < enoughAtOnce) {
-    if (!parts.beginsAt(place)) {
-      ++place;
-      continue;
-    }
-    const DictionaryMatch match = dictionary->matchAt(original, place);
-    if (match.entry != nullptr) {
-      takeUpTo(place);
-      replace(*match.entry, match.length);
-    }
-    place += match.length;
-  }
-  takeUpTo(characterEnd(original, place));
+  const std::size_t offset = spokenEnd();
+  findReplacements(stretchEnd());
   // Where the original is in pieces, a word may stand in two of them.
   while (taken > end) {
     const MarkupItem item = reader.next().value();
     end = item.offset + item.length;
   }
-  return {MarkupItem::Kind::text, 0, offset, window.end() - offset};
+  return {MarkupItem::Kind::text, 0, offset, spokenEnd() - offset};
+}
+
+/// Where the next stretch of text ends: with a word, if a blank is near.
+std::size_t SpokenText::stretchEnd() const {
+  if (end - taken <= enoughAtOnce) {
+    return end;
+  }
+  const std::string_view stretch = original.substr(taken, enoughAtOnce);
+  const std::size_t blank = stretch.find_last_of(" \n");
+  return blank == std::string_view::npos ? characterEnd(original, taken + enoughAtOnce)
+                                         : taken + blank + 1;
+}
+
+/// Takes the text up to a place, with what is to be replaced before it.
+void SpokenText::findReplacements(std::size_t limit) {
+  const std::string_view text = original.substr(0, end);
+  const WordParts parts(original);
+  const std::size_t begin = spokenEnd();
+  const auto nextRewrite = [&](std::size_t place) {
+    return rewriter == nullptr ? std::nullopt : rewriter->next(text, place, limit);
+  };
+  std::size_t place = taken;
+  std::optional<Rewrite> rewrite = nextRewrite(place);
+  while (place < limit && spokenEnd() - begin < enoughAtOnce) {
+    DictionaryMatch match{nullptr, 1};
+    if (dictionary != nullptr && parts.beginsAt(place)) {
+      match = dictionary->matchAt(original, place);
+    }
+    const bool isRewritten = rewrite && rewrite->offset <= place;
+    if (match.entry == nullptr && !isRewritten) {
+      place = dictionary != nullptr ? place + match.length : rewrite ? rewrite->offset : limit;
+      continue;
+    }
+    if (isRewritten) {
+      takeUpTo(rewrite->offset);
+      replace(*rewrite);
+    } else {
+      takeUpTo(place);
+      replace(*match.entry, match.length);
+    }
+    place = taken;
+    rewrite = nextRewrite(place);
+  }
+  takeUpTo(std::max(characterEnd(original, place), taken));
 }
 
 /// Takes the original as it is.
@@ -88,26 +117,47 @@ void SpokenText::takeUpTo(std::size_t place) {
     window.text += ' ';
     ++replacements.back().length;
   }
-  window.text += some;
+  if (isCopied) {
+    window.text += some;
+  }
   lastEntry = nullptr;
   taken = place;
 }
 
+/// From here on the text is copied, and what was read and is still asked for.
+void SpokenText::copy() {
+  if (!isCopied) {
+    window.begin = released;
+    window.text = original.substr(released, taken - released);
+    isCopied = true;
+  }
+}
+
+void SpokenText::replace(const Rewrite& rewrite) {
+  copy();
+  replacements.push_back({window.end(), rewrite.text.size(), taken, rewrite.length});
+  window.text += rewrite.text;
+  lastEntry = nullptr;
+  taken += rewrite.length;
+}
+
 void SpokenText::replace(const DictionaryEntry& entry, std::size_t length) {
+  copy();
   const std::size_t offset = window.end();
   const std::string_view before =
       lastEntry != nullptr ? lastEntry->replacement : original.substr(0, taken);
   if (joinWords(before, entry.replacement)) {
     window.text += ' ';
   }
-  window.text += entry.replacement;
+  window.text += rewriter == nullptr ? entry.replacement : rewritten(*rewriter, entry.replacement);
   replacements.push_back({offset, window.end() - offset, taken, length});
   lastEntry = &entry;
   taken += length;
 }
 
 void SpokenText::release(std::size_t offset) {
-  if (dictionary == nullptr || offset < window.begin + enoughToForget ||
+  released = offset;
+  if (!isCopied || offset < window.begin + enoughToForget ||
       offset - window.begin < window.text.size() / 2) {
     return;
   }

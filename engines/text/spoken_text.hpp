@@ -9,21 +9,26 @@
 
 #include "dictionary/user_dictionary.hpp"
 #include "text/markup_reader.hpp"
+#include "text/text_rewriter.hpp"
 
 namespace KQ::engines {
 
-/// A text with inline tags as it is spoken: with the words of a user's dictionary replaced.
+/// A text with inline tags as it is spoken: with the words of a user's dictionary replaced, and what
+/// the synthesiser does not read as it is written.
 ///
 /// It is replaced as it is read, piece by piece, so that neither the time nor the memory up to a
-/// place depends on what stands behind it; where the pieces end changes nothing. Offsets count in
-/// the text with the replacements. A replacement gets a blank at its side where its word would be
-/// one with the next: only scripts without blanks have words side by side.
+/// place depends on what stands after it; where the pieces end changes nothing. Text in which nothing
+/// is replaced is not copied. Offsets count in the text with the replacements. A word of the
+/// dictionary gets a blank at its side where its replacement would be one with the next: only scripts
+/// without blanks have words side by side.
 class SpokenText {
  public:
   /// \param original    stays alive and as it is
-  /// \param dictionary  stays alive and as it is; null if nothing is to be replaced
-  explicit SpokenText(std::string_view original, const UserDictionary* dictionary = nullptr)
-      : original(original), dictionary(dictionary), reader(original) {}
+  /// \param dictionary  stays alive and as it is; null for none
+  /// \param rewriter    stays alive, and serves nobody else; null for none
+  explicit SpokenText(std::string_view original, const UserDictionary* dictionary = nullptr,
+                      TextRewriter* rewriter = nullptr)
+      : original(original), dictionary(dictionary), rewriter(rewriter), reader(original) {}
 
   /// The next piece, or none at the end. Tags are those of the original, whatever is put between
   /// them.
@@ -35,7 +40,7 @@ class SpokenText {
   /// A part of what was read and not released. \return valid until the next call of next() or
   /// release()
   std::string_view view(std::size_t offset, std::size_t length) const {
-    return dictionary == nullptr ? original.substr(offset, length) : window.substr(offset, length);
+    return isCopied ? window.substr(offset, length) : original.substr(offset, length);
   }
 
   /// Nothing before that place is asked for any more.
@@ -66,16 +71,23 @@ class SpokenText {
 
   MarkupItem takeTag(const MarkupItem& tag);
   MarkupItem takeText();
+  void findReplacements(std::size_t limit);
+  std::size_t stretchEnd() const;
+  std::size_t spokenEnd() const { return isCopied ? window.end() : taken; }
   void takeUpTo(std::size_t place);
   void replace(const DictionaryEntry& entry, std::size_t length);
+  void replace(const Rewrite& rewrite);
+  void copy();
   const Replacement* lastReplacementUpTo(std::size_t offset) const;
 
   std::string_view original;
   const UserDictionary* dictionary;
+  TextRewriter* rewriter;
   MarkupReader reader;
-  // Without a dictionary, nothing of the following is used.
-  std::size_t taken = 0;  ///< bytes of the original that are in the window or before it
+  std::size_t taken = 0;  ///< bytes of the original that were read
   std::size_t end = 0;    ///< of the original's piece of text that is being taken
+  std::size_t released = 0;
+  bool isCopied = false;  ///< from the first replacement on; before it, nothing below is used
   Window window;
   const DictionaryEntry* lastEntry =
       nullptr;                            ///< whose replacement was taken last; null for other text

@@ -86,6 +86,22 @@ TEST_P(EveryLanguage, SoundsAsFromTheSynthesisersOwnProgram) {
   EXPECT_NEAR(test::level(samples), test::level(expected), test::level(expected) * 0.02);
 }
 
+TEST_P(EveryLanguage, SaysMinus) {
+  SpeakingEngine speaking(test::espeakPackages());
+  speaking->setCurrentLanguage(GetParam().name);
+  const std::string text = "5 − 3";
+  speaking->startSynthetizer(text);
+  EXPECT_THAT(speaking.host.words(text), ElementsAre("5", "−", "3"));
+}
+
+TEST_P(EveryLanguage, SaysMoneyAndDegrees) {
+  SpeakingEngine speaking(test::espeakPackages());
+  speaking->setCurrentLanguage(GetParam().name);
+  const std::string text = "5 € 7 ℃";
+  speaking->startSynthetizer(text);
+  EXPECT_THAT(speaking.host.words(text), ElementsAre("5", "€", "7", "℃"));
+}
+
 TEST_P(EveryLanguage, HasAFemaleVoiceThatSoundsHigher) {
   SpeakingEngine speaking(test::espeakPackages());
   speaking->setCurrentLanguage(GetParam().name);

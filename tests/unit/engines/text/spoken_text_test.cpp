@@ -11,6 +11,7 @@
 #include "dictionary_oracle.hpp"
 #include "support/repeat.hpp"
 #include "support/row_name.hpp"
+#include "text/language_rewriter.hpp"
 #include "text/text_chunks.hpp"
 #include "text/utf8.hpp"
 
@@ -275,6 +276,70 @@ UserDictionary randomDictionary(std::minstd_rand& random) {
     }
   }
   return dictionary;
+}
+
+TEST(RewrittenText, WithoutAnythingToRewriteIsNotCopied) {
+  const std::string original = repeat("Nothing to see here. ", 1000);
+  KQ::engines::LanguageRewriter rewriter("en");
+  SpokenText text(original, nullptr, &rewriter);
+  std::size_t place = 0;
+  while (const auto item = text.next()) {
+    ASSERT_EQ(text.view(item->offset, item->length).data(), original.data() + place);
+    place += item->length;
+  }
+}
+
+TEST(RewrittenText, IsTheSameFromWhateverPieces) {
+  const std::string sentence = "Müller: −5 °C, 3½ %, www.debian.org, Mu\u0308ller \\mrk=1\\ € 5. ";
+  const std::string original = repeat(sentence, 100);
+  KQ::engines::LanguageRewriter rewriter("en");
+  SpokenText text(original, nullptr, &rewriter);
+  SpokenText one(sentence, nullptr, &rewriter);
+  EXPECT_EQ(read(text), repeat(read(one), 100));
+}
+
+TEST(RewrittenText, WordsOfASignStandForIt) {
+  const std::string original = "It is −5 °C now";
+  KQ::engines::LanguageRewriter rewriter("en");
+  SpokenText text(original, nullptr, &rewriter);
+  const std::string spoken = read(text);
+  ASSERT_EQ(spoken, "It is minus 5 degrees Celsius now");
+  const auto originalOf = [&](const std::string& word) {
+    const SpeechWord told = text.inOriginal({spoken.find(word), word.size(), 0});
+    return original.substr(told.textOffset, told.textLength);
+  };
+  EXPECT_EQ(originalOf("is"), "is");
+  EXPECT_EQ(originalOf("minus"), "−");
+  EXPECT_EQ(originalOf("5"), "5");
+  EXPECT_EQ(originalOf("degrees"), "°C");
+  EXPECT_EQ(originalOf("Celsius"), "°C");
+  EXPECT_EQ(originalOf("now"), "now");
+}
+
+TEST(RewrittenText, DecomposedAndHyphenatedWordsAreWholeInTheOriginal) {
+  const std::string original = "der Mu\u0308l\u00ADler geht";
+  KQ::engines::LanguageRewriter rewriter("de");
+  SpokenText text(original, nullptr, &rewriter);
+  const std::string spoken = read(text);
+  ASSERT_EQ(spoken, "der Müller geht");
+  const SpeechWord told = text.inOriginal({4, std::string("Müller").size(), 0});
+  EXPECT_EQ(original.substr(told.textOffset, told.textLength), "Mu\u0308l\u00ADler");
+}
+
+TEST(RewrittenText, IsRewrittenInADictionarysReplacementsToo) {
+  UserDictionary dictionary;
+  dictionary.add({"cold", "−5 °C"});
+  KQ::engines::LanguageRewriter rewriter("en");
+  SpokenText text("so cold!", &dictionary, &rewriter);
+  EXPECT_EQ(read(text), "so minus 5 degrees Celsius!");
+}
+
+TEST(RewrittenText, KeepsTheWordsOfADictionaryThatHoldSigns) {
+  UserDictionary dictionary;
+  dictionary.add({"R2-D2", "robot"});
+  KQ::engines::LanguageRewriter rewriter("en");
+  SpokenText text("R2-D2 is at −3", &dictionary, &rewriter);
+  EXPECT_EQ(read(text), "robot is at minus 3");
 }
 
 TEST(SpokenInPieces, IsAsTheWholeText) {
