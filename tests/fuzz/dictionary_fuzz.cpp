@@ -15,7 +15,7 @@ using KQ::engines::DictionaryError;
 using KQ::engines::DictionaryFile;
 using KQ::engines::UserDictionary;
 
-/// A folder of dictionaries, as long as it lives.
+/// A folder of dictionaries. The destructor removes it.
 class Folder {
  public:
   Folder() : path(fs::temp_directory_path() / fs::unique_path("kqtts-fuzz-%%%%-%%%%-%%%%")) {
@@ -31,14 +31,14 @@ class Folder {
   const fs::path path;
 };
 
-/// What is behind the last empty line, and all before it.
+/// The text before the last empty line and the text after it, or the whole input twice.
 std::pair<std::string, std::string> splitAtEmptyLine(const std::string& input) {
   const std::size_t end = input.rfind("\n\n");
   return end == std::string::npos ? std::make_pair(input, input)
                                   : std::make_pair(input.substr(0, end + 1), input.substr(end + 2));
 }
 
-/// \return empty if it is refused
+/// \return an empty dictionary if the file is refused
 UserDictionary read(const std::string& content) {
   static const Folder folder;
   const DictionaryFile file(folder.path, "English");

@@ -27,7 +27,7 @@ std::vector<MarkupItem> tagsOf(const std::string& text) {
   return tags;
 }
 
-/// Where words may begin and end.
+/// The positions where words may begin and end.
 struct Places {
   std::vector<bool> isBegin;
   std::vector<bool> isEnd;
@@ -68,7 +68,7 @@ struct Entries {
   }
 };
 
-/// Appends to a Rewritten.
+/// Appends replacements and unchanged bytes to a Rewritten.
 class Writer {
  public:
   Writer(const std::string& original, Rewritten& target) : original(original), target(target) {}
@@ -98,10 +98,10 @@ class Writer {
 
   const std::string& original;
   Rewritten& target;
-  std::string last;  ///< replacement, if that was added last
+  std::string last;  ///< the replacement that was added last; empty after a byte
 };
 
-/// Where words stand in the original.
+/// Compares the places of words in the original text with the expected ones.
 std::string differenceOfPlaces(const SpokenText& spoken, const MarkupItem& item,
                                const Rewritten& expected) {
   const std::size_t end = item.offset + item.length;

@@ -5,22 +5,22 @@
 
 #include "dictionary/user_dictionary.hpp"
 
-/// A dictionary's work on a text as plain steps on the whole of it, whatever time they take.
+/// Applies a dictionary to a whole text at once, in simple steps. May be slow.
 namespace oracle {
 
 struct Rewritten {
   std::string text;
-  std::vector<std::size_t>
-      begins;  ///< for each byte of the text, where in the original what it is from begins
-  std::vector<std::size_t> ends;  ///< and ends
+  /// For each byte of `text`, the begin and the end of the part of the original that it replaces.
+  std::vector<std::size_t> begins;
+  std::vector<std::size_t> ends;
 };
 
-/// Replaces the words of all entries, longest first, an exact one before one of any case.
+/// Replaces the words of all entries. Prefers the longest word, then an entry of exact case.
 Rewritten rewrite(const std::string& text, const KQ::engines::UserDictionary& dictionary);
 
-/// Reads a text as it is spoken, forgetting what was read, and compares all that it tells with
-/// rewrite() of the whole.
-/// \return what is not the same, or ""
+/// Reads a text through SpokenText, releasing each part after it was read, and compares the result
+/// with rewrite().
+/// \return the first difference, or ""
 std::string differenceOfSpokenText(const std::string& text,
                                    const KQ::engines::UserDictionary& dictionary);
 

@@ -38,7 +38,8 @@ KQ::VoiceSetting expectedSetting(const std::string& xml) {
   return setting;
 }
 
-/// What was written and read once, without what XML cannot hold, stays the same from then on.
+/// Writing and reading a setting may drop characters that XML cannot hold. Writing and reading it a
+/// second time changes nothing.
 void requireStable(const KQ::VoiceSetting& setting) {
   const fuzz::MemoryFile file("");
   std::string path = file.path();

@@ -1,4 +1,4 @@
-// Runs a fuzz target once for each file of a folder.
+// Runs a fuzz target on each file of a folder.
 #include <cstdio>
 #include <filesystem>
 #include <fstream>

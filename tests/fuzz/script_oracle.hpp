@@ -4,8 +4,8 @@
 
 namespace oracle {
 
-/// Whether a letter's script puts no blanks between words, by Qt's table of scripts. None for what
-/// is no letter, for one of several scripts, and for one that belongs to the letter before it.
+/// Whether a letter's script puts no blanks between words, by Qt's table of scripts. Empty for a
+/// character that is not a letter, that several scripts share, or that follows its letter.
 std::optional<bool> needsNoBlanks(char32_t point);
 
 }  // namespace oracle

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-/// The text functions as plain steps, one after the other, whatever time they take.
+/// The text functions in simple steps. They may be slow.
 namespace oracle {
 
 void tokenizeString(const std::string& text, std::vector<std::string>& tokens,

@@ -26,7 +26,7 @@ bool readSettings(const std::string& xml, Settings& settings) {
 
 bool mayBeRefused(const std::string& xml) {
   constexpr std::size_t deepest = 256;
-  // Documents of two or four bytes a character, too.
+  // Finds elements also in documents with two or four bytes per character.
   std::string letters;
   std::copy_if(xml.begin(), xml.end(), std::back_inserter(letters),
                [](char byte) { return byte != '\0'; });
@@ -35,7 +35,7 @@ bool mayBeRefused(const std::string& xml) {
 }
 
 float readNumber(const std::string& text) {
-  // Behind a character that is none, so that a U+FEFF is no mark of the encoding.
+  // The blank in front keeps a U+FEFF from being read as a byte order mark.
   return QString::fromStdString(' ' + text).mid(1).toFloat();
 }
 

@@ -8,14 +8,14 @@ namespace oracle {
 
 using Settings = std::vector<std::pair<std::string, std::string>>;
 
-/// The settings of an XML document by Qt's own parse of it.
-/// \return false when it is not well-formed
+/// Reads the settings of an XML document with Qt's own parser.
+/// \return false if the document is not well-formed
 bool readSettings(const std::string& xml, Settings& settings);
 
-/// Whether a document may be refused although it is well-formed, or may cost Qt more than a test has.
+/// Whether the library may refuse a well-formed document, or Qt may take too long to parse it.
 bool mayBeRefused(const std::string& xml);
 
-/// A number as Qt reads it.
+/// Reads a number with Qt.
 float readNumber(const std::string& text);
 
 }  // namespace oracle

@@ -27,7 +27,7 @@ double correlation(const std::int16_t* first, const std::int16_t* second, std::s
   return product / std::sqrt(firstEnergy * secondEnergy);
 }
 
-/// The pitch of a window of twice the longest period, 0 if it is not voiced.
+/// The pitch of a window of two longest periods; 0 if it is not voiced.
 double pitchAt(const std::int16_t* samples, std::size_t longestPeriod, int samplingRate) {
   const auto shortestPeriod = static_cast<std::size_t>(samplingRate / highestPitch);
   std::size_t bestPeriod = 0;

@@ -9,7 +9,7 @@ namespace test {
 
 using Samples = std::vector<std::int16_t>;
 
-/// The number of samples, for arithmetic.
+/// The number of samples, as a number for arithmetic.
 inline double length(const Samples& samples) {
   return static_cast<double>(samples.size());
 }
@@ -30,18 +30,18 @@ Samples tone(double frequency, std::size_t count, int samplingRate, double ampli
 /// The amplitude of one frequency in the samples.
 double amplitudeAt(const Samples& samples, double frequency, int samplingRate);
 
-/// What `second` has that `first` has not: sample by sample, and all of the part that is longer.
+/// `second` minus `first`, sample by sample. The part of `second` that is longer stays as it is.
 Samples difference(const Samples& first, const Samples& second);
 
-/// How many samples later than in `first` the same sound stands in `second`: where the envelopes, in
-/// steps of 1 ms, fit best. Looks up to a second ahead.
+/// By how many samples `second` is later than `first`: the shift, in steps of 1 ms and up to one
+/// second, at which their envelopes match best.
 double delayBetween(const Samples& first, const Samples& second, int samplingRate);
 
 /// The longest run of samples no louder than `threshold`.
 Stretch longestSilence(const Samples& samples, int threshold = 20);
 
-/// The median fundamental frequency of the voiced parts, in Hz, from the autocorrelation of windows;
-/// 0 if nothing is voiced.
+/// The median fundamental frequency of the voiced parts in Hz, measured by autocorrelation; 0 if
+/// nothing is voiced.
 double pitch(const Samples& samples, int samplingRate);
 
 /// The samples of a mono 16-bit WAV file with a header of 44 bytes; none if it cannot be read.

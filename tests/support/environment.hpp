@@ -5,7 +5,7 @@
 
 namespace test {
 
-/// Sets an environment variable that was not set, for as long as it lives.
+/// Sets an environment variable, and unsets it when it is destroyed.
 class Environment {
  public:
   Environment(const char* variable, const std::string& value) : name(variable) {

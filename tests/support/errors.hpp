@@ -19,7 +19,7 @@ inline auto throwsKQError(const std::string& module, const std::string& method,
                      Property("line", &KQError::getLine, 0)));
 }
 
-/// Matches a callable that an inactive engine refuses.
+/// Matches a callable that throws the error of an inactive engine.
 inline auto throwsNotActive(const std::string& method) {
   return throwsKQError("TextToSpeechEngine", method, "This engine is not active.");
 }

@@ -9,8 +9,8 @@
 
 namespace test {
 
-/// An engine with the pure hooks only, each of which notes its call and answers from the fields
-/// below.
+/// An engine with only the hooks that every engine must have. Each hook records its call, and
+/// returns the value of a field below.
 ///
 /// A call reads "xSetParameter speed 1.5": the hook's name and its arguments. Set the fields before
 /// threads use the engine.
@@ -32,18 +32,18 @@ class MinimalEngine : public KQ::TextToSpeechEngine {
   float parameter = 1.5F;
   int samplingRate = 22050;
   int encodingResult = 7;
-  std::vector<zu::PackageInfo> packages;  ///< what the last xInitialize() was given
+  std::vector<zu::PackageInfo> packages;  ///< the argument of the last xInitialize()
 
-  /// Called by each hook with the call's text, after it was noted; may throw or block.
+  /// Each hook calls this with the text of its call, after recording it. It may throw or block.
   std::function<void(const std::string& call)> onCall;
   std::function<void()> onDestruction;
 
-  /// Takes the calls noted since the last time.
+  /// Returns the calls recorded since the last time, and removes them.
   std::vector<std::string> takeCalls();
 
   bool isTalking() const;
   bool isFilterEnabled() const;
-  /// Sets the flags that only operations set otherwise.
+  /// Sets flags that otherwise only operations change.
   void setFlags(bool nowActive, bool nowPaused);
 
  protected:

@@ -5,7 +5,7 @@
 
 namespace test {
 
-/// Sets the global locale as long as it lives.
+/// Sets the global locale, and restores the previous one when it is destroyed.
 class GlobalLocale {
  public:
   explicit GlobalLocale(const std::locale& locale) : previous(std::locale::global(locale)) {}
@@ -17,7 +17,7 @@ class GlobalLocale {
   std::locale previous;
 };
 
-/// A comma for the point, and a full stop after each digit.
+/// The decimal point is a comma, and a full stop separates all digits.
 class OtherPunctuation : public std::numpunct<char> {
   char do_decimal_point() const override { return ','; }
   char do_thousands_sep() const override { return '.'; }

@@ -6,7 +6,7 @@
 
 namespace test {
 
-/// Opens once; whoever waits goes on then.
+/// Opens once, and then releases all threads that wait for it.
 class Latch {
  public:
   void open() {
@@ -15,10 +15,10 @@ class Latch {
     changed.notify_all();
   }
 
-  /// \return false when it did not open within a time in which any machine would have done it
+  /// \return false if it did not open within a minute, which is enough on any machine
   bool wait() const { return waitFor(std::chrono::seconds(60)); }
 
-  /// For what must not happen: the longer the time, the surer it is noticed.
+  /// For events that must not happen: a longer time notices them more reliably.
   /// \return whether it opened in that time
   bool waitFor(std::chrono::milliseconds time) const {
     std::unique_lock<std::mutex> lock(mutex);
@@ -31,7 +31,7 @@ class Latch {
   bool opened = false;
 };
 
-/// Opens a latch when it goes, so that a failed assertion leaves nobody waiting.
+/// Opens a latch when it is destroyed, so that no thread still waits after a failed assertion.
 class OpenAtEnd {
  public:
   explicit OpenAtEnd(Latch& latchToOpen) : latch(latchToOpen) {}

@@ -8,7 +8,7 @@
 
 namespace test {
 
-/// What a test looks at in a log record.
+/// The parts of a log record that tests check.
 struct LogLine {
   zu::log::Level level;
   std::string category;
@@ -21,7 +21,7 @@ struct LogLine {
 bool operator==(const LogLine& lhs, const LogLine& rhs);
 std::ostream& operator<<(std::ostream& stream, const LogLine& line);
 
-/// Lets every record through and collects them for as long as it lives.
+/// As long as it lives, enables all levels and collects every record.
 class LogRecorder {
  public:
   LogRecorder();

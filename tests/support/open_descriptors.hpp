@@ -7,13 +7,13 @@
 
 namespace test {
 
-/// The descriptors of this process that are open on a file.
+/// The number of this process's descriptors that refer to a file.
 struct OpenDescriptors {
   int all = 0;
-  int inheritable = 0;  ///< those that a program started now would get
+  int inheritable = 0;  ///< those that a program started now would inherit
 };
 
-/// Counts them, up to descriptor 255. What other threads open or close meanwhile may be missed.
+/// Counts descriptors 0 to 255. May miss those that other threads open or close meanwhile.
 inline OpenDescriptors openDescriptorsOf(const boost::filesystem::path& file) {
   OpenDescriptors found;
   struct stat wanted {};

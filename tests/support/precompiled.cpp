@@ -1,1 +1,1 @@
-// Compiles the headers that the test programs share; see the CMakeLists.txt above.
+// Compiles the headers that the test programs share; see tests/CMakeLists.txt.

@@ -5,7 +5,7 @@
 
 namespace test {
 
-/// A piece again and again, until it has at least that size.
+/// Repeats a piece until the text has at least that size.
 inline std::string repeat(const std::string& piece, std::size_t size) {
   std::string text;
   while (text.size() < size) {
@@ -14,7 +14,7 @@ inline std::string repeat(const std::string& piece, std::size_t size) {
   return text;
 }
 
-/// A piece so many times.
+/// Repeats a piece so many times.
 inline std::string repeated(const std::string& piece, std::size_t times) {
   return repeat(piece, piece.size() * times);
 }

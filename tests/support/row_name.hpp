@@ -6,7 +6,7 @@
 
 namespace test {
 
-/// Names the tests of a table after the rows' field `name`.
+/// Names each test of a table after the field `name` of its row.
 struct RowName {
   template <typename Row>
   std::string operator()(const testing::TestParamInfo<Row>& row) const {

@@ -2,10 +2,10 @@
 
 #include <string>
 
-// Files in the name/value form: manifests, voice descriptions, preferences, effects.
+// Files of names and values: manifests, voice descriptions, preferences, effects.
 namespace test {
 
-/// One setting. Both texts stand in the file as they are.
+/// One setting. Neither text is escaped.
 inline std::string setting(const std::string& name, const std::string& value) {
   return " <Setting name=\"" + name + "\" value=\"" + value + "\"/>\n";
 }

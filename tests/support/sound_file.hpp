@@ -8,7 +8,7 @@ namespace tool_test {
 
 struct Sound {
   std::vector<std::int16_t> samples;
-  int samplingRate = 0;  ///< 0 when the file is no mono 16-bit WAV
+  int samplingRate = 0;  ///< 0 if the file is not a mono 16-bit WAV
 };
 
 Sound readSound(const std::string& path);

@@ -14,18 +14,18 @@
 
 namespace test {
 
-/// What a host was told, one event after another.
+/// An event that the engine reported to the host.
 struct SpeechEvent {
   enum class Kind { start, audio, word, mark, end };
 
   Kind kind;
   std::size_t count = 0;              ///< audio: samples
   int number = 0;                     ///< mark
-  SpeechWord word{0, 0, 0};           ///< word; a mark has its position in it
+  SpeechWord word{0, 0, 0};           ///< word; also holds the position of a mark
   SpeechEnd end = SpeechEnd::failed;  ///< end
 };
 
-/// A host that keeps all that it is told. May be read at any time.
+/// A host that records all events. Can be read at any time.
 class SpeechRecorder : public TextToSpeechEngineCallbackInterface {
  public:
   void onStart() override { add({SpeechEvent::Kind::start}); }
@@ -86,7 +86,7 @@ class SpeechRecorder : public TextToSpeechEngineCallbackInterface {
     return all;
   }
 
-  /// The words that were told, cut out of the text.
+  /// The reported words, as they are in the text.
   std::vector<std::string> words(const std::string& text) const {
     std::vector<std::string> all;
     for (const SpeechEvent& event : events(SpeechEvent::Kind::word)) {
@@ -105,10 +105,10 @@ class SpeechRecorder : public TextToSpeechEngineCallbackInterface {
     return rate;
   }
 
-  Latch firstAudio;  ///< opens at the first audio
+  Latch firstAudio;  ///< opens after the first audio
 
-  // Called by the speaking thread; set before it speaks.
-  std::function<bool()> atAudio;  ///< its result is the sink's
+  // Called by the speaking thread. Set these before it speaks.
+  std::function<bool()> atAudio;  ///< returns what onAudio() returns
   std::function<void()> atMark;
 
  private:

@@ -7,7 +7,7 @@
 
 namespace test {
 
-/// Runs each action `rounds` times in a thread of its own, all threads at once.
+/// Runs each action `rounds` times in its own thread, all threads at the same time.
 inline void storm(int rounds, const std::vector<std::function<void()>>& actions) {
   std::vector<std::thread> threads;
   threads.reserve(actions.size());
@@ -23,8 +23,8 @@ inline void storm(int rounds, const std::vector<std::function<void()>>& actions)
   }
 }
 
-/// What hosts do to one engine at once: one thread speaks, the others steer and ask. The engine
-/// offers "English" and "French" with the voices "Anna" and "Marie".
+/// Actions for storm(): one thread speaks, the others call all that is allowed meanwhile. The
+/// engine offers "English" and "French" with the voices "Anna" and "Marie".
 inline std::vector<std::function<void()>> everyOperationOf(KQ::TextToSpeechEngine& engine) {
   return {
       [&] { engine.startSynthetizer("hello"); },

@@ -5,7 +5,7 @@
 
 namespace test {
 
-/// A new, empty folder that goes with this object, contents included.
+/// A new, empty folder. The destructor removes it with its contents.
 class TempFolder {
  public:
   TempFolder();

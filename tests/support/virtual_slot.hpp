@@ -5,8 +5,8 @@
 
 namespace test {
 
-/// The position of a virtual function among the virtual functions of its class, from 0. A pointer
-/// to a virtual member function holds 1 + the offset in the table.
+/// The position of a virtual function in its class's table, counted from 0. A pointer to a virtual
+/// member function holds 1 + the offset in the table.
 template <typename Function>
 std::size_t slotOf(Function function) {
   std::size_t offset = 0;

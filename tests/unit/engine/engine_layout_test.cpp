@@ -1,4 +1,4 @@
-// Engines are built apart from the library, against the order of its fields and virtual functions.
+// Engines are compiled separately, so the order of fields and virtual functions must not change.
 
 #include <gtest/gtest.h>
 
@@ -24,13 +24,13 @@ struct EngineClass {
   using E = TextToSpeechEngine;
 };
 
-/// Whether a host may name a member of the engine class, as `use` does.
+/// Whether a host can access the member of the engine class that `use` names.
 template <typename Use>
 constexpr bool isOpen(Use /*use*/) {
   return std::is_invocable_v<Use, EngineClass>;
 }
 
-// No host can go round the checks of the public operations.
+// A host cannot call the hooks, so it cannot bypass the checks of the public operations.
 static_assert(isOpen([](auto e, decltype(&decltype(e)::E::getName) = nullptr) {}));
 static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xGetName) = nullptr) {}));
 static_assert(!isOpen([](auto e, decltype(&decltype(e)::E::xInitialize) = nullptr) {}));
@@ -115,7 +115,7 @@ std::vector<std::size_t> Layout::slots() {
   };
 }
 
-/// An engine with one virtual function more, which takes the first free slot.
+/// Adds a virtual function to the engine. It gets the first free slot.
 class NextSlot : public test::MinimalEngine {
  public:
   virtual void next() {}
@@ -123,7 +123,7 @@ class NextSlot : public test::MinimalEngine {
 
 TEST(EngineLayoutTest, TheVirtualFunctionsKeepTheirOrder) {
   std::vector<std::size_t> expected;
-  for (std::size_t slot = 2; slot < 35; ++slot) {  // the destructor has the first two
+  for (std::size_t slot = 2; slot < 35; ++slot) {  // the destructor has slots 0 and 1
     expected.push_back(slot);
   }
   EXPECT_EQ(Layout::slots(), expected);

@@ -1,5 +1,5 @@
-// One table of every public operation in every state: which hook it calls and how, what flags it
-// leaves, which error it raises.
+// A table of every public operation in every state: the hook that it calls, the arguments of that
+// call, the flags afterwards, and the error.
 
 #include <gmock/gmock.h>
 
@@ -38,13 +38,13 @@ void PrintTo(const Operation& operation, std::ostream* stream) {
   *stream << operation.name;
 }
 
-/// The outcomes of an operation that the not-active check guards and that leaves the flags.
+/// The outcomes of an operation that needs an active engine and does not change the flags.
 Outcomes guarded(const std::string& hooks, const std::string& method) {
   const std::string error = "throws " + method;
   return {error, error, hooks + " A", hooks + " AP", hooks + " AT"};
 }
 
-/// The outcomes of an operation without a check that leaves the flags.
+/// The outcomes of an operation that works in any state and does not change the flags.
 Outcomes unguarded(const std::string& hooks) {
   return {hooks + " ", hooks + " P", hooks + " A", hooks + " AP", hooks + " AT"};
 }
@@ -151,7 +151,7 @@ std::string joined(const std::vector<std::string>& calls) {
   return '[' + text + ']';
 }
 
-/// Runs an operation and tells what it did.
+/// Runs an operation and returns what it did.
 std::string outcomeOf(const Operation& operation, FakeEngine& engine) {
   const std::string flagsBefore = flagsOf(engine);
   try {
@@ -165,7 +165,7 @@ std::string outcomeOf(const Operation& operation, FakeEngine& engine) {
   }
 }
 
-/// As outcomeOf(), while another thread is inside the start hook.
+/// Like outcomeOf(), but another thread is inside the start hook.
 std::string outcomeWhileTalking(const Operation& operation, FakeEngine& engine) {
   test::Latch entered;
   test::Latch release;
@@ -199,7 +199,7 @@ TEST_P(EngineState, DecidesWhatAnOperationDoes) {
 
 INSTANTIATE_TEST_SUITE_P(Operations, EngineState, testing::ValuesIn(operations()), test::RowName());
 
-/// Shows the lock.
+/// Makes the lock public.
 class LockedEngine : public FakeEngine {
  public:
   using FakeEngine::mutex;
@@ -232,13 +232,13 @@ TEST_P(EngineLock, IsTakenByStopPauseAndRestartAlone) {
   if (!locks) {
     engine.setFlags(name != "initialize", false);
     const boost::unique_lock<boost::mutex> stopping(engine.*(&LockedEngine::mutex));
-    GetParam().call(engine);  // would wait for ever
+    GetParam().call(engine);  // would deadlock
   }
 }
 
 INSTANTIATE_TEST_SUITE_P(Operations, EngineLock, testing::ValuesIn(operations()), test::RowName());
 
-/// An exception of a hook's own passes through whatever operation called the hook.
+/// An exception of a hook passes through the operation that called the hook.
 class ThrowingHook : public testing::TestWithParam<Operation> {};
 
 TEST_P(ThrowingHook, PassesThroughTheOperation) {

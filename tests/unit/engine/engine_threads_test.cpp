@@ -13,7 +13,7 @@ namespace {
 
 using test::FakeEngine;
 
-TEST(EngineThreadsTest, StopPauseAndRestartAreNotHeldUpByARunningStart) {
+TEST(EngineThreadsTest, StopPauseAndRestartDoNotWaitForARunningStart) {
   FakeEngine engine;
   engine.initialize({});
   test::Latch entered;
@@ -58,7 +58,7 @@ TEST(EngineThreadsTest, StopPauseAndRestartExcludeOneAnother) {
   EXPECT_EQ(most, 1);
 }
 
-TEST(EngineThreadsTest, OfPausesAtOnceOneAloneReachesTheEngine) {
+TEST(EngineThreadsTest, OnlyOneOfSimultaneousPausesReachesTheEngine) {
   FakeEngine engine;
   engine.initialize({});
   for (int round = 0; round < 10; ++round) {
@@ -72,7 +72,7 @@ TEST(EngineThreadsTest, OfPausesAtOnceOneAloneReachesTheEngine) {
       while (arrived < 3) {
         std::this_thread::yield();
       }
-      for (int chance = 0; chance < 10; ++chance) {  // for the others to come to the lock
+      for (int chance = 0; chance < 10; ++chance) {  // lets the others reach the lock
         std::this_thread::yield();
       }
     };

@@ -14,7 +14,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Not;
 
-/// Shows the two maps.
+/// Makes the two maps public.
 class LanguageTable : public TTSLanguageInfo {
  public:
   using TTSLanguageInfo::languageToLocale;
@@ -173,7 +173,7 @@ TEST(LanguageTableTest, EmptyMapsGiveEmptyLists) {
   EXPECT_THAT(table.getLocales(), IsEmpty());
 }
 
-/// Engines are built apart from the library, against the order of the fields.
+/// Engines are compiled separately, so the order of the fields must not change.
 TEST(LanguageTableTest, TheMapsKeepTheirOrder) {
   const LanguageTable table;
   const void* const byLocale = &table.localeToLanguage;

@@ -34,7 +34,7 @@ void expectLanguageRefused(FakeEngine& engine, const std::string& language) {
   EXPECT_EQ(engine.getCurrentLanguage(), "English");
 }
 
-TEST(SetCurrentLanguageTest, TellsTheHookThenLogs) {
+TEST(SetCurrentLanguageTest, CallsTheHookThenLogs) {
   Active<FakeEngine> engine;
   const test::LogRecorder log;
   engine.onCall = [&](const std::string&) { EXPECT_THAT(log.lines(), IsEmpty()); };
@@ -103,7 +103,7 @@ TEST(SetCurrentLanguageTest, AHookThatThrowsIsNotLoggedAsSet) {
   EXPECT_THAT(log.lines(), IsEmpty());
 }
 
-TEST(SetCurrentVoiceTest, TellsTheHookAndLogsNothing) {
+TEST(SetCurrentVoiceTest, CallsTheHookAndLogsNothing) {
   Active<FakeEngine> engine;
   const test::LogRecorder log;
 

@@ -33,7 +33,7 @@ bool samePackages(const std::vector<zu::PackageInfo>& lhs,
                     });
 }
 
-/// Shows the fields that construction sets.
+/// Makes the fields that the constructor sets public.
 class VisibleEngine : public FakeEngine {
  public:
   using FakeEngine::callback;
@@ -76,7 +76,8 @@ TEST(ConstructionTest, KeepsTheCallbackAndASharedPointerToTheTable) {
 }
 
 TEST(LogCategoriesTest, AreThreeWhenTheLibraryIsLoaded) {
-  testing::FLAGS_gtest_death_test_style = "threadsafe";  // where nothing is logged yet
+  testing::FLAGS_gtest_death_test_style =
+      "threadsafe";  // a new process, in which nothing was logged yet
   EXPECT_EXIT(tellCategories(), testing::ExitedWithCode(0),
               "^textospeechmanager texttospeechengine tts.preference $");
 }
@@ -328,7 +329,7 @@ TEST_F(ReloadTest, IgnoresALanguageWantedWithoutAFallback) {
 
 TEST_F(ReloadTest, ALaterFallbackKeepsALanguageWantedBefore) {
   engine.currentLanguage = "Klingon";
-  requestedLanguage = "Quenya";  // but no fallback in use, so it is not tried
+  requestedLanguage = "Quenya";  // not tried, because no fallback is in use
 
   reload();
 

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// A host that wants to know the sounds.
+/// A host that wants to receive the phonemes.
 struct CuriousHost : TextToSpeechEngineCallbackInterface, KQ::PhonemeCallback {
   void onPhoneme(const KQ::SpeechPhoneme& phoneme) override {
     heard = std::string(phoneme.name);
@@ -20,7 +20,7 @@ struct CuriousHost : TextToSpeechEngineCallbackInterface, KQ::PhonemeCallback {
   std::uint64_t count = 0;
 };
 
-/// An engine in a library of its own, as plug-ins are loaded: its symbols are not shared.
+/// An engine in a library that is loaded like a plug-in: its symbols are local.
 class PhonemeGuest {
  public:
   PhonemeGuest() : library(dlopen(PHONEME_GUEST, RTLD_NOW | RTLD_LOCAL)) {}
@@ -53,7 +53,7 @@ TEST(PhonemeCallback, AnotherLibraryFindsItByDynamicCast) {
   EXPECT_EQ(host.count, 882U);
 }
 
-TEST(PhonemeCallback, AHostThatDoesNotWantToKnowIsNotAsked) {
+TEST(PhonemeCallback, AHostWithoutTheInterfaceIsNotCalled) {
   const PhonemeGuest guest;
   TextToSpeechEngineCallbackInterface host;
 

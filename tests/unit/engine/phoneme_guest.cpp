@@ -1,7 +1,7 @@
 #include <kq/speech_callback.hpp>
 #include <kqtts/phoneme_callback.hpp>
 
-// What an engine does, from a library of its own: reports a sound if the host wants to know.
+// Like an engine in its own library: reports a phoneme if the host has the interface for it.
 extern "C" __attribute__((visibility("default"))) bool reportPhoneme(
     TextToSpeechEngineCallbackInterface* callback) {
   auto* phonemes = dynamic_cast<KQ::PhonemeCallback*>(callback);

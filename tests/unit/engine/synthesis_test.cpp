@@ -138,7 +138,7 @@ TEST_F(SynthesisTest, TheLockIsReleasedWhenAHookThrows) {
   EXPECT_THROW(engine.restartSynthetizer(), std::runtime_error);
   engine.onCall = nullptr;
 
-  engine.stopSynthetizer();  // would wait for ever
+  engine.stopSynthetizer();  // would deadlock
 }
 
 TEST_F(SynthesisTest, TheLockIsReleasedWhenTheEngineIsNotActive) {
@@ -149,7 +149,7 @@ TEST_F(SynthesisTest, TheLockIsReleasedWhenTheEngineIsNotActive) {
   EXPECT_THAT([&] { engine.restartSynthetizer(); }, throwsNotActive("restartSynthetizer"));
 
   engine.initialize({});
-  engine.stopSynthetizer();  // would wait for ever
+  engine.stopSynthetizer();  // would deadlock
 }
 
 TEST_F(SynthesisTest, AnswersOfTheEnginePassUnchanged) {

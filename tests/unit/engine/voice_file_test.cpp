@@ -137,7 +137,7 @@ TEST_F(VoiceFileTest, WithoutASourceVoiceTheVoiceNameIsEmpty) {
   EXPECT_EQ(engine.getVoiceNameFromXml(""), "");
 }
 
-// What is not a readable file ------------------------------------------------------------------
+// Files that cannot be read --------------------------------------------------------------------
 
 TEST_F(VoiceFileTest, PathsThatLeadNowhereGiveNothing) {
   fs::create_symlink("loop", folder.path() / "loop");
@@ -172,7 +172,7 @@ TEST_F(VoiceFileTest, ADeviceGivesNothingAtOnce) {
 }
 
 TEST_F(VoiceFileTest, AFileThatIsShorterThanItsSizeIsReadToItsEnd) {
-  EXPECT_EQ(valueOf("speed", "/sys/devices/system/cpu/online"), "");  // a page long, it says
+  EXPECT_EQ(valueOf("speed", "/sys/devices/system/cpu/online"), "");  // its size says one page
 }
 
 TEST_F(VoiceFileTest, ASocketGivesNothing) {
@@ -198,7 +198,7 @@ TEST_F(VoiceFileTest, ARelativePathStartsAtTheCurrentFolder) {
   EXPECT_EQ(valueOf("speed", fs::relative(file)), "90");
 }
 
-// File names in whatever bytes and whatever locale ---------------------------------------------
+// File names of any bytes in any locale --------------------------------------------------------
 
 class VoiceFileName : public VoiceFileTest,
                       public testing::WithParamInterface<std::tuple<const char*, const char*>> {
@@ -220,12 +220,12 @@ INSTANTIATE_TEST_SUITE_P(
                                      "\xE9t\xE9.xml",             // Latin-1
                                      "e\xCC\x81.xml",             // decomposed
                                      "\xF0\x9F\x98\x80.xml",      // outside the BMP
-                                     "\xED\xA0\x80\xFF\xFE.xml",  // no encoding at all
+                                     "\xED\xA0\x80\xFF\xFE.xml",  // in no encoding
                                      "with space, \"quotes\" & %20.xml")));
 
 // Hostile contents -----------------------------------------------------------------------------
 
-/// A setting beside elements that are nested until `depth`, the root counted.
+/// A setting, and elements that are nested to `depth`. The root counts as a level.
 std::string nested(std::size_t depth) {
   return R"(<v><s name="speed" value="90"/>)" + repeated("<e>", depth - 1) +
          repeated("</e>", depth - 1) + "</v>";
@@ -307,7 +307,7 @@ TEST_F(VoiceFileTest, TruncatedUtf16GivesNothing) {
   EXPECT_EQ(valueIn(content.substr(0, content.size() - 3)), "");
 }
 
-/// A file with one setting, filled up with blanks.
+/// A file with one setting, padded with blanks to `size`.
 fs::path fileOfSize(const test::TempFolder& folder, std::size_t size) {
   const std::string start = R"(<v><s name="speed" value="90"/>)";
   const std::string end = "</v>";

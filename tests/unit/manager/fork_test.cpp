@@ -20,7 +20,8 @@ using test::TestManager;
 const std::vector<zu::PackageInfo> packages = {{"nuance", "language", "English"},
                                                {"nuance", "current", "English"}};
 
-/// A manager whose engine speaks, in a thread that holds the manager's lock, while the process forks.
+/// A manager whose engine is speaking while the process forks. The speaking thread holds the
+/// manager's lock.
 class Fork : public testing::Test {
  protected:
   Fork() {
@@ -46,7 +47,7 @@ class Fork : public testing::Test {
     }
   }
 
-  /// Runs work in a forked child, which is killed where it hangs. \return its exit status, or -1
+  /// Runs work in a forked child, and kills a child that hangs. \return its exit status, or -1
   static int inChild(const std::function<bool()>& work) {
     const pid_t child = fork();
     if (child == 0) {
@@ -110,7 +111,7 @@ TEST_F(Fork, TheChildCanDestroyTheManagerWithoutTheEngine) {
             0);
 }
 
-TEST_F(Fork, TheChildCanBeginAnew) {
+TEST_F(Fork, TheChildCanInitializeAgain) {
   speak();
   EXPECT_EQ(inChild([&] {
               manager->terminate();

@@ -1,4 +1,4 @@
-// One table of every operation that the manager only forwards.
+// A table of all operations that the manager only forwards.
 
 #include <gmock/gmock.h>
 
@@ -29,7 +29,7 @@ struct Operation {
   const char* name;
   std::function<void(TestManager&)> call;
   const char* hook;             ///< the call that reaches the engine's hook
-  bool exclusive;               ///< whether the manager's lock is held meanwhile
+  bool exclusive;               ///< whether the manager's lock is held during the call
   const char* withoutLanguage;  ///< method text when there is no current language, null: no check
   const char* inactiveManager;  ///< method text when the manager is inactive, null: no check
   const char* inactiveEngine;   ///< the same for the engine
@@ -152,7 +152,7 @@ TEST_P(Forwarding, DoesNotWaitForTheManagersLockUnlessItTakesIt) {
     return;
   }
   manager.managerMutex.lock();
-  call();  // would wait for ever
+  call();  // would deadlock
   manager.managerMutex.unlock();
 }
 
@@ -179,7 +179,7 @@ TEST_P(Forwarding, ALanguageWithoutEngineIsNamed) {
   EXPECT_FALSE(manager.isLocked());
 }
 
-TEST_P(Forwarding, AnEngineUnloadedSinceIsNamedByItsLanguage) {
+TEST_P(Forwarding, AnEngineThatWasUnloadedIsNamedByItsLanguage) {
   manager.xUnloadPlugin("nuance");
   engine->takeCalls();
 
@@ -221,7 +221,7 @@ TEST_P(Forwarding, AnExceptionOfTheHookPassesUnchangedAndTheLockIsReleased) {
   EXPECT_FALSE(manager.isLocked());
 }
 
-TEST_P(Forwarding, AnEngineThatIsDroppedMeanwhileLivesUntilTheCallIsOver) {
+TEST_P(Forwarding, AnEngineThatIsDroppedDuringACallLivesUntilItsEnd) {
   bool destroyed = false;
   bool destroyedInside = false;
   bool lockedAtTheEnd = false;
@@ -246,7 +246,7 @@ TEST_P(Forwarding, AnEngineThatIsDroppedMeanwhileLivesUntilTheCallIsOver) {
 
 INSTANTIATE_TEST_SUITE_P(Operations, Forwarding, testing::ValuesIn(operations), test::RowName());
 
-// What the table cannot tell -------------------------------------------------------------------
+// What does not fit into the table -------------------------------------------------------------
 
 TEST_F(ForwardingTest, TheFilterOfTheEngineIsSwitchedNotTheManagers) {
   manager.enableFilter(false);
@@ -300,7 +300,7 @@ TEST_F(ForwardingTest, TheEncodingTestThroughTheBaseAsksTheEngineOfTheCurrentLan
   EXPECT_THAT(engine->takeCalls(), ElementsAre("xTestTextEncoding text Japanese"));
 }
 
-TEST_F(ForwardingTest, TheDictionaryThroughTheBaseIsTheManagersOwnWhichItLacks) {
+TEST_F(ForwardingTest, TheManagerItselfHasNoDictionaryWhenCalledThroughTheBase) {
   KQ::TextToSpeechEngine& base = manager;
   const test::LogRecorder log;
 

@@ -22,7 +22,7 @@ using testing::Pair;
 
 using Packages = std::vector<zu::PackageInfo>;
 
-/// What an engine with one language, one voice and one voice of the current language is told.
+/// The packages that give an engine one language, which is current, and one voice of it.
 Packages packagesFor(const std::string& plugin, const std::string& language,
                      const std::string& voice) {
   return {{plugin, "language", language},
@@ -95,7 +95,7 @@ TEST_F(InitializationTest, EveryEngineGetsAllPackagesUnchanged) {
   manager.initialize(packages);
 
   for (const auto& entry : manager.engines) {
-    // The plug-in's engine is a FakeEngine of its own making: only the layout is shared.
+    // The plug-in has its own copy of the class FakeEngine; the layout is the same.
     const auto& engine = static_cast<const test::FakeEngine&>(*entry.second);
     ASSERT_EQ(engine.packages.size(), packages.size()) << entry.first;
     EXPECT_EQ(engine.packages[0].uuid, "a");
@@ -285,7 +285,7 @@ TEST_F(InitializationTest, AnExceptionPassesAndReleasesTheLock) {
 
 struct Interruption {
   const char* hook;
-  std::size_t languages, voices, available;  ///< entries written before it
+  std::size_t languages, voices, available;  ///< entries written before the exception
 };
 
 class InterruptedMerge : public InitializationTest,

@@ -100,7 +100,7 @@ TEST_F(LanguageRoutingTest, FailedLookUpsInsertNothing) {
 
 // setCurrentLanguage() -------------------------------------------------------------------------
 
-TEST_F(LanguageRoutingTest, SettingALanguageTellsItsEngineAndKeepsWhatTheEngineReports) {
+TEST_F(LanguageRoutingTest, SettingALanguageCallsItsEngineAndKeepsWhatTheEngineReports) {
   aitalk->onCall = [this](const std::string& call) {
     if (call == "xGetCurrentLanguage") {
       aitalk->currentLanguage = "Japanese";
@@ -140,15 +140,15 @@ TEST_F(LanguageRoutingTest, TheBaseRefusesWhatNoEngineOffers) {
                             "This engine does not support the following language: Klingon"));
 }
 
-/// The hook's own words are seen when it is asked for a language that the base would have refused.
-TEST_F(LanguageRoutingTest, AnUnservedLanguageIsReportedWithTheFirstErrorsWords) {
+/// The base would refuse this language, so the test calls the hook to see the hook's own error.
+TEST_F(LanguageRoutingTest, AnUnservedLanguageIsReportedWithTheTextOfTheFirstError) {
   nuance->currentLanguage = "French";
   const KQError first(test::managerModule, "xGetEngine",
                       "Klingon is not currently supported or not installed.", nullptr, 0);
 
   EXPECT_THAT([&] { routes.xSetCurrentLanguage("Klingon"); },
               throwsKQError(test::managerModule, "setCurrentLanguage", first.what()));
-  EXPECT_EQ(routes.currentLanguage, "French");  // read anew from the engine of "English"
+  EXPECT_EQ(routes.currentLanguage, "French");  // read again from the engine of "English"
 }
 
 TEST_F(LanguageRoutingTest, ALanguageThatOnlyAnUnloadedEngineServedIsRefused) {
@@ -159,7 +159,7 @@ TEST_F(LanguageRoutingTest, ALanguageThatOnlyAnUnloadedEngineServedIsRefused) {
               throwsKQError(test::managerModule, "setCurrentLanguage", first.what()));
 }
 
-TEST_F(LanguageRoutingTest, AnOutdatedLanguageIsRefusedBeforeAnyEngineIsTold) {
+TEST_F(LanguageRoutingTest, AnOutdatedLanguageIsRefusedBeforeAnyEngineIsCalled) {
   nuance->oldLanguages = {"Arabic", "Japanese"};
   nuance->currentLanguage = "French";
   const KQError first(
@@ -197,7 +197,7 @@ TEST_F(LanguageRoutingTest, WithoutACurrentLanguageTheFirstErrorIsLost) {
   EXPECT_EQ(routes.currentLanguage, "");
 }
 
-TEST_F(LanguageRoutingTest, AnErrorOfTheResynchronisationLeavesInsteadOfTheFirst) {
+TEST_F(LanguageRoutingTest, AnErrorOfTheResynchronisationReplacesTheFirst) {
   nuance->onCall = [](const std::string& call) {
     if (call == "xGetCurrentLanguage") {
       throw KQError("Nuance", "ask", "broken", nullptr, 0);
@@ -220,7 +220,7 @@ TEST_F(LanguageRoutingTest, OtherExceptionsPassUnchangedAndWithoutResynchronisat
   EXPECT_EQ(routes.currentLanguage, "English");
 }
 
-TEST_F(LanguageRoutingTest, TheManagersLockIsHeldAndReleasedOnEveryWayOut) {
+TEST_F(LanguageRoutingTest, TheManagersLockIsHeldAndAlwaysReleased) {
   int unlocked = 0;
   const auto look = [&](const std::string&) { unlocked += routes.isLocked() ? 0 : 1; };
   aitalk->onCall = look;
@@ -240,8 +240,8 @@ TEST_F(LanguageRoutingTest, TheManagersLockIsHeldAndReleasedOnEveryWayOut) {
 class EngineDroppedDuring : public LanguageRoutingTest,
                             public testing::WithParamInterface<const char*> {};
 
-// An engine may wait, as it goes, for a thread of its own that calls the manager.
-TEST_P(EngineDroppedDuring, TheLanguageSwitchGoesAfterTheLock) {
+// An engine's destructor may wait for a thread of the engine that is calling the manager.
+TEST_P(EngineDroppedDuring, TheLanguageSwitchIsDestroyedAfterTheUnlock) {
   bool destroyed = false;
   bool lockedAtTheEnd = true;
   test::FakeEngine* const target = aitalk.get();
@@ -259,7 +259,7 @@ TEST_P(EngineDroppedDuring, TheLanguageSwitchGoesAfterTheLock) {
   try {
     routes.setCurrentLanguage("Japanese");
   } catch (const KQError&) {
-    // Its engine may be gone before its turn.
+    // The engine may be gone before it is called.
   }
 
   EXPECT_TRUE(destroyed);
@@ -272,7 +272,7 @@ INSTANTIATE_TEST_SUITE_P(Hooks, EngineDroppedDuring,
 
 // Merged answers -------------------------------------------------------------------------------
 
-TEST_F(LanguageRoutingTest, TheCurrentLanguageIsAnsweredWithoutAnEngine) {
+TEST_F(LanguageRoutingTest, TheCurrentLanguageNeedsNoEngine) {
   EXPECT_EQ(routes.getCurrentLanguage(), "English");
   EXPECT_THAT(aitalk->takeCalls(), IsEmpty());
   EXPECT_THAT(nuance->takeCalls(), IsEmpty());

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Hosts are built apart from the library, against the order of its fields.
+/// Hosts are compiled separately, so the order of the fields must not change.
 class Layout : public KQ::TextToSpeechManager {
  public:
   using TextToSpeechManager::TextToSpeechManager;
@@ -19,7 +19,7 @@ class Layout : public KQ::TextToSpeechManager {
   }
 };
 
-/// An engine and a manager with one virtual function more, which takes the first free slot.
+/// Add a virtual function to an engine and to a manager. It gets the first free slot.
 class NextEngineSlot : public test::MinimalEngine {
  public:
   virtual void next() {}

@@ -34,7 +34,7 @@ class ManagerThreadsTest : public testing::Test {
   ManagerThreadsTest() { zu::log::setLevel(zu::log::Level::warning); }
   ~ManagerThreadsTest() override { zu::log::setLevel(zu::log::Level::info); }
 
-  /// Speaks, whatever comes of it: the engine may be gone or going.
+  /// Speaks, and ignores errors: the engine may have been unloaded, or be unloaded during the call.
   static void speak(TestManager& manager) {
     try {
       manager.startSynthetizer("hello");
@@ -45,7 +45,7 @@ class ManagerThreadsTest : public testing::Test {
   test::PluginFolder folder;
 };
 
-/// As everyOperationOf(), but for a manager, whose operations may find their language switched.
+/// Like everyOperationOf(), for a manager: other threads may switch the language meanwhile.
 std::vector<std::function<void()>> everyOperationOf(TestManager& manager) {
   auto actions = test::everyOperationOf(manager);
   actions.push_back([&] {
@@ -64,8 +64,8 @@ std::vector<std::function<void()>> everyOperationOf(TestManager& manager) {
   return actions;
 }
 
-/// Makes voice operations harmless: between a language switch and the voice step of one thread,
-/// another thread may switch the language to an engine without that voice.
+/// Ignores errors of a voice operation: after one thread has switched the language, and before it
+/// sets the voice, another thread may switch to an engine without that voice.
 std::function<void()> tolerant(const std::function<void()>& action) {
   return [action] {
     try {
@@ -112,9 +112,9 @@ TEST_F(ManagerThreadsTest, OperationsStormWhileTheManagerIsTerminatedAndInitiali
   }
 }
 
-TEST_F(ManagerThreadsTest, AnEngineComesAndGoesWhileTheManagerIsAsked) {
+TEST_F(ManagerThreadsTest, AnEngineIsLoadedAndUnloadedWhileTheManagerAnswersQueries) {
   folder.install("nuance", "scripted");
-  folder.install("a", "scripted");  // stands before the one that is asked for
+  folder.install("a", "scripted");  // comes before the plug-in that is loaded
   TestManager manager;
   manager.initialize(packages);
 
@@ -164,7 +164,7 @@ TEST_F(ManagerThreadsTest, TheLibraryIsClosedByTheStartThatOutlivesTheEnginesUnl
   EXPECT_FALSE(folder.isMapped("nuance"));
 }
 
-TEST_F(ManagerThreadsTest, TheManagerCanBeInitializedAnewWhileAnOldStartIsRunning) {
+TEST_F(ManagerThreadsTest, TheManagerCanBeInitializedAgainWhileAnOldStartIsRunning) {
   folder.install("nuance", "scripted");
   TestManager manager;
   manager.initialize(packages);
@@ -337,7 +337,7 @@ TEST_F(ManagerThreadsTest, TheTablesCanBeReadWhileTheyAreFilledAndCleared) {
   folder.install("nuance", "scripted");
   TestManager manager;
   std::atomic<bool> done{false};
-  // Calls no engine: the fixtures' journal has a lock that would hide a missing one.
+  // Calls no engine: the lock of the fixtures' journal would hide a missing lock of the manager.
   std::thread reader([&] {
     while (!done) {
       tolerant([&] { manager.xGetEngine("English"); })();

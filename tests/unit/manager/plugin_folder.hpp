@@ -10,8 +10,8 @@
 
 namespace test {
 
-/// A folder in which plug-ins are looked for first. The three that managers load are there from the
-/// start, without an engine, so that none is found elsewhere.
+/// A folder that is searched for plug-ins before all others. At first it has the three plug-ins
+/// that managers load, without engines, so that the loader finds none in other folders.
 class PluginFolder {
  public:
   PluginFolder() {
@@ -26,17 +26,17 @@ class PluginFolder {
   PluginFolder(const PluginFolder&) = delete;
   PluginFolder& operator=(const PluginFolder&) = delete;
 
-  /// Puts a fixture where the plug-in of this name is looked for. \return its path
+  /// Installs a fixture under the first file name of the plug-in `name`. \return its path
   std::string install(const std::string& name, const std::string& fixture) const {
     return copy("libkqtts-" + name, fixture);
   }
 
-  /// The same under the second name that is looked for.
+  /// Installs a fixture under the second file name, which is searched after the first.
   std::string installUnderSecondName(const std::string& name, const std::string& fixture) const {
     return copy("kqtts-" + name, fixture);
   }
 
-  /// Whether the library of this plug-in is in the process.
+  /// Whether the library of this plug-in is mapped into the process.
   bool isMapped(const std::string& name) const {
     std::ifstream maps("/proc/self/maps");
     const std::string file = folder.path().string() + "/kqtts/libkqtts-" + name + ".so";
@@ -52,7 +52,7 @@ class PluginFolder {
   std::string copy(const std::string& name, const std::string& fixture) const {
     const boost::filesystem::path file = folder.path() / "kqtts" / (name + ".so");
     boost::filesystem::create_directories(file.parent_path());
-    // A new file each time: the loader takes the same file for the same library.
+    // Always a new file: for the loader, the same file is the same library.
     boost::filesystem::remove(file);
     boost::filesystem::copy_file(PLUGIN_FIXTURES "/" + fixture + ".so", file);
     return file.string();

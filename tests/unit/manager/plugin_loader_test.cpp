@@ -23,7 +23,7 @@ using zu::log::Level;
 
 constexpr const char* loaderFile = "perception/audio/libkqtts/src/tts_plugin_manager";
 
-/// Shows the map of libraries.
+/// Makes the map of libraries public.
 class Loader : public KQ::TtsPluginManager {
  public:
   using TtsPluginManager::plugins;
@@ -57,7 +57,7 @@ TEST_F(PluginLoaderTest, LoadGivesTheEngineThatThePluginMade) {
   loader.unload(&engine);
 }
 
-/// Looks at what the entry point received, from inside the test.
+/// Gives the test access to what the entry point received.
 struct Received : test::FakeEngine {
   using FakeEngine::callback;
   using FakeEngine::languageInfo;
@@ -70,7 +70,7 @@ TEST_F(PluginLoaderTest, ThePluginReceivesTheCallbackAndTheTable) {
 
   TextToSpeechEngine* engine = loader.load("x", &callback, table);
 
-  EXPECT_EQ(table.use_count(), 2);  // ours and the engine's: the loader's copies are gone
+  EXPECT_EQ(table.use_count(), 2);  // the test's and the engine's; the loader keeps none
   EXPECT_EQ(engine->*(&Received::callback), &callback);
   EXPECT_EQ(engine->*(&Received::languageInfo), table);
   loader.unload(&engine);
@@ -159,7 +159,7 @@ TEST_F(PluginLoaderTest, ALibraryWithoutEntryPointGivesNullAndStaysOpen) {
   EXPECT_TRUE(folder.isMapped("x"));
 }
 
-TEST_F(PluginLoaderTest, APluginWithoutEngineGivesNullInSilenceAndIsClosed) {
+TEST_F(PluginLoaderTest, APluginWithoutEngineGivesNullLogsNothingAndIsClosed) {
   folder.install("x", "null_engine");
   const test::LogRecorder log;
 
@@ -240,7 +240,8 @@ TEST_F(PluginLoaderTest, UnloadForgetsAnEngineWhosePointerThePluginLeaves) {
 TEST_F(PluginLoaderTest, UnloadWithoutEntryPointClosesTheLibraryAndLeavesTheEngine) {
   folder.install("x", "without_unload");
   TextToSpeechEngine* engine = loader.load("x");
-  static const TextToSpeechEngine* abandoned;  // nobody can destroy it, so it is no leak of ours
+  static const TextToSpeechEngine*
+      abandoned;  // keeps the leak checker quiet: the test cannot destroy it
   abandoned = engine;
   journal::take();
 

@@ -95,7 +95,7 @@ TEST_F(Reentrance, AllowsWhatDoesNotWait) {
   });
 }
 
-/// Beside a second manager with an engine of its own.
+/// Adds a second manager that has its own engine.
 class ReentranceBesideAnother : public Reentrance {
  protected:
   ReentranceBesideAnother() {
@@ -137,7 +137,7 @@ TEST_F(ReentranceBesideAnother, IsSeenThroughTheOtherManager) {
 TEST_F(ReentranceBesideAnother, AManagerThatStaysBusyRefuses) {
   test::Latch entered;
   test::Latch outerIsDone;
-  // As with a synthesiser that both managers share: the other's utterance waits for the outer one.
+  // As if both managers shared a synthesiser: the second utterance waits for the outer one.
   listen({{"aitalk xStartSynthetizer waiting",
            [&] {
              entered.open();
@@ -158,7 +158,7 @@ TEST_F(ReentranceBesideAnother, AManagerThatStaysBusyRefuses) {
   speaker.join();
 }
 
-TEST_F(Reentrance, AnotherThreadWaitsAsEver) {
+TEST_F(Reentrance, AnotherThreadStillWaits) {
   test::Latch asked;
   float value = 0;
   std::thread asking;
@@ -179,7 +179,7 @@ TEST(InitializeBesideAnUnload, IsAnErrorOnceNoEngineIsLeft) {
   folder.install("nuance", "scripted");
   TestManager manager;
   journal::setListener([&](const std::string& event) {
-    // "aitalk" is in the registry by then.
+    // "aitalk" is already in the registry.
     if (event == "nuance xInitialize") {
       manager.xUnloadPlugin("aitalk");
     }

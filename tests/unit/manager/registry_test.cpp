@@ -75,7 +75,7 @@ TEST(ManagerConstructionTest, KeepsTheCallbackAndTheTableForItselfAndItsBase) {
   EXPECT_EQ(table.use_count(), 1);
 }
 
-TEST(ManagerConstructionTest, RegistersItsLogCategorySpelledAsItIs) {
+TEST(ManagerConstructionTest, RegistersItsLogCategoryWithItsOddSpelling) {
   EXPECT_THAT(zu::log::categories(), Contains("textospeechmanager"));
 }
 
@@ -121,7 +121,7 @@ TEST_F(RegistryTest, LoadingHandsOnTheCallbackAndTheGivenTable) {
   other.xUnloadPlugin("x");
 }
 
-TEST_F(RegistryTest, LoadingTakesNoPartInRouting) {
+TEST_F(RegistryTest, LoadingDoesNotChangeTheRouting) {
   folder.install("x", "scripted");
   load("x", {{"x", "language", "French"}, {"x", "voice", "Marie=French"}});
 
@@ -230,7 +230,7 @@ TEST_F(RegistryTest, LoadingANameTwiceReplacesTheEngine) {
   EXPECT_FALSE(folder.isMapped("x"));
 }
 
-TEST_F(RegistryTest, AReplacedEngineThatNobodyHoldsGoesAtOnce) {
+TEST_F(RegistryTest, AReplacedEngineThatNobodyHoldsIsDestroyedAtOnce) {
   folder.install("x", "scripted");
   load("x");
   journal::take();
@@ -387,7 +387,7 @@ TEST_F(RegistryTest, APluginMayLoadAnotherWhileItIsLoaded) {
   EXPECT_THAT(manager.engines, ElementsAre(Pair("x", Not(nullptr)), Pair("y", Not(nullptr))));
 }
 
-/// Shows the loader's map.
+/// Makes the loader's map public.
 class OpenLoader : public KQ::TtsPluginManager {
  public:
   using TtsPluginManager::plugins;
@@ -408,7 +408,7 @@ TEST_F(RegistryTest, AnEngineIsForgottenBeforeItsAddressIsFree) {
   EXPECT_EQ(listed, 0U);
 }
 
-/// A derived manager may fill the registry itself.
+/// A derived manager may put engines into the registry itself.
 class EngineOfADerivedManager : public RegistryTest {
  protected:
   EngineOfADerivedManager() {
@@ -563,7 +563,7 @@ TEST_F(RegistryTest, AnExceptionOfAShutDownInTheDestructorEndsTheProcess) {
       "");
 }
 
-// Exceptions that live in a plug-in ------------------------------------------------------------
+// Exceptions whose type a plug-in defines ------------------------------------------------------
 
 struct Exception {
   const char* name;
@@ -576,8 +576,8 @@ void PrintTo(const Exception& exception, std::ostream* stream) {
 
 class PluginException : public RegistryTest, public testing::WithParamInterface<Exception> {};
 
-/// An exception of the plug-in's own type may be held by anybody for ever, so that its library is
-/// never closed; one that lives elsewhere keeps nothing open.
+/// Anybody may keep an exception of the plug-in's own type for ever, so its library is never
+/// closed. An exception of another type does not keep the library open.
 TEST_P(PluginException, KeepsItsLibraryOpenIfItMayLiveThere) {
   folder.install("nuance", "scripted");
   manager.initialize({{"nuance", "language", "English"},
@@ -615,7 +615,7 @@ INSTANTIATE_TEST_SUITE_P(Kinds, PluginException,
                                          Exception{"runtimeError", true}),
                          test::RowName());
 
-/// What a plug-in shares with its host, thrown as it is.
+/// An exception of a type that plug-in and host share.
 struct SharedException {
   const char* name;
   std::function<void()> raise;
@@ -723,7 +723,7 @@ const std::vector<Passage> passages = {
 
 class ExceptionOfAHook : public RegistryTest, public testing::WithParamInterface<Passage> {};
 
-TEST_P(ExceptionOfAHook, KeepsTheLibraryOpenWhicheverWayItLeaves) {
+TEST_P(ExceptionOfAHook, KeepsTheLibraryOpenThroughEveryOperation) {
   struct OfThePlugin {};
   folder.install("nuance", "scripted");
   manager.initialize(oneVoice);

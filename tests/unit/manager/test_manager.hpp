@@ -10,7 +10,7 @@
 
 namespace test {
 
-/// The module of the manager's errors.
+/// The module text of the manager's errors.
 constexpr const char* managerModule = "TextToSpeechManager";
 
 /// Makes the manager's fields and hooks public, and adds fake engines to its registry.
@@ -20,8 +20,8 @@ class TestManager : public KQ::TextToSpeechManager {
                        const boost::shared_ptr<KQ::TTSLanguageInfo>& table = nullptr)
       : TextToSpeechManager(engineCallback, table) {}
 
-  /// Registers an active engine, and lets the manager's own initialisation fill the tables from all
-  /// engines of the registry. That loads no plug-in: none is installed meanwhile.
+  /// Registers an active engine. The manager's own initialisation then fills the tables from all
+  /// engines of the registry. It loads no plug-in, because none is installed meanwhile.
   boost::shared_ptr<FakeEngine> add(const std::string& plugin,
                                     const std::vector<std::string>& languages,
                                     const std::map<std::string, std::string>& allVoices) {
@@ -40,13 +40,13 @@ class TestManager : public KQ::TextToSpeechManager {
     return engine;
   }
 
-  /// Puts an engine into the registry as it is. The tables do not change.
+  /// Puts an engine into the registry and does not change the tables.
   void registerEngine(const std::string& plugin, const boost::shared_ptr<FakeEngine>& engine) {
     const boost::lock_guard<boost::mutex> lock(tablesMutex);
     engines[plugin] = engine;
   }
 
-  /// Whether a thread, this one included, holds managerMutex.
+  /// Whether any thread, including this one, holds managerMutex.
   bool isLocked() {
     const bool taken = managerMutex.try_lock();
     if (taken) {

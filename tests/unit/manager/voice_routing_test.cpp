@@ -65,7 +65,7 @@ TEST_F(VoiceRoutingTest, AVoiceOfAnotherLanguageOfTheSameEngineSwitchesToo) {
   EXPECT_EQ(routes.currentLanguage, "French");
 }
 
-TEST_F(VoiceRoutingTest, TheEngineIsThatOfTheLanguageAsItStandsAfterTheSwitch) {
+TEST_F(VoiceRoutingTest, TheEngineIsThatOfTheLanguageAfterTheSwitch) {
   aitalk->onCall = [this](const std::string& call) {
     if (call == "xGetCurrentLanguage") {
       aitalk->currentLanguage = "Nihongo";
@@ -170,7 +170,7 @@ TEST_F(VoiceRoutingTest, OtherExceptionsPassUnchanged) {
   EXPECT_THROW(routes.setCurrentVoice("Anna"), std::runtime_error);
 }
 
-TEST_F(VoiceRoutingTest, TheManagersLockIsHeldForTheEngineStepAlone) {
+TEST_F(VoiceRoutingTest, TheManagersLockIsHeldOnlyForTheEngineStep) {
   bool lockedBefore = true;
   bool lockedInside = false;
   nuance->onCall = [&](const std::string& call) {
@@ -192,8 +192,8 @@ TEST_F(VoiceRoutingTest, TheManagersLockIsHeldForTheEngineStepAlone) {
   EXPECT_FALSE(routes.isLocked());
 }
 
-// An engine may wait, as it goes, for a thread of its own that calls the manager.
-TEST_F(VoiceRoutingTest, AnEngineDroppedDuringTheVoiceStepGoesAfterTheLock) {
+// An engine's destructor may wait for a thread of the engine that is calling the manager.
+TEST_F(VoiceRoutingTest, AnEngineDroppedDuringTheVoiceStepIsDestroyedAfterTheUnlock) {
   bool destroyed = false;
   bool lockedAtTheEnd = true;
   test::FakeEngine* const target = nuance.get();

@@ -9,7 +9,7 @@
 
 CapturedStderr::CapturedStderr()
     : file(memfd_create("stderr", MFD_CLOEXEC)), original(dup(STDERR_FILENO)) {
-  fcntl(file, F_SETFL, O_APPEND);  // child processes write at once with this one
+  fcntl(file, F_SETFL, O_APPEND);  // child processes write to it at the same time
   dup2(file, STDERR_FILENO);
 }
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-/// While it lives, all that the process writes to standard error goes into a file of its own.
+/// As long as it lives, redirects the process's standard error into a file.
 class CapturedStderr {
  public:
   CapturedStderr();
@@ -11,9 +11,9 @@ class CapturedStderr {
   CapturedStderr(const CapturedStderr&) = delete;
   CapturedStderr& operator=(const CapturedStderr&) = delete;
 
-  /// What was written up to now.
+  /// Everything written so far.
   std::string text() const;
-  /// The same, split at line feeds; a text after the last of them counts as a line.
+  /// The same as lines. Text after the last line feed counts as a line.
   std::vector<std::string> lines() const;
 
  private:

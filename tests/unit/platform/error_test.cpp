@@ -13,7 +13,7 @@ namespace {
 static_assert(std::is_nothrow_copy_constructible_v<KQError>);
 static_assert(std::is_nothrow_copy_assignable_v<KQError>);
 
-TEST(KQErrorTest, TellsWhatItWasMadeOf) {
+TEST(KQErrorTest, ReturnsItsParts) {
   const KQError error("Module", "method", "It failed.", "file.cpp", 12);
 
   EXPECT_EQ(error.getModule(), "Module");

@@ -40,7 +40,7 @@ class LogHandlersTest : public testing::Test {
     return added.back();
   }
 
-  // A handler that notes the messages it sees.
+  // Adds a handler that collects the messages of its records.
   int addNoting(std::vector<std::string>& messages) {
     return add([&messages](const Record& record) { messages.push_back(record.message); });
   }
@@ -132,7 +132,7 @@ TEST_F(LogHandlersTest, IdsAreNotGivenTwice) {
   EXPECT_NE(add([](const Record&) {}), first);
 }
 
-TEST_F(LogHandlersTest, WhatAHandlerThrowsIsDropped) {
+TEST_F(LogHandlersTest, ExceptionsOfAHandlerAreDropped) {
   std::vector<std::string> messages;
   add([](const Record&) { throw std::runtime_error("failed"); });
   add([](const Record&) { throw 1; });
@@ -144,7 +144,7 @@ TEST_F(LogHandlersTest, WhatAHandlerThrowsIsDropped) {
   EXPECT_THAT(messages, ElementsAre("message"));
 }
 
-TEST_F(LogHandlersTest, WhatAHandlerLogsOnlyTheOthersSee) {
+TEST_F(LogHandlersTest, OnlyTheOtherHandlersSeeWhatAHandlerLogs) {
   std::vector<std::string> own;
   std::vector<std::string> others;
   add([&own](const Record& record) {
@@ -160,7 +160,7 @@ TEST_F(LogHandlersTest, WhatAHandlerLogsOnlyTheOthersSee) {
   EXPECT_EQ(errors.lines().size(), 2U);
 }
 
-TEST_F(LogHandlersTest, HandlersThatLogAboutEachOtherComeToAnEnd) {
+TEST_F(LogHandlersTest, HandlersThatLogAboutEachOtherDoNotLoopForEver) {
   int count = 0;
   const auto answer = [&count](const Record&) {
     ++count;
@@ -283,7 +283,7 @@ TEST_F(LogHandlersTest, TheDestructorOfAHandlerMayLogAndRemove) {
   EXPECT_THAT(messages, ElementsAre("destroyed"));
 }
 
-// A handler that the message "enter" holds until it is told to leave.
+// A handler that blocks on the message "enter" until `leave` is set.
 class HeldHandler {
  public:
   void operator()(const Record& record) {
@@ -305,7 +305,7 @@ void enterAs(const char* function) {
   zu::log::write(Level::error, "handlers", "enter", "", function, 0);
 }
 
-// Waits until removeHandler() has begun elsewhere: the handler then sees no more records.
+// Waits until removeHandler() has begun in another thread: the handler then sees no more records.
 void waitUntilBeingRemoved(const std::atomic<int>& calls) {
   int seen = 0;
   do {
@@ -360,7 +360,7 @@ TEST_F(LogHandlersTest, RemovalWaitsForEveryThreadThatIsInTheHandler) {
   EXPECT_TRUE(bothFinished.get());
 }
 
-TEST_F(LogHandlersTest, OtherHandlersRunWhileOneIsWaitedFor) {
+TEST_F(LogHandlersTest, OtherHandlersRunWhileRemovalWaitsForOne) {
   HeldHandler handler;
   const int id = add([&handler](const Record& record) { handler(record); });
   std::thread writer([] { write("enter"); });
@@ -401,7 +401,7 @@ TEST_F(LogHandlersTest, AHandlerThatRemovesAnotherWaitsForIt) {
   EXPECT_TRUE(hadFinished);
 }
 
-TEST_F(LogHandlersTest, RemovalFromOutsideWaitsForAHandlerThatIsHeldUpByAnother) {
+TEST_F(LogHandlersTest, RemovalWaitsForAHandlerThatIsRemovingAnother) {
   HeldHandler held;
   std::atomic<int> calls{0};
   std::atomic<bool> hasFinished{false};
@@ -430,7 +430,7 @@ TEST_F(LogHandlersTest, RemovalFromOutsideWaitsForAHandlerThatIsHeldUpByAnother)
   EXPECT_TRUE(finishedAtReturn.get());
 }
 
-TEST_F(LogHandlersTest, AHandlerThatIsHeldUpNoMoreIsWaitedForAgain) {
+TEST_F(LogHandlersTest, RemovalWaitsForAHandlerThatHasFinishedRemovingAnother) {
   HeldHandler removed;
   HeldHandler held;
   const int removedId = add([&removed](const Record& record) {

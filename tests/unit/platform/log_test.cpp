@@ -75,7 +75,7 @@ TEST_F(LogTest, EveryLevelIsNamed) {
                                           EndsWith(" debug log.named:  (file.cpp:7 function)")));
 }
 
-TEST_F(LogTest, EachLevelLetsThroughItselfAndAllBefore) {
+TEST_F(LogTest, EachLevelEnablesItselfAndAllMoreSevereOnes) {
   for (const Level set : allLevels) {
     zu::log::setLevel(set);
     for (const Level asked : allLevels) {
@@ -85,7 +85,7 @@ TEST_F(LogTest, EachLevelLetsThroughItselfAndAllBefore) {
   }
 }
 
-TEST_F(LogTest, ALevelBeyondTheLastIsNeverLetThrough) {
+TEST_F(LogTest, ALevelBeyondTheLastIsNeverEnabled) {
   const auto beyond = static_cast<Level>(7);
   zu::log::setLevel(beyond);
   const CapturedStderr errors;
@@ -108,7 +108,7 @@ TEST_F(LogTest, WriteKeepsToTheLevel) {
   EXPECT_THAT(errors.lines(), ElementsAre(testing::HasSubstr("at")));
 }
 
-TEST_F(LogTest, ACategorysLevelHoldsForItAlone) {
+TEST_F(LogTest, ACategorysLevelAppliesToItAlone) {
   zu::log::registerCategory("log.one");
   zu::log::registerCategory("log.other");
 
@@ -136,7 +136,7 @@ TEST_F(LogTest, TheLevelOfAllReplacesTheCategories) {
   EXPECT_FALSE(isEnabled(Level::debug, "log.replaced"));
 }
 
-TEST_F(LogTest, TheLevelOfAllHoldsForCategoriesToCome) {
+TEST_F(LogTest, TheLevelOfAllAppliesToLaterCategories) {
   zu::log::setLevel(Level::debug);
 
   zu::log::registerCategory("log.tocome");
@@ -166,7 +166,7 @@ TEST_F(LogTest, AskingOrSettingALevelMakesNoCategoryKnown) {
   EXPECT_THAT(zu::log::categories(), Not(Contains("log.set")));
 }
 
-TEST_F(LogTest, ThousandsOfCategoriesAreToldApart) {
+TEST_F(LogTest, ThousandsOfCategoriesAreDistinguished) {
   constexpr int count = 5000;
   for (int i = 0; i < count; ++i) {
     zu::log::setLevel("log.many." + std::to_string(i), i % 2 == 0 ? Level::debug : Level::fatal);
@@ -184,7 +184,7 @@ struct Printed {
   std::string printed;
 };
 
-TEST_F(LogTest, WhateverAMessageHoldsItStaysInItsLine) {
+TEST_F(LogTest, EveryMessageStaysInOneLine) {
   const Printed table[] = {
       {"last line feed dropped", "text\n", "text"},
       {"only one dropped", "text\n\n", "text\\n"},
@@ -323,7 +323,7 @@ TEST_F(LogTest, ALibraryMayLogWhileItIsLoadedAndUnloaded) {
   EXPECT_THAT(errors.lines(), Contains(EndsWith("warning guest: unloaded (guest.cpp:1 ~Guest)")));
 }
 
-// What happens in a process of its own.
+// Tests that run in a process of their own.
 class LogProcessTest : public testing::Test {
  protected:
   LogProcessTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }

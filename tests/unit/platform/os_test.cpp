@@ -38,11 +38,11 @@ TEST_F(OsTest, DefaultModeKeepsSymbolsLocal) {
   zu::os::dlclose(library);
 }
 
-TEST_F(OsTest, OtherModesAreTheSystems) {
+TEST_F(OsTest, OtherModesArePassedToTheSystem) {
   EXPECT_EQ(zu::os::dlopen(GUEST_LIBRARY, RTLD_NOW | RTLD_NOLOAD), nullptr);
 }
 
-TEST_F(OsTest, MissingFileIsNamedInTheError) {
+TEST_F(OsTest, TheErrorNamesTheMissingFile) {
   EXPECT_EQ(zu::os::dlopen("/no/such/library.so", -1), nullptr);
   EXPECT_NE(std::string(dlerror()).find("/no/such/library.so"), std::string::npos);
 }
@@ -92,7 +92,7 @@ TEST_F(OsTest, OpensALibraryThatHasAllMappedBytes) {
   zu::os::dlclose(library);
 }
 
-TEST_F(OsTest, LeavesWhatIsNoLibraryToTheSystem) {
+TEST_F(OsTest, PassesAFileThatIsNoLibraryToTheSystem) {
   const test::TempFolder folder;
   const std::string text = folder.write("text.so", "this is a text").string();
 
@@ -109,7 +109,7 @@ TEST_F(OsTest, OpensALibraryOfTheSystemByItsName) {
   zu::os::dlclose(library);
 }
 
-TEST_F(OsTest, MissingSymbolIsNamedInTheError) {
+TEST_F(OsTest, TheErrorNamesTheMissingSymbol) {
   void* library = zu::os::dlopen(GUEST_LIBRARY, -1);
 
   EXPECT_EQ(zu::os::dlsym(library, "no_such_symbol"), nullptr);
@@ -144,7 +144,7 @@ TEST_F(OsTest, RefusesToCloseANullHandle) {
   EXPECT_STREQ(dlerror(), "not a library's handle");
 }
 
-TEST_F(OsTest, AnErrorIsToldOnce) {
+TEST_F(OsTest, AnErrorIsReportedOnce) {
   zu::os::dlopen("/no/such/library.so", -1);
   EXPECT_STRNE(dlerror(), "");
   EXPECT_STREQ(dlerror(), "");
@@ -154,7 +154,7 @@ TEST_F(OsTest, AnErrorIsToldOnce) {
   EXPECT_STREQ(dlerror(), "");
 }
 
-TEST_F(OsTest, TheLastErrorIsTold) {
+TEST_F(OsTest, OnlyTheLastErrorIsReported) {
   zu::os::dlopen("/no/such/library.so", -1);
   zu::os::dlclose(nullptr);
   EXPECT_STREQ(dlerror(), "not a library's handle");
@@ -165,7 +165,7 @@ TEST_F(OsTest, TheLastErrorIsTold) {
   EXPECT_NE(std::string(dlerror()).find("/no/such/library.so"), std::string::npos);
 }
 
-TEST_F(OsTest, AnotherThreadsErrorIsNotTold) {
+TEST_F(OsTest, AnotherThreadsErrorIsNotReported) {
   zu::os::dlclose(nullptr);
 
   std::string toldElsewhere = "not asked";

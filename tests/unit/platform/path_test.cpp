@@ -18,7 +18,7 @@ using zu::path::addLibDir;
 using zu::path::findLib;
 using zu::path::libDirs;
 
-// Each test has a folder of its own, which the folders that earlier tests added are not in.
+// Each test has its own folder, which contains none of the folders that earlier tests added.
 class PathTest : public testing::Test {
  protected:
   void SetUp() override {
@@ -184,7 +184,7 @@ TEST_F(PathTest, EmptyAndMutilatedFoldersAreIgnored) {
   EXPECT_EQ(libDirs(), before);
 }
 
-TEST_F(PathTest, RefusesNamesThatLeaveTheFolder) {
+TEST_F(PathTest, RefusesNamesThatLeadOutOfTheFolder) {
   file("outside.so");
   file("inner/libx.so");
   const std::string inner = folder("inner");

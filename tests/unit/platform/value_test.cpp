@@ -30,7 +30,7 @@ float floatOf(const KQValue& value) {
   return value;
 }
 
-// Arrays of one element, one in the other.
+// Nested arrays of one element each.
 KQValue nested(int depth) {
   KQValue value("core");
   for (int i = 0; i < depth; ++i) {

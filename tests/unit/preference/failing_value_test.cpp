@@ -14,7 +14,7 @@ std::function<void()> failure;
 
 }  // namespace
 
-// The library finds this one before the platform's, whose own never fails so.
+// The library finds this function before the platform's, which never fails like this.
 int KQValue::getSize() const {
   failure();
   return 0;

@@ -187,7 +187,7 @@ TEST_F(UnwritableFile, NulInThePath) {
   EXPECT_FALSE(fs::exists(folder.path() / "file"));
 }
 
-TEST_F(PreferenceFileTest, ANewFileIsForAllWhomTheUserLetsSeeHisFiles) {
+TEST_F(PreferenceFileTest, TheUmaskDecidesWhoMayReadANewFile) {
   const mode_t previous = ::umask(022);
   write(makeSetting());
   ::umask(previous);
@@ -214,7 +214,7 @@ TEST_F(PreferenceFileTest, WritingFollowsALink) {
   EXPECT_TRUE(fs::is_symlink(folder.path() / "voiceSettings.xml"));
 }
 
-/// All that comes through a pipe, which is closed then.
+/// Reads a pipe to its end, and closes it.
 std::string allOf(int reader) {
   std::string content;
   char block[4096];
@@ -235,7 +235,7 @@ TEST_F(PreferenceFileTest, WritingWaitsForTheReaderOfAPipe) {
 
   std::thread writer([&] { write(makeSetting(voice)); });
   while (::poll(&probe, 1, 0) > 0) {
-    std::this_thread::yield();  // until it is full
+    std::this_thread::yield();  // until the pipe is full
   }
   ::close(probe.fd);
   const std::string content = allOf(reader);
@@ -270,7 +270,7 @@ TEST_F(PreferenceFileTest, FailuresAfterOpeningAreNotReported) {
   EXPECT_THAT(log.lines(), IsEmpty());
 }
 
-// There and back -----------------------------------------------------------------------------
+// Writing, then reading ----------------------------------------------------------------------
 
 TEST_F(PreferenceFileTest, TheDefaultsReadBackEqual) {
   EXPECT_TRUE(readBack(makeSetting()) == makeSetting());
@@ -303,7 +303,7 @@ struct VoiceName {
 
 class WrittenVoiceName : public PreferenceFileTest, public testing::WithParamInterface<VoiceName> {
  protected:
-  /// The name by another program's reading of the file.
+  /// The name in the file as another program reads it.
   std::string readByXmllint() const {
     const std::string command =
         "xmllint --xpath 'string(//Preference[@name=\"sourceVoice\"]/@value)' '" +
@@ -522,7 +522,7 @@ TEST_F(PreferenceFileTest, NaNReadsAsNaN) {
   EXPECT_TRUE(std::isnan(setting.parameters.at("voiceLevel")));
 }
 
-TEST_F(PreferenceFileTest, AWordForALevelReadsAsZeroBesideTheDefaults) {
+TEST_F(PreferenceFileTest, AWordForALevelReadsAsZeroAndTheDefaultsStay) {
   VoiceSetting expected = makeSetting("");
   expected.parameters["voiceLevel"] = 0.0F;
 
@@ -534,7 +534,7 @@ TEST_F(PreferenceFileTest, TheSourceVoiceIsNoParameter) {
             makeSetting().parameters);
 }
 
-// Files that are none ------------------------------------------------------------------------
+// Files that cannot be read ------------------------------------------------------------------
 
 TEST_F(PreferenceFileTest, AnEmptyPathGivesTheDefaults) {
   EXPECT_TRUE(read("") == makeSetting(""));
@@ -565,8 +565,8 @@ TEST_F(PreferenceFileTest, ALinkIsFollowed) {
   EXPECT_EQ(read(folder.path() / "link.xml").voiceName, "voice1");
 }
 
-TEST_F(PreferenceFileTest, AStatusThatCannotBeHadThrows) {
-  // Permissions do not stop every user; a link to itself stops all.
+TEST_F(PreferenceFileTest, AStatusThatCannotBeReadThrows) {
+  // Root ignores permissions, but nobody can follow a link to itself.
   fs::create_symlink("loop", folder.path() / "loop");
 
   EXPECT_THROW(read(folder.path() / "loop" / "voiceSettings.xml"), fs::filesystem_error);

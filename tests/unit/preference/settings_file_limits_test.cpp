@@ -49,20 +49,20 @@ TEST_F(SettingsFileLimits, AFileOfEightMebibytesIsRead) {
   EXPECT_EQ(voiceIn(begin + std::string(largestFile - begin.size() - end.size(), ' ') + end), "x");
 }
 
-TEST_F(SettingsFileLimits, ALargerFileIsNot) {
+TEST_F(SettingsFileLimits, ALargerFileIsNotRead) {
   const std::string begin = "<r>" + setting;
 
   EXPECT_EQ(voiceIn(begin + std::string(largestFile, ' ') + "</r>"), "");
 }
 
-TEST_F(SettingsFileLimits, AnImmenseFileIsNot) {
+TEST_F(SettingsFileLimits, AnImmenseFileIsNotRead) {
   const fs::path file = folder.write("voiceSettings.xml", "<r>" + setting + "</r>");
   fs::resize_file(file, std::uintmax_t{1} << 40U);
 
   EXPECT_EQ(voiceOf(file), "");
 }
 
-TEST_F(SettingsFileLimits, ElementsNestedInTwoHundredAndFiftySixAreRead) {
+TEST_F(SettingsFileLimits, ElementsNested256DeepAreRead) {
   EXPECT_EQ(voiceIn(nested(256)), "x");
 }
 
@@ -70,7 +70,7 @@ TEST_F(SettingsFileLimits, ElementsNestedDeeperAreMalformed) {
   EXPECT_EQ(voiceIn(nested(257)), "");
 }
 
-TEST_F(SettingsFileLimits, TheDepthIsThatOfOpenElements) {
+TEST_F(SettingsFileLimits, OnlyOpenElementsCountForTheDepth) {
   EXPECT_EQ(voiceIn("<r>" + repeated("<a><b/></a>", 300) + setting + "</r>"), "x");
 }
 
@@ -104,7 +104,7 @@ TEST_F(SettingsFileLimits, ADeviceIsNotRead) {
   EXPECT_EQ(voiceOf("/dev/zero"), "");
 }
 
-TEST_F(SettingsFileLimits, ANulInThePathEndsNothing) {
+TEST_F(SettingsFileLimits, APathWithANulIsNotCutThere) {
   const fs::path file = folder.write("voiceSettings.xml", "<r>" + setting + "</r>");
 
   EXPECT_EQ(voiceOf(file.native() + std::string("\0x", 2)), "");
@@ -118,7 +118,7 @@ struct Hostile {
 
 class HostileFile : public SettingsFileLimits, public testing::WithParamInterface<Hostile> {};
 
-// A file that cost too much would not be read within the time that a test program has.
+// If reading a file took too long, the test program would exceed its time limit.
 TEST_P(HostileFile, IsReadOrRefusedInLittleTime) {
   EXPECT_EQ(voiceIn(GetParam().content), GetParam().voice);
 }

@@ -11,13 +11,13 @@
 
 namespace {
 
-/// The bytes at the end of the next file that are gone when it is read.
+/// So many bytes are missing at the end of the next file that is read.
 ssize_t bytesGone = 0;
 
 }  // namespace
 
-// The library finds this one before the system's, with which no test can shorten a file in time. Like
-// the system's, it leaves the rest of the buffer undefined.
+// The library finds this function before the system's, because a test cannot shorten a file at the
+// right moment. Like the system's, it leaves the rest of the buffer undefined.
 extern "C" __attribute__((visibility("default"))) ssize_t read(int file, void* buffer,
                                                                std::size_t size) {
   const ssize_t count = ::syscall(SYS_read, file, buffer, size);
@@ -25,7 +25,7 @@ extern "C" __attribute__((visibility("default"))) ssize_t read(int file, void* b
     return count;
   }
   const ssize_t left = count - bytesGone;
-  bytesGone = count;  // the next call is at the end
+  bytesGone = count;  // the next call reports the end of the file
   return left;
 }
 

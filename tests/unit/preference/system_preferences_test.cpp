@@ -82,7 +82,7 @@ void PrintTo(const Shape& shape, std::ostream* stream) {
 
 class WrongShape : public testing::TestWithParam<Shape> {};
 
-/// What the value itself says of it.
+/// The text of the error that the value itself throws.
 std::string complaintOf(const KQValue& preferences) {
   try {
     KQValue copy = preferences;
@@ -97,7 +97,7 @@ std::string complaintOf(const KQValue& preferences) {
   return "";
 }
 
-TEST_P(WrongShape, IsReportedWithTheValuesOwnWords) {
+TEST_P(WrongShape, IsReportedWithTheErrorTextOfTheValue) {
   const std::string complaint = complaintOf(GetParam().preferences);
   ASSERT_NE(complaint, "");
 
@@ -146,13 +146,13 @@ TEST_F(SettingsFileLookup, FindsNothingInAnEmptyFolder) {
   EXPECT_EQ(found(), "");
 }
 
-TEST_F(SettingsFileLookup, TellsLetterCasesApart) {
+TEST_F(SettingsFileLookup, DistinguishesLetterCases) {
   folder.write("VoiceSettings.xml", "");
 
   EXPECT_EQ(found(), "");
 }
 
-TEST_F(SettingsFileLookup, PassesOverAFolderOfThatName) {
+TEST_F(SettingsFileLookup, SkipsAFolderOfThatName) {
   fs::create_directory(folder.path() / "voiceSettings.xml");
 
   EXPECT_EQ(found(), "");
@@ -172,7 +172,7 @@ TEST_F(SettingsFileLookup, FollowsALink) {
   EXPECT_EQ(found(), (folder.path() / "voiceSettings.xml").native());
 }
 
-TEST_F(SettingsFileLookup, PassesOverADanglingLink) {
+TEST_F(SettingsFileLookup, SkipsADanglingLink) {
   fs::create_symlink("none.xml", folder.path() / "voiceSettings.xml");
 
   EXPECT_EQ(found(), "");
@@ -187,7 +187,7 @@ TEST_F(SettingsFileLookup, ThrowsForAMissingFolder) {
                fs::filesystem_error);
 }
 
-TEST_F(SettingsFileLookup, ThrowsWhereAnEntrysStatusCannotBeHad) {
+TEST_F(SettingsFileLookup, ThrowsIfAnEntrysStatusCannotBeRead) {
   fs::create_symlink("loop", folder.path() / "loop");
 
   EXPECT_THROW(found(), fs::filesystem_error);

@@ -108,7 +108,7 @@ INSTANTIATE_TEST_SUITE_P(
         Replaced{"CompleteTagAfterAnUnknownOne", R"(a\RST\b)", R"(\x\last\)", R"(a\x\last\b)"}),
     test::RowName());
 
-/// Takes '1' for the upper case of 'P', and '_' for a space.
+/// Treats '1' as the upper case of 'P', and '_' as a space.
 class OtherCharacters : public std::ctype<char> {
  public:
   OtherCharacters() : std::ctype<char>(table().data()) {}
@@ -134,7 +134,7 @@ class OtherCharacters : public std::ctype<char> {
   }
 };
 
-TEST(ReplaceTagsTest, TheGlobalLocaleTellsCasesAndSpaces) {
+TEST(ReplaceTagsTest, TheGlobalLocaleDefinesCasesAndSpaces) {
   const test::GlobalLocale locale(std::locale(std::locale::classic(), new OtherCharacters));
 
   EXPECT_EQ(KQ::replaceTags(R"(_ a\1au=1\b\pau=2\c\VoL=3\d_)", "-"), R"(a-b\pau=2\c-d)");
@@ -156,12 +156,12 @@ TEST(ReplaceTagsTest, LongTextsAreReplacedLikeShortOnes) {
 
 class IsTagsOnlySentence : public testing::TestWithParam<Answer> {};
 
-TEST_P(IsTagsOnlySentence, Tells) {
+TEST_P(IsTagsOnlySentence, GivesTheAnswer) {
   EXPECT_EQ(KQ::isTagsOnlySentence(GetParam().text), GetParam().answer);
 }
 
-/// Longer than what the regular expression gets to see.
-TEST_P(IsTagsOnlySentence, TellsTheSameOfALongText) {
+/// The text is too long for the regular expression.
+TEST_P(IsTagsOnlySentence, GivesTheSameAnswerForALongText) {
   const std::string longTag = '\\' + std::string(100000, 'a') + '\\';
 
   EXPECT_EQ(KQ::isTagsOnlySentence(longTag + GetParam().text), GetParam().answer);

@@ -16,7 +16,7 @@ constexpr int texts = 50000;
 constexpr int texts = 1000000;
 #endif
 
-/// Texts built of what the functions look for, and of pieces of it.
+/// Random texts of what the functions search for, and of pieces of it.
 class RandomTexts {
  public:
   std::string next(int longest) {
@@ -100,7 +100,7 @@ TEST(TextAgainstOracle, TokenizeStringGivesTheSame) {
 
 TEST(TextAgainstOracle, IsTagsOnlySentenceGivesTheSame) {
   compareOnTexts([](RandomTexts& source, const std::string& text) {
-    // Most texts are not of tags only; these are, or are nearly.
+    // Few random texts are tags only; these are, or nearly are.
     std::string near = source.below(2) == 0 ? "" : " ";
     for (int tag = source.below(4); tag > 0; --tag) {
       near += "\\" + text.substr(0, static_cast<std::size_t>(source.below(3))) + "\\ ";

@@ -7,7 +7,7 @@
 
 namespace {
 
-// The only test of its program, so that these calls are the first ones.
+// The only test of its program, so these are the first calls of the functions.
 TEST(TextThreads, EveryTextFunctionMayBeCalledAtOnceFromTheFirstCallOn) {
   const std::string text = R"( \Pau=1\ it\mrkpause=2\s \last\)";
   std::atomic<int> wrong{0};

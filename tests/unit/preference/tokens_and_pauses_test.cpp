@@ -62,7 +62,7 @@ INSTANTIATE_TEST_SUITE_P(
                {std::string(100, 'a'), std::string(50, 'b')}}),
     test::RowName());
 
-TEST(TokenizeStringTest, AppendsBehindWhatIsThere) {
+TEST(TokenizeStringTest, AppendsToTheTokensThatAreThere) {
   std::string text = "b c";
   std::vector<std::string> tokens = {"a"};
 
@@ -220,7 +220,7 @@ TEST(ReplaceMrkPauseTest, WritesTheSameNumbersInEveryLocale) {
   EXPECT_EQ(text, R"(\mrk=65236\ )");
 }
 
-// Costs that grow faster than the text would take longer than a test program has.
+// If the cost grew faster than the text, the test program would exceed its time limit.
 constexpr std::size_t millions = 2000000;
 
 TEST(ReplaceMrkPauseTest, LongTextsAreRewrittenLikeShortOnes) {

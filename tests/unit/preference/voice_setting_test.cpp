@@ -40,7 +40,7 @@ TEST(VoiceSettingTest, TypeIs32BitsWideAndPreferencesAreOne) {
   EXPECT_EQ(static_cast<int>(KQ::VOICE_SETTING_PREFERENCES), 1);
 }
 
-/// Engines are built apart from the library, against the order of the fields.
+/// Engines are compiled separately, so the order of the fields must not change.
 TEST(VoiceSettingTest, TheFieldsKeepTheirOrder) {
   const VoiceSetting setting = newSetting();
   const void* const type = &setting.type;
@@ -85,11 +85,11 @@ TEST(VoiceSettingEquality, HoldsWithoutParameters) {
   EXPECT_TRUE(left == right);
 }
 
-TEST(VoiceSettingEquality, TellsTypesApart) {
+TEST(VoiceSettingEquality, DistinguishesTypes) {
   EXPECT_FALSE(newSetting() == VoiceSetting(otherType, "voice1"));
 }
 
-TEST(VoiceSettingEquality, TellsLetterCasesOfTheNameApart) {
+TEST(VoiceSettingEquality, DistinguishesLetterCasesOfTheName) {
   EXPECT_FALSE(newSetting() == VoiceSetting(KQ::VOICE_SETTING_PREFERENCES, "Voice1"));
 }
 
@@ -129,7 +129,7 @@ TEST(VoiceSettingEquality, CountsAnExtraParameterOnEitherSide) {
   EXPECT_FALSE(newSetting() == extended);
 }
 
-TEST(VoiceSettingEquality, TellsParameterNamesApart) {
+TEST(VoiceSettingEquality, DistinguishesParameterNames) {
   VoiceSetting left = newSetting();
   VoiceSetting right = newSetting();
   left.parameters["foo"] = 1.0F;
