@@ -1,5 +1,5 @@
-# What everything in this tree is built with, and where it goes. Nothing here reaches a consumer, nor
-# a tree that this one is a part of.
+# Compiler settings and output folders for everything in this tree. Nothing here reaches a consumer,
+# nor a tree that this one is a part of.
 
 # Language and visibility
 set(CMAKE_CXX_STANDARD 17)
@@ -19,22 +19,22 @@ set(KQTTS_PLUGIN_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib/kqtts)
 include(GNUInstallDirs)
 set(KQTTS_INSTALL_PLUGINDIR ${CMAKE_INSTALL_LIBDIR}/kqtts)
 set(KQTTS_INSTALL_PKGCONFIGDIR ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-# The way from a .pc file to the prefix, so that the tree can be moved.
+# The path from a .pc file to the prefix. It is relative, so that the tree can be moved.
 file(RELATIVE_PATH KQTTS_PREFIX_FROM_PKGCONFIG
   ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 string(REGEX REPLACE "/$" "" KQTTS_PREFIX_FROM_PKGCONFIG ${KQTTS_PREFIX_FROM_PKGCONFIG})
 
 set(KQTTS_SANITIZE "" CACHE STRING "Sanitizers for -fsanitize=, for example address,undefined")
 
-# For tests and tools: their templates compile slowly with a check of each pointer that is used. The
-# library, the platform and the engines keep these checks.
+# For tests and tools: checks of each pointer make their templates slow to compile. The library, the
+# platform and the engines keep these checks.
 set(KQTTS_WITHOUT_POINTER_CHECKS "")
 if(KQTTS_SANITIZE MATCHES "undefined")
   set(KQTTS_WITHOUT_POINTER_CHECKS -fno-sanitize=null,vptr,alignment,object-size)
 endif()
 
-# kqtts_target(<target>): warnings as errors, the sanitizers, no paths of this machine in the result.
-# The preset or the build type sets the optimisation, never a target.
+# kqtts_target(<target>): makes warnings errors, sets the sanitizers, and keeps paths of this
+# machine out of the result. The preset or the build type sets the optimisation, never a target.
 function(kqtts_target target)
   target_compile_options(${target} PRIVATE
     -Wall -Wextra -Wpedantic -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual

@@ -14,7 +14,7 @@ constexpr const char* voicesFolder = "voices";
 constexpr const char* voiceFile = "voice.xml";
 constexpr const char* voiceSettingsFile = "voiceSettings.xml";
 
-constexpr const char* uuid = "uuid";                  ///< tells packages apart
+constexpr const char* uuid = "uuid";                  ///< identifies the package
 constexpr const char* version = "version";            ///< of the package
 constexpr const char* engine = "engine";              ///< the engine that takes the package
 constexpr const char* language = "language";          ///< the language of its voices

@@ -6,11 +6,11 @@
 
 namespace KQ::sentences {
 
-/// Abbreviations that are written with a full stop and go on within a sentence, on top of those that
-/// ICU has for the language: those of the language, and those that any language may hold.
+/// Abbreviations with a full stop that does not end a sentence: those of a language that ICU lacks,
+/// and those that may be in any language.
 struct Abbreviations {
-  std::vector<std::string> words;          ///< with their stops: "Capt."
-  std::vector<std::string> beforeNumbers;  ///< those that are words elsewhere: "No."
+  std::vector<std::string> words;          ///< with their full stops: "Capt."
+  std::vector<std::string> beforeNumbers;  ///< abbreviations only before a number: "No."
 };
 
 /// \param language  two or three letters

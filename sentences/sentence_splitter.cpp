@@ -65,7 +65,7 @@ bool isDigits(std::string_view word) {
          std::all_of(word.begin(), word.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
-/// The text as ICU is to see it, byte for byte: white space is blanks, an ellipsis three full stops.
+/// The text for ICU, of the same length: white space becomes blanks, an ellipsis three full stops.
 std::string asOneLine(std::string_view text) {
   constexpr std::string_view ellipsis = "…";
   std::string line(text);

@@ -4,8 +4,9 @@
 
 namespace KQ {
 
-/// How often fork() led to this process, plus one. A child of fork() has its parent's memory but none
-/// of its threads, so that whatever those threads work for or have locked is lost to it. Never 0.
+/// The number of forks that led to this process, plus one; so never 0. A child of fork() has the
+/// memory of its parent but none of its threads: locks that they held are never released, and work
+/// that they had begun never ends.
 std::uint64_t forkGeneration();
 
 }  // namespace KQ

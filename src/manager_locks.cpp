@@ -10,10 +10,11 @@ namespace KQ {
 
 namespace {
 
-/// The lock that this thread took last. Reached without a call, since it is looked at in each operation.
+/// The lock that this thread took last. Every operation reads it, so its TLS model is one without a
+/// function call.
 [[gnu::tls_model("initial-exec")]] thread_local const OperationLock* innermost = nullptr;
 
-/// As long as a host waits without taking its robot for dead.
+/// The longest wait after which a host does not yet take its robot for dead.
 constexpr std::chrono::seconds longestWait{1};
 constexpr std::chrono::milliseconds pollInterval{1};
 

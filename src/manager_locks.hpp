@@ -7,16 +7,16 @@ namespace KQ {
 
 class EngineLibraries;
 
-/// The two locks of a manager. Taking either is refused, with a KQError of module
-/// "TextToSpeechManager", in a process that was forked after the engines were loaded: a thread of the
-/// parent may hold the lock, and the engines' threads are the parent's.
+/// The two locks of a manager. In a process that was forked after the engines were loaded, taking
+/// either throws a KQError of module "TextToSpeechManager": a thread of the parent may hold the
+/// lock, and the engines' threads are in the parent.
 
 /// Holds the lock on operations.
 ///
-/// A thread that holds such a lock is inside an operation, and events of an utterance come to it
-/// there. So a thread that holds the same lock already is refused: it would wait for itself. A thread
-/// that holds another manager's lock waits for a short time only and is then refused: the operation
-/// that has the lock may be waiting, in the engine, for the utterance of this very thread.
+/// A thread that holds such a lock is inside an operation, and an utterance may call the host from
+/// there. If the thread takes the same lock again, it would wait for itself, so the constructor
+/// throws. If it takes another manager's lock, the constructor throws after a short time: the
+/// operation that holds that lock may be waiting, in the engine, for this thread's own utterance.
 class OperationLock {
  public:
   /// \param method  the operation, for the error
@@ -30,7 +30,7 @@ class OperationLock {
   const OperationLock* const outer;  ///< the lock that this thread took before, or null
 };
 
-/// Holds the lock on the tables, which is a leaf.
+/// Holds the lock on the tables. A thread that holds it takes no other lock.
 class TablesLock {
  public:
   TablesLock(const EngineLibraries& libraries, boost::mutex& mutex);
@@ -39,7 +39,7 @@ class TablesLock {
   const boost::lock_guard<boost::mutex> lock;
 };
 
-/// Frees a lock that a thread of the parent may hold, in a process that was forked.
+/// In a forked process, frees a lock that a thread of the parent may hold.
 void freeAfterFork(boost::mutex& mutex);
 
 }  // namespace KQ

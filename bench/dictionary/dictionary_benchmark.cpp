@@ -16,7 +16,7 @@ using KQ::engines::UserDictionary;
 
 constexpr std::size_t megabyte = 1000 * 1000;
 
-/// With so many entries, one of them for a word of each text.
+/// A dictionary with so many entries. One entry is for a word of each text.
 std::shared_ptr<const UserDictionary> dictionaryOf(std::size_t entries) {
   const auto dictionary = std::make_shared<UserDictionary>();
   dictionary->add({"platform", "track"});
@@ -45,7 +45,7 @@ void enlist(const std::string& name, const std::string& text, std::size_t entrie
                                });
 }
 
-/// \param unit  of the texts
+/// \param unit  the piece that the texts repeat
 std::vector<Figure> addFigures(const std::string& language, const std::string& unit) {
   constexpr double samePace = 1 / 1.25;
   const Figure manyEntries{"10,000 entries", "10 MB " + language, "10 entries", samePace};

@@ -8,10 +8,10 @@
 
 namespace {
 
-/// The length of audio buffer that the engine uses, too.
+/// The length of an audio buffer, the same as in the engine.
 constexpr int bufferMilliseconds = 20;
 
-/// eSpeak NG alone. A stop sets a flag that its callback looks at.
+/// Bare eSpeak NG. stop() sets a flag that the callback checks.
 class BareSpeaker : public bench::Speaker {
  public:
   BareSpeaker() {
@@ -26,7 +26,7 @@ class BareSpeaker : public bench::Speaker {
     espeak_SetSynthCallback(onBuffer);
   }
 
-  // Without a command for its thread eSpeak NG cannot be ended a second time.
+  // eSpeak NG can be terminated a second time only after a command to its thread.
   ~BareSpeaker() override {
     espeak_ng_InitializeOutput(static_cast<espeak_ng_OUTPUT_MODE>(0), bufferMilliseconds, nullptr);
     espeak_ng_SetParameter(espeakRATE, espeakRATE_NORMAL, 0);

@@ -14,8 +14,8 @@ void unregister_cmu_us_slt(cst_voice* voice);
 
 namespace {
 
-/// Flite alone, which streams sentence by sentence, with the package's default voice. A stop sets a
-/// flag that its callback looks at.
+/// Bare Flite with the package's default voice, streaming sentence by sentence. stop() sets a flag
+/// that the callback checks.
 class BareSpeaker : public bench::Speaker {
  public:
   BareSpeaker() : voice((flite_init(), register_cmu_us_slt(nullptr))) {
@@ -23,7 +23,7 @@ class BareSpeaker : public bench::Speaker {
       throw std::runtime_error("Flite cannot be used");
     }
     cst_audio_streaming_info* const stream = new_audio_streaming_info();
-    constexpr int buffersPerSecond = 50;  // as the engine
+    constexpr int buffersPerSecond = 50;  // the same as in the engine
     stream->min_buffsize = get_param_int(voice->features, "sample_rate", 16000) / buffersPerSecond;
     stream->asc = onAudio;
     stream->userdata = this;
@@ -35,7 +35,7 @@ class BareSpeaker : public bench::Speaker {
   void speak(const std::string& text, const std::function<bool()>& atAudio) override {
     stopped = false;
     listener = &atAudio;
-    // As a text, not as a stream, Flite would read it all before the first sound.
+    // A stream: Flite reads a text to its end before the first sound.
     const auto symbols = [&](const char* name) {
       return get_param_string(voice->features, name, nullptr);
     };
@@ -54,7 +54,7 @@ class BareSpeaker : public bench::Speaker {
     if (!self->stopped && (*self->listener)()) {
       return CST_AUDIO_STREAM_CONT;
     }
-    // Else the sentences behind this one would be spoken.
+    // Otherwise Flite would speak the sentences after this one.
     feat_set_int(stream->utt->features, "Interrupted", 1);
     return CST_AUDIO_STREAM_STOP;
   }

@@ -1,5 +1,6 @@
-// What an engine's memory is after many utterances and after many lives, beside what it was after a
-// few. Each figure comes from a process of its own, so that none hides in what another one freed.
+// Compares the memory of an engine after many utterances, or many initialisations, with the memory
+// after a few. Each figure comes from its own process, so that no growth hides in memory that an
+// earlier measurement freed.
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -29,7 +30,7 @@ struct Row {
 const std::array<Row, 2> rows{{{"utterances", bench::growthOverUtterances, 100, 10000},
                                {"initialize and terminate", bench::growthOverLives, 100, 1000}}};
 
-/// Growth that counts as none.
+/// Growth up to this factor counts as none.
 constexpr double limit = 1.01;
 
 /// \return whether the memory stayed within the limit
@@ -60,8 +61,8 @@ bool growsInProcessOfItsOwn(const LivingEngine& engine, const Row& row) {
   return child < 0 || ::waitpid(child, &status, 0) != child || status != 0;
 }
 
-/// Starts the program again without the allocator's caches for each thread, in which memory that was
-/// freed counts as allocated.
+/// Starts the program again without the allocator's thread caches: freed memory in them counts as
+/// allocated.
 void runWithoutCaches(char** arguments) {
   constexpr const char* name = "GLIBC_TUNABLES";
   if (::getenv(name) == nullptr) {

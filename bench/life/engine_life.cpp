@@ -16,7 +16,7 @@ namespace bench {
 
 namespace {
 
-/// By the page: the kernel's quick figures, such as statm, are behind by up to 32 pages for each processor.
+/// Counts every page: the kernel's quick figures, such as statm, can miss 32 pages per processor.
 double residentNow() {
   std::ifstream figures("/proc/self/smaps_rollup");
   std::string word;
@@ -34,7 +34,7 @@ Memory memoryNow() {
           residentNow()};
 }
 
-/// A manager with one engine, which speaks to a host that listens.
+/// A manager with one engine, and a host that receives the audio.
 class Life {
  public:
   explicit Life(const LivingEngine& engine) : living(engine) {}
@@ -60,10 +60,10 @@ class Life {
   KQ::TextToSpeechManager manager{&host, boost::make_shared<KQ::TTSLanguageInfo>()};
 };
 
-/// Runs a step again and again.
+/// Runs a step `late` times, and measures the memory after `early` steps and at the end.
 template <typename Step>
 Growth growthOver(int early, int late, Step step) {
-  memoryNow();  // which has pages of its own
+  memoryNow();  // the first call allocates memory of its own
   Growth growth{};
   for (int i = 1; i <= late; ++i) {
     step(i);

@@ -5,13 +5,13 @@
 
 namespace bench {
 
-/// What the process has, in bytes.
+/// The memory of the process, in bytes.
 struct Memory {
-  double allocated;  ///< by mallinfo2()
-  double resident;   ///< by /proc/self/smaps_rollup
+  double allocated;  ///< reported by mallinfo2()
+  double resident;   ///< reported by /proc/self/smaps_rollup
 };
 
-/// Memory at two moments of an engine's life.
+/// The memory at two moments of an engine's life.
 struct Growth {
   Memory early;
   Memory late;
@@ -20,20 +20,20 @@ struct Growth {
 /// An engine that is used through the manager.
 struct LivingEngine {
   std::string plugin;   ///< "nuance"
-  std::string package;  ///< of English
+  std::string package;  ///< the folder of a package for English
   std::string voice;
 };
 
-/// All that there are.
+/// All engines of this tree.
 /// \param data  the folder of packages
 std::vector<LivingEngine> livingEngines(const std::string& data);
 
-/// The memory after so many short utterances, and after so many in all.
+/// The memory after `early` short utterances, and after `late` of them in all.
 /// \throws std::runtime_error when the engine cannot be used
 Growth growthOverUtterances(const LivingEngine& engine, int early, int late);
 
-/// The memory after so many rounds in which the engine is initialised, speaks once and is terminated,
-/// and after so many in all.
+/// The memory after `early` rounds, and after `late` rounds in all. In each round the engine is
+/// initialised, speaks once and is terminated.
 /// \throws std::runtime_error when the engine cannot be used
 Growth growthOverLives(const LivingEngine& engine, int early, int late);
 

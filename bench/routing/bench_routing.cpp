@@ -1,5 +1,5 @@
-// What a call costs on its way through the manager. Each figure is a ratio against a yardstick of the
-// same run; both are the processor time of the fastest of many repetitions, taken in turns.
+// Measures the cost of calls through the manager. Each figure is a ratio to a yardstick of the same
+// run. Both are the processor time of the fastest of many repetitions, which alternate.
 
 #include <benchmark/benchmark.h>
 #include <dlfcn.h>
@@ -33,7 +33,7 @@ constexpr const char* pluginFile = PLUGIN_FOLDER "/kqtts/libkqtts-nuance.so";
 
 // Yardsticks -----------------------------------------------------------------------------------
 
-/// Stands for an engine: the least that a routed call must do to reach it.
+/// Takes the place of an engine. Calling it is the least that a routed call must do.
 class Target {
  public:
   virtual ~Target() = default;
@@ -45,7 +45,7 @@ class FloatTarget : public Target {
   float get(const std::string& name) const override { return name.empty() ? 0 : 100; }
 };
 
-/// Tables of the size that a manager has.
+/// Tables as large as a manager's.
 struct Tables {
   Tables() {
     for (const std::string& language : KQ::TTSLanguageInfo().getLanguages()) {
@@ -83,7 +83,8 @@ BENCHMARK(yardstickRoute);
           "No engine found for " + language + " language", nullptr, 0};
 }
 
-/// An error leaves at least the operation that it refuses; this one has nothing to release.
+/// An error passes through at least one function, the refused operation. This one has nothing to
+/// release.
 [[noreturn, gnu::noinline]] void refuse(const std::string& language) {
   throw refusal(language);
 }
@@ -285,7 +286,7 @@ BENCHMARK(setVoiceAmongMany)->Arg(1000)->Arg(10000);
 
 // Report ---------------------------------------------------------------------------------------
 
-/// Shows what each measurement says and keeps the fastest of each.
+/// Prints each measurement, and keeps the fastest repetition of each.
 class FastestReporter : public benchmark::ConsoleReporter {
  public:
   FastestReporter() : ConsoleReporter(OO_Tabular) {}
@@ -300,7 +301,8 @@ class FastestReporter : public benchmark::ConsoleReporter {
     }
   }
 
-  /// Prints a measurement against `factor` times its yardstick. \return whether it is within the limit
+  /// Prints the ratio of a measurement to `factor` times its yardstick.
+  /// \return whether the ratio is within the limit
   bool compare(const char* name, const char* yardstick, double factor, double limit) const {
     const auto measured = fastest.find(name);
     const auto base = fastest.find(yardstick);
@@ -324,7 +326,7 @@ struct Comparison {
   double limit;
 };
 
-// Ten times the size may take ten times as long, and a little more for what no longer fits the cache.
+// Ten times the size may take ten times as long, and a little longer for what exceeds the cache.
 constexpr Comparison comparisons[] = {
     {"getParameter", "yardstickRoute", 1, 1.6},
     {"setParameter", "yardstickRoute", 1, 1.6},

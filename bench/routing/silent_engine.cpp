@@ -1,4 +1,4 @@
-// A plug-in whose hooks do next to nothing, so that what is measured is the road to them.
+// A plug-in whose hooks do almost nothing, so that the benchmark measures the calls to them.
 
 #include <boost/shared_ptr.hpp>
 #include <kq/speech_callback.hpp>
@@ -12,8 +12,8 @@ namespace {
 
 using Voices = std::map<std::string, std::string>;
 
-/// Offers the languages and voices of the packages whose uuid is the plug-in's name: `version` is the
-/// voice's name and `path` its language, in one package each.
+/// Offers a language and a voice for each package whose uuid is the plug-in's name. `version` is
+/// the voice's name and `path` its language.
 class SilentEngine : public KQ::TextToSpeechEngine {
  public:
   using TextToSpeechEngine::TextToSpeechEngine;
@@ -33,7 +33,7 @@ class SilentEngine : public KQ::TextToSpeechEngine {
   }
   bool xTerminate() override { return true; }
 
-  /// Takes as long as the host likes.
+  /// Returns when the host's onStart() returns.
   void xStartSynthetizer(const std::string& /*text*/) override { callback->onStart(); }
   void xStopSynthetizer() override {}
   void xPauseSynthetizer() override {}

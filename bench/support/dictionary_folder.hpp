@@ -4,8 +4,8 @@
 
 namespace bench {
 
-/// A folder in the place of the user's own, as long as it lives, with an English dictionary: 10,000
-/// words, two of which every text of the benchmarks holds.
+/// As long as it lives, takes the place of the user's folder of dictionaries. It has an English
+/// dictionary of 10,000 words, two of which are in every text of the benchmarks.
 class DictionaryFolder {
  public:
   DictionaryFolder();

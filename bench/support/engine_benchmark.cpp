@@ -23,7 +23,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// In microseconds.
+/// Returns a time in microseconds.
 using Measure = std::function<double(Speaker&, const std::string& text)>;
 
 double since(Clock::time_point begin) {
@@ -71,8 +71,8 @@ double synthesis(Speaker& speaker, const std::string& text) {
   return since(begin);
 }
 
-/// From the stop to the end of the call that speaks, at a random moment.
-/// \param latest  so many microseconds after the first audio
+/// The time from a stop to the return of the call that speaks. The stop comes at a random moment.
+/// \param latest  the latest moment, in microseconds after the first audio
 double stopToReturn(Speaker& speaker, const std::string& text, int latest) {
   static std::minstd_rand random(1);
   std::uniform_int_distribution<int> moment(0, latest);
@@ -97,8 +97,8 @@ double stopToReturn(Speaker& speaker, const std::string& text, int latest) {
 
 // Comparison -----------------------------------------------------------------------------------
 
-/// Figures of an engine beside those of its bare synthesiser, each a quantile of all that was
-/// measured in turns.
+/// Compares figures of an engine with those of its bare synthesiser. Each figure is a quantile of
+/// many measurements, which alternate between the two.
 class Comparison {
  public:
   explicit Comparison(const EngineUnderTest& engine)
@@ -124,12 +124,12 @@ class Comparison {
     }
   }
 
-  /// The first audio of another text beside that of one of 500 words, both through the engine.
+  /// Compares the first audio of a text with that of a text of 500 words, both through the engine.
   void addText(const std::string& textName, const std::string& text, int times, double atMost) {
     addBesideText(textName, makeEngine, text, times, atMost);
   }
 
-  /// The same with a user's dictionary; the 500 words are spoken without.
+  /// The same with a user's dictionary; the text of 500 words is spoken without one.
   void addTextWithDictionary(const std::string& textName, const std::string& text, int times,
                              double atMost) {
     addBesideText(textName + " with a dictionary", makeEngineWithDictionary, text, times, atMost);

@@ -4,12 +4,13 @@
 
 namespace bench {
 
-/// The peak of this process's memory, in KiB.
+/// The peak memory of this process, in KiB.
 double peakMemory();
 
-/// Starts this program anew with the arguments `--memory-of` and `what`; it then prints its peak.
+/// Starts this program again with the arguments `--memory-of` and `what`, with which it prints its
+/// peak memory.
 /// \return that peak in KiB
-/// \throws std::runtime_error when it prints none
+/// \throws std::runtime_error if the program prints none
 double peakMemoryOf(const std::string& what);
 
 }  // namespace bench

@@ -3,18 +3,18 @@
 #include <string>
 #include <vector>
 
-/// Prints ratios as a table in Markdown, each beside what is asked of it.
+/// Prints ratios and their limits as a Markdown table.
 class RatioTable {
  public:
   enum class Limit { atLeast, atMost };
 
-  /// Prints the head. \param titles  of the columns in front of limit and ratio
+  /// Prints the header. \param titles  of the columns before the limit and the ratio
   RatioTable(const std::vector<std::string>& titles, Limit limitKind);
 
-  /// Prints a row. \param limit  0: nothing is asked
+  /// Prints a row. \param limit  0: no limit
   void add(const std::vector<std::string>& cells, double limit, double ratio);
 
-  /// Whether no row has missed its limit.
+  /// Whether all ratios are within their limits.
   bool isReached() const { return reached; }
 
  private:

@@ -6,22 +6,22 @@
 
 namespace bench {
 
-/// Speaks texts, one way or another. There may be one at a time.
+/// Speaks texts, with the engine or with the bare synthesiser. Only one object may exist at a time.
 class Speaker {
  public:
   virtual ~Speaker() = default;
 
-  /// Speaks a text, calling `atAudio` with each buffer; its result says whether to go on.
+  /// Speaks a text, and calls `atAudio` for each buffer until it returns false.
   virtual void speak(const std::string& text, const std::function<bool()>& atAudio) = 0;
 
-  /// Ends what another thread speaks.
+  /// Stops speak() in another thread.
   virtual void stop() = 0;
 };
 
 using SpeakerPointer = std::unique_ptr<Speaker>;
 
-/// The engine that serves a package, behind the manager.
-/// \param package         its folder
+/// Speaks with the engine for a package, through the manager.
+/// \param package         the folder of the package
 /// \param withDictionary  whether the user's dictionary is loaded
 SpeakerPointer makeEngineSpeaker(const std::string& package, bool withDictionary = false);
 

@@ -22,7 +22,7 @@ constexpr std::size_t megabyte = 1000 * 1000;
 
 // Texts --------------------------------------------------------------------------------------
 
-/// 100 bytes each.
+/// Each sentence has 100 bytes.
 const std::string sentence =
     "The next train to the airport leaves from platform four at half past nine, please mind the "
     "gap. "
@@ -82,7 +82,7 @@ std::string replaceTagsWithRe2(const std::string& text) {
   return result;
 }
 
-/// A look for every byte that can begin a mark, and a copy.
+/// Searches for every byte that can begin a mark, and copies the text.
 template <char markBegin>
 std::string passAndCopy(const std::string& text) {
   const char* const end = text.data() + text.size();
@@ -128,8 +128,8 @@ class Comparison {
     figures.push_back(figure);
   }
 
-  /// The same amount of text, and of results that are kept, in one piece and in a hundred. The
-  /// texts live only as long as a run, as all of them would fill the memory.
+  /// Compares one text with a hundred texts of the same total size. The texts exist only during
+  /// their run, because all of them together would fill the memory.
   template <typename Function>
   void addLength(const std::string& name, Function function, const std::string& textName,
                  const std::string& unit, double atLeast) {
@@ -163,7 +163,7 @@ class Comparison {
     figures.push_back(figure);
   }
 
-  /// What `figure`'s subject costs beside the same on a short text again and again.
+  /// Compares the subject of `figure` with the same function on a short text, again and again.
   template <typename Function>
   void addAgain(Figure figure, Function function, const std::string& unit) {
     figure.yardstick = "1 MB again and again";
@@ -221,8 +221,8 @@ bool checkLast(const std::string& text) {
   return KQ::checkLastTag(text);
 }
 
-/// A long text is worked on at the rate of short ones, and whatever it is full of takes no more than
-/// time in proportion to it.
+/// Long texts must be processed as fast as short ones. Whatever a text contains, the time must only
+/// grow in proportion to its size.
 void addLengths(Comparison& comparison) {
   comparison.addLength("replaceTags", replaceTags, "tagged", taggedUnit, 0.8);
   comparison.addAgain(comparison.figures.back(), replaceTags, taggedUnit);

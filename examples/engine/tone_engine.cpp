@@ -74,7 +74,7 @@ float ToneEngine::xGetParameter(const std::string& name) const {
   throw KQError("Tone", "getParameter", name + " is not a parameter of this engine", nullptr, 0);
 }
 
-// What a host looks up in the library.
+// The entry points of the plug-in.
 
 extern "C" KQ::TextToSpeechEngine* load_plugin(TextToSpeechEngineCallbackInterface* callback,
                                                boost::shared_ptr<KQ::TTSLanguageInfo> languages) {

@@ -29,7 +29,7 @@ class ToneEngine : public KQ::TextToSpeechEngine {
   int xGetCurrentSamplingRate() const override { return samplingRate; }
   int xTestTextEncoding(const std::string&, const std::string&) override { return 1; }
 
-  // The base lets nothing through that is not on offer, so that there is nothing to choose from.
+  // The base accepts only languages and voices that the engine offers. This one has no choice.
   void xSetCurrentLanguage(const std::string& /*language*/) override {}
   void xSetCurrentVoice(const std::string& /*voice*/) override {}
   std::string xGetCurrentLanguage() const override { return "English"; }
@@ -46,9 +46,9 @@ class ToneEngine : public KQ::TextToSpeechEngine {
 
   SpeechEnd speak(const std::string& text, TextToSpeechEngineCallbackInterface& host);
 
-  // Stop, pause and restart come from other threads than the one that speaks.
+  // Other threads than the speaking one call stop, pause and restart.
   std::mutex controlMutex;
   std::condition_variable changed;
-  unsigned stops = 0;  ///< how often it was stopped; an utterance ends when that grows
+  unsigned stops = 0;  ///< the number of stops so far; an utterance ends when it grows
   bool held = false;
 };

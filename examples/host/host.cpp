@@ -13,13 +13,13 @@
 
 namespace {
 
-/// Writes what the engines speak.
+/// Writes the audio of the engines.
 class AudioWriter : public TextToSpeechEngineCallbackInterface {
  public:
   bool onAudio(const std::int16_t* samples, std::size_t count, int /*samplingRate*/) override {
     std::cout.write(reinterpret_cast<const char*>(samples),
                     static_cast<std::streamsize>(count * sizeof *samples));
-    return std::cout.good();  // no more audio is wanted when it cannot be written
+    return std::cout.good();  // false, which ends the utterance, if the audio cannot be written
   }
 };
 
@@ -49,7 +49,7 @@ int main(int argc, char** argv) {
       return 1;
     }
     tts.setCurrentLanguage(argv[1]);
-    tts.startSynthetizer(argv[2]);  // returns when all is spoken
+    tts.startSynthetizer(argv[2]);  // returns after the last audio
     std::cerr << "16 bit mono at " << tts.getCurrentSamplingRate() << " Hz\n";
   } catch (const KQError& error) {
     std::cerr << error.what() << '\n';

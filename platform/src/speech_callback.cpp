@@ -1,5 +1,5 @@
 #include <kq/speech_callback.hpp>
 
-// Out of line, so that the class's type information stands in this library alone.
+// Defined here, so that only this library has the class's type information.
 TextToSpeechEngineCallbackInterface::TextToSpeechEngineCallbackInterface() = default;
 TextToSpeechEngineCallbackInterface::~TextToSpeechEngineCallbackInterface() = default;

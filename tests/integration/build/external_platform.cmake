@@ -1,5 +1,5 @@
-# Builds the library against a platform that is a package of its own, as a framework would bring it.
-# SOURCE: the tree; WORK: a folder for this test; LIBZU, EXPORT_HEADER: a built platform.
+# Builds the library with an external platform, which is a package of its own. SOURCE: the tree;
+# WORK: a scratch folder; LIBZU, EXPORT_HEADER: of a built platform.
 cmake_minimum_required(VERSION 3.25)
 
 file(REMOVE_RECURSE ${WORK})
@@ -21,8 +21,9 @@ if(NOT launcher)
   set(launcher "")
 endif()
 
-# Everything is configured, so that nothing in the tree counts on the bundled platform.
-run(${CMAKE_COMMAND} -S ${SOURCE} -B ${WORK}/build -G ${GENERATOR} -DCMAKE_CXX_COMPILER=${COMPILER} -DCMAKE_CXX_COMPILER_LAUNCHER=${launcher}
+# Configures everything, because no part of the tree may need the bundled platform.
+run(${CMAKE_COMMAND} -S ${SOURCE} -B ${WORK}/build -G ${GENERATOR}
+  -DCMAKE_CXX_COMPILER=${COMPILER} -DCMAKE_CXX_COMPILER_LAUNCHER=${launcher}
   -DKQTTS_PLATFORM=external -Dzu_DIR=${WORK}/framework -DKQTTS_BUILD_TESTS=ON)
 run(${CMAKE_COMMAND} --build ${WORK}/build --target kqtts)
 
@@ -35,7 +36,7 @@ if(NOT folder IN_LIST runpath)
   message(FATAL_ERROR "The library is linked with another platform: ${runpath}")
 endif()
 
-# What is installed sends a consumer to that platform.
+# The installed CMake package and kqtts.pc name that platform.
 file(STRINGS ${WORK}/build/src/kqttsConfig.cmake finds REGEX "^find_dependency\\(zu ")
 file(STRINGS ${WORK}/build/src/kqtts.pc requires REGEX "^Requires: zu$")
 if(NOT finds OR NOT requires)

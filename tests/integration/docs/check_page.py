@@ -1,21 +1,22 @@
 #!/usr/bin/env python3
-"""check_page PAGE PREFIX WORK: does what a page tells its reader to do, with the library installed in
-PREFIX, in the scratch folder WORK; and follows the page's links.
+"""check_page PAGE PREFIX WORK: checks the code blocks and the links of a page, with the library
+installed in PREFIX, in the scratch folder WORK.
 
-Each code block is checked as its language says:
+The check of a code block depends on its language:
 
-sh        run. A block of the tree's own commands (scripts/..., cmake --preset) is not run here, where it
-          would build the tree: its scripts and presets have to be there.
-console   each "$ command" is run, and what it writes compared with the lines below it; "..." there
-          stands for anything. With status=N, the last command must end so.
-cpp       with file=NAME, added to that file, for a later sh block to build; else a fragment, compiled
-          in frames/host.cpp, or another that frame=NAME tells
-cmake     written to its file=NAME
-xml, json parsed; written where there is a file=NAME
-mermaid   a sequence diagram calls only what the public headers declare; scripts/layers checks the graph
-text      not checked, nor is a block without a language
+sh        runs it. A block with the tree's own commands (scripts/..., cmake --preset) would build
+          the tree, so it is not run; only its scripts and presets must exist.
+console   runs each "$ command" and compares its output with the lines below it; "..." matches any
+          text. With status=N, the last command must exit with status N.
+cpp       with file=NAME, appends it to that file, for a later sh block to build. Otherwise compiles
+          it as a fragment in frames/host.cpp; frame=NAME names another frame.
+cmake     writes it to its file=NAME
+xml, json parses it; with file=NAME, also writes it to that file
+mermaid   in a sequence diagram, the public headers must declare every function that is called;
+          scripts/layers checks the graph
+text      not checked; neither is a block without a language
 
-A comment "<!-- given: COMMAND -->" is run where it stands: it prepares what the reader has at hand.
+Runs a comment "<!-- given: COMMAND -->" at its place in the page, to prepare what the reader has.
 """
 import difflib
 import json
@@ -30,19 +31,24 @@ import xml.etree.ElementTree as ET
 
 HERE = pathlib.Path(__file__).resolve().parent
 TREE = HERE.parent.parent.parent
-STEP = re.compile(r"^```(?P<info>[^\n]*)\n(?P<text>.*?)^```$|^<!-- given:(?P<given>.*?)-->", re.DOTALL | re.MULTILINE)
-TREE_COMMAND = re.compile(r"^(\./)?(scripts|\.ci)/|^cmake --(preset|build --preset|install build/)|^ctest --preset|^ln ")
+STEP = re.compile(
+    r"^```(?P<info>[^\n]*)\n(?P<text>.*?)^```$|^<!-- given:(?P<given>.*?)-->",
+    re.DOTALL | re.MULTILINE)
+TREE_COMMAND = re.compile(
+    r"^(\./)?(scripts|\.ci)/|^cmake --(preset|build --preset|install build/)"
+    r"|^ctest --preset|^ln ")
 LINK = re.compile(r"(?<!!)\[[^\]]*\]\(([^)\s]+)\)")
-# An audio device that nobody hears.
+# A silent audio device.
 AUDIO_DEVICE = 'pcm.!default { type null }\n'
 
 
 class Wrong(Exception):
-    """What a reader of the page would stumble over."""
+    """A mistake of the page."""
 
 
 def environment(prefix, work):
-    kept = {name: os.environ[name] for name in ("PATH", "CMAKE_CXX_COMPILER_LAUNCHER") if name in os.environ}
+    kept = {name: os.environ[name] for name in ("PATH", "CMAKE_CXX_COMPILER_LAUNCHER")
+            if name in os.environ}
     libraries = next(prefix.glob("lib*/**/libkqtts.so")).parent
     (work / "audio.conf").write_text(AUDIO_DEVICE)
     return {
@@ -54,7 +60,7 @@ def environment(prefix, work):
         "LC_ALL": "C.UTF-8",
         "XDG_DATA_DIRS": str(work),
         "ALSA_CONFIG_PATH": str(work / "audio.conf"),
-        # As if PREFIX were a folder of the system's.
+        # Like a prefix that the system searches.
         "CMAKE_PREFIX_PATH": str(prefix),
         "PKG_CONFIG_PATH": str(libraries / "pkgconfig"),
         "LD_LIBRARY_PATH": str(libraries),
@@ -72,16 +78,19 @@ class Page:
         self.fragments = {}  # by frame
 
     def shell(self, script, status=0):
-        result = subprocess.run(["bash", "-euo", "pipefail", "-c", script], cwd=self.folder, env=self.environment,
-                                timeout=250, stdin=subprocess.DEVNULL, capture_output=True, text=True)
+        result = subprocess.run(["bash", "-euo", "pipefail", "-c", script], cwd=self.folder,
+                                env=self.environment, timeout=250, stdin=subprocess.DEVNULL,
+                                capture_output=True, text=True)
         if result.returncode != status:
-            raise Wrong(f"$ {script}\nended with {result.returncode}:\n{result.stdout}{result.stderr}")
+            raise Wrong(f"$ {script}\nended with {result.returncode}:\n"
+                        f"{result.stdout}{result.stderr}")
         return result.stdout
 
-    # One function for each language -----------------------------------------------------------------
+    # One function for each language --------------------------------------------------------------
 
     def sh(self, text, attributes):
-        commands = [line for line in re.sub(r"\\\n", " ", text).splitlines() if line and not line.startswith("#")]
+        commands = [line for line in re.sub(r"\\\n", " ", text).splitlines()
+                    if line and not line.startswith("#")]
         if any(TREE_COMMAND.match(line) for line in commands):
             for line in commands:
                 self.tree_command(line)
@@ -101,12 +110,14 @@ class Page:
     def console(self, text, attributes):
         steps = re.split(r"^\$ ", text, flags=re.MULTILINE)[1:]
         for number, step in enumerate(steps, 1):
-            command, expected = re.fullmatch(r"((?:[^\n]*\\\n)*[^\n]*)\n(.*)", step, re.DOTALL).groups()
+            command, expected = re.fullmatch(
+                r"((?:[^\n]*\\\n)*[^\n]*)\n(.*)", step, re.DOTALL).groups()
             status = int(attributes.get("status", 0)) if number == len(steps) else 0
             output = self.shell(command, status)
             pattern = re.escape(expected.rstrip()).replace(r"\.\.\.", ".*")
             if not re.fullmatch(pattern, output.rstrip(), re.DOTALL):
-                difference = difflib.unified_diff(expected.splitlines(), output.splitlines(), "the page", "written", lineterm="")
+                difference = difflib.unified_diff(expected.splitlines(), output.splitlines(),
+                                                  "the page", "written", lineterm="")
                 raise Wrong(f"$ {command}\n" + "\n".join(difference))
 
     def cpp(self, text, attributes):
@@ -133,7 +144,8 @@ class Page:
     def mermaid(self, text, attributes):
         if not text.startswith("sequenceDiagram"):
             return
-        headers = "".join(path.read_text() for path in sorted((self.prefix / "include").rglob("*.hpp")))
+        headers = "".join(path.read_text()
+                          for path in sorted((self.prefix / "include").rglob("*.hpp")))
         for name in re.findall(r"(\w+)\(", text):
             if not re.search(rf"\b{name}\(", headers):
                 raise Wrong(f"The diagram calls {name}(), which no public header declares")
@@ -147,9 +159,10 @@ class Page:
         code = "".join(f"  {{\n{text}  }}\n" if is_in_function else text for text in fragments)
         source = self.work / f"{name}.cpp"
         source.write_text(re.sub(r" *// fragments\n", lambda _: code, frame))
-        self.shell(f"g++ -std=c++17 -Wall -Werror -Wno-unused -fsyntax-only {source} $(pkg-config --cflags kqtts)")
+        self.shell("g++ -std=c++17 -Wall -Werror -Wno-unused -fsyntax-only "
+                   f"{source} $(pkg-config --cflags kqtts)")
 
-    # ------------------------------------------------------------------------------------------------
+    # ---------------------------------------------------------------------------------------------
 
     def follow(self, step):
         if step["given"] is not None:

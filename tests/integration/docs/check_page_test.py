@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""check_page_test PREFIX WORK: check_page.py finds what a reader would stumble over."""
+"""check_page_test PREFIX WORK: tests that check_page.py finds the mistakes of a page."""
 import contextlib
 import io
 import pathlib
@@ -19,7 +19,7 @@ def block(language, *lines):
 
 class CheckPage(unittest.TestCase):
     def check(self, *parts):
-        """What is said of a page; None if it is found to be good."""
+        """The output for a page; None if it has no mistakes."""
         shutil.rmtree(WORK, ignore_errors=True)
         WORK.mkdir(parents=True)
         page = WORK / "page.md"
@@ -30,7 +30,8 @@ class CheckPage(unittest.TestCase):
         return output.getvalue() if status else None
 
     def test_a_command_that_fails(self):
-        self.assertIn("page.md:5", self.check("Do:\n", block("sh", "true", "kqtts say --no-such-option")))
+        self.assertIn(
+            "page.md:5", self.check("Do:\n", block("sh", "true", "kqtts say --no-such-option")))
 
     def test_a_command_that_fails_within_a_pipe(self):
         self.assertIsNotNone(self.check(block("sh", "kqtts nonsense | cat")))
@@ -38,14 +39,15 @@ class CheckPage(unittest.TestCase):
     def test_output_that_is_another(self):
         self.assertIn("-two", self.check(block("console", "$ echo one", "two")))
 
-    def test_output_that_differs_behind_dots(self):
+    def test_output_that_differs_after_dots(self):
         self.assertIsNotNone(self.check(block("console", "$ printf 'a\\nb\\n'", "...", "c")))
         self.assertIsNone(self.check(block("console", "$ printf 'a\\nb\\n'", "...", "b")))
 
     def test_each_of_several_commands(self):
-        self.assertIn("$ echo two", self.check(block("console", "$ echo one", "one", "$ echo two", "three")))
+        self.assertIn(
+            "$ echo two", self.check(block("console", "$ echo one", "one", "$ echo two", "three")))
 
-    def test_status_that_is_told(self):
+    def test_status_that_is_given(self):
         self.assertIsNone(self.check(block("console status=2", "$ kqtts say --no-such-option")))
         self.assertIsNotNone(self.check(block("console status=1", "$ true")))
 
@@ -63,7 +65,8 @@ class CheckPage(unittest.TestCase):
     def test_a_diagram_of_what_does_not_exist(self):
         diagram = "sequenceDiagram", "A->>B: initialize(packages)"
         self.assertIsNone(self.check(block("mermaid", *diagram)))
-        self.assertIn("initialise()", self.check(block("mermaid", *diagram, "A->>B: initialise(packages)")))
+        self.assertIn(
+            "initialise()", self.check(block("mermaid", *diagram, "A->>B: initialise(packages)")))
 
     def test_a_script_or_preset_that_is_not_there(self):
         self.assertIsNone(self.check(block("sh", "scripts/build release", "cmake --preset asan")))
@@ -79,7 +82,8 @@ class CheckPage(unittest.TestCase):
         self.assertIn("#a-chapter", self.check("[below](#a-chapter)"))
 
     def test_what_is_given_runs_before(self):
-        self.assertIsNone(self.check("<!-- given: echo text > file -->", block("console", "$ cat file", "text")))
+        self.assertIsNone(self.check(
+            "<!-- given: echo text > file -->", block("console", "$ cat file", "text")))
         self.assertIsNotNone(self.check("<!-- given: false -->"))
 
 

@@ -1,7 +1,8 @@
-# completions.zsh FUNCTION WORD...: what the completion function in this file offers for the last word. The
-# shell's own completion runs in its line editor alone, so that what the function hands to it is taken down.
+# completions.zsh FUNCTION WORD...: prints what the completion function in the file FUNCTION offers
+# for the last word. The shell's own completion needs its line editor, so the functions below
+# replace it and collect the offered words.
 
-# The arguments of compadd: options, then words or, behind -a, the name of an array.
+# The arguments of compadd: options, then words, or -a and the name of an array.
 compadd() {
   local -a given
   local suffix=

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# install_test.sh CASE SOURCE BUILD WORK: one test of what `cmake --install` leaves behind. WORK is a
-# scratch folder; the first case puts the installed tree there and the others use it.
+# install_test.sh CASE SOURCE BUILD WORK: runs one test of the tree that `cmake --install` makes.
+# WORK is a scratch folder; the first case installs the tree there, and the others use it.
 set -euo pipefail
 
 case_name=$1 source=$2 build=$3 work=$4
@@ -14,7 +14,8 @@ fail() {
   exit 1
 }
 
-# speaks COMMAND...: the example's host with the example's engine: 8 letters, 80 ms of 16 kHz each.
+# speaks COMMAND...: runs the example host with the example engine, which speaks each of the 8
+# characters as 80 ms of audio at 16 kHz.
 speaks() {
   local bytes
   bytes=$("$@" English 'do re mi' | wc -c)
@@ -38,7 +39,8 @@ into_moved_prefix() {
 
 names_no_folder_of_the_build() {
   local file run_path
-  ! grep -rlF -e "$source" -e "$build" -e "$work" "$prefix" || fail 'These name a folder of the build'
+  ! grep -rlF -e "$source" -e "$build" -e "$work" "$prefix" ||
+    fail 'These name a folder of the build'
   while read -r file; do
     run_path=$(readelf -d "$file" 2>/dev/null | sed -n 's/.*R\(UN\)\?PATH.*\[\(.*\)\]/\2/p')
     [[ -z $run_path || $run_path =~ ^\$ORIGIN[./a-z0-9_-]*$ ]] || fail "$file: run path $run_path"
@@ -59,7 +61,7 @@ examples_with() {
 examples_with_gcc() { examples_with g++; }
 examples_with_clang() { examples_with clang++-14; }
 
-# Here the engine lies beside the installed ones, and the whole has been moved once more.
+# Installs the engine beside the others, and moves the tree once more.
 examples_with_pkg_config() {
   local again=$work/moved-again
   rm -rf "$again"
@@ -70,12 +72,12 @@ examples_with_pkg_config() {
   plugins=$(pkg-config --variable=plugindir kqtts)
   mkdir -p "$plugins" "$again/bin"
   g++ -std=c++17 "$source/examples/host/host.cpp" "${flags[@]}" -o "$again/bin/host"
-  g++ -std=c++17 -shared -fPIC -fno-gnu-unique "$source/examples/engine/tone_engine.cpp" "${flags[@]}" \
-    -o "$plugins/libkqtts-aitalk.so"
+  g++ -std=c++17 -shared -fPIC -fno-gnu-unique "$source/examples/engine/tone_engine.cpp" \
+    "${flags[@]}" -o "$plugins/libkqtts-aitalk.so"
   LD_LIBRARY_PATH=$again/$LIBDIR speaks "$again/bin/host"
 }
 
-# What the library sets for its own targets must not be seen by the tree that it is a part of.
+# The library's own settings must not reach the tree that it is a part of.
 as_sub_project() {
   local project=$work/sub-project
   mkdir -p "$project"
@@ -107,16 +109,18 @@ END
 
 speaks_with_its_own_plug_ins() {
   local speech=$work/hello.wav
-  env -i HOME="$work" XDG_DATA_DIRS="$work" "$prefix/bin/kqtts" say -l English -o "$speech" 'Hello, I am a robot'
+  env -i HOME="$work" XDG_DATA_DIRS="$work" "$prefix/bin/kqtts" \
+    say -l English -o "$speech" 'Hello, I am a robot'
   [ "$(stat -c %s "$speech")" -gt 20000 ] || fail 'There is hardly any audio'
 }
 
-# The sub-commands, and the options of all of them, as the program tells them.
+# Prints the sub-commands and all their options, from the program's --help.
 usage_words() {
   local program=$prefix/bin/kqtts command
-  for command in '' $("$program" --help | sed -n '/^Subcommands:/,$ s/^  \([a-z][a-z-]*\) .*/\1/p'); do
+  for command in '' $("$program" --help |
+    sed -n '/^Subcommands:/,$ s/^  \([a-z][a-z-]*\) .*/\1/p'); do
     echo "$command"
-    # shellcheck disable=SC2086 # no sub-command is no word
+    # shellcheck disable=SC2086 # an empty sub-command must not become an argument
     "$program" $command --help | grep -oE -- '--[a-z][a-z-]*'
   done | sort -u
 }
@@ -128,11 +132,12 @@ manual_page_names_all() {
     grep -qF -- "$word" <<<"$page" || fail "The manual page does not name $word"
   done < <(usage_words)
   while read -r word; do
-    usage_words | grep -qxF -- "$word" || fail "The manual page names $word, which the program does not know"
+    usage_words | grep -qxF -- "$word" ||
+      fail "The manual page names $word, which the program does not know"
   done < <(grep -oE -- '--[a-z][a-z-]*' <<<"$page" | sort -u)
 }
 
-# in_bash WORD...: what bash offers for the last word.
+# in_bash WORD...: prints what bash offers for the last word.
 in_bash() {
   COMP_WORDS=("$prefix/bin/kqtts" "$@") COMP_CWORD=$# COMPREPLY=()
   # shellcheck disable=SC2317 # called by the completion
@@ -141,13 +146,13 @@ in_bash() {
   printf '%s ' "${COMPREPLY[@]}"
 }
 
-# in_zsh WORD...: what zsh offers for the last word.
+# in_zsh WORD...: prints what zsh offers for the last word.
 in_zsh() {
   zsh -f "$source/tests/integration/install/completions.zsh" \
     "$prefix/share/zsh/site-functions/_kqtts" "$prefix/bin/kqtts" "$@"
 }
 
-# offers EXPECTED WORD...: in the shell that is tried.
+# offers EXPECTED WORD...: fails unless $shell offers EXPECTED for the last word.
 offers() {
   local expected=$1 offered
   shift

@@ -19,7 +19,7 @@ make_repository() {
   cd "$work/tree"
   cp "$source"/scripts/{check-columns,layers,pre-commit} scripts
   cp "$source/.clang-format" .
-  # shellcheck disable=SC2016 # no command of ours
+  # shellcheck disable=SC2016 # the backquotes are Markdown
   printf '<!-- scripts/layers -->\n```mermaid\n```\n' >docs/architecture.md
   git init -q
   git config user.name somebody
@@ -62,7 +62,7 @@ looks_at_what_is_staged() {
 }
 
 refuses_what_shellcheck_does() {
-  # shellcheck disable=SC2016 # the other shell's variable
+  # shellcheck disable=SC2016 # $1 belongs to the script that is written
   printf '#!/bin/sh\nrm $1\n' >scripts/remove
   git add -A
   is_refused SC2086

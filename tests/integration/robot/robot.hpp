@@ -23,7 +23,7 @@ class RobotManager : public KQ::TextToSpeechManager {
   using TextToSpeechManager::xGetEngine;
 };
 
-/// Packages that give each engine something to say: English to Flite, Turkish to the log engine, all
+/// Packages that give each engine a language: English to Flite, Turkish to the log engine, and all
 /// other languages to eSpeak NG.
 class PackagesForAllEngines {
  public:

@@ -149,8 +149,8 @@ class Storm : public ::testing::Test {
     manager.unloadDictionary();
   }
 
-  /// A thread that never waits for an utterance, so that none is held for ever: a pause may have gone
-  /// to the engine of another language than the restart behind it.
+  /// A thread that never waits for an utterance. It ends pauses that nobody else would end: a pause
+  /// and the restart after it may have reached engines of different languages.
   void attend(Random& random) {
     static const std::vector<Action> actions{&Storm::stop, &Storm::hold,         &Storm::hold,
                                              &Storm::ask,  &Storm::askForVoices, &Storm::filter};

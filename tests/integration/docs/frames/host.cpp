@@ -1,4 +1,4 @@
-// What a fragment of a guide may take for granted: it stands in a host that speaks.
+// The frame of the fragments in a guide: a host with a manager, a callback and packages.
 #include <boost/make_shared.hpp>
 #include <boost/shared_ptr.hpp>
 #include <iostream>

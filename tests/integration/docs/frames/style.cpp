@@ -1,4 +1,4 @@
-// What the examples of style take for granted.
+// The frame of the style examples.
 #include <mutex>
 #include <string>
 
