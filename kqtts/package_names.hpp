@@ -9,10 +9,10 @@
 ///     PACKAGE/voices/VOICE/voiceSettings.xml   optional preferences
 namespace KQ::package_names {
 
-constexpr const char* manifestFile = "manifest.xml";
-constexpr const char* voicesFolder = "voices";
-constexpr const char* voiceFile = "voice.xml";
-constexpr const char* voiceSettingsFile = "voiceSettings.xml";
+constexpr const char* manifestFile = "manifest.xml";            ///< describes the package
+constexpr const char* voicesFolder = "voices";                  ///< has a folder for each voice
+constexpr const char* voiceFile = "voice.xml";                  ///< describes the voice
+constexpr const char* voiceSettingsFile = "voiceSettings.xml";  ///< the voice's preferences
 
 constexpr const char* uuid = "uuid";                  ///< identifies the package
 constexpr const char* version = "version";            ///< of the package

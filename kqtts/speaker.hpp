@@ -16,34 +16,34 @@
 namespace KQ {
 
 class Utterance;
-class SpeakerCore;      // the library's own
-class UtteranceRecord;  // the library's own
+class SpeakerCore;      // internal
+class UtteranceRecord;  // internal
 
-/// How much an utterance matters. docs/speaker.md has the table of what interrupts, waits for or
-/// drops what.
+/// How important an utterance is. docs/speaker.md has a table: which priority interrupts, waits for
+/// or drops which.
 enum class SpeechPriority {
-  important,     ///< spoken as soon as possible; nothing ends it but a stop
-  message,       ///< spoken when no earlier message is left; ends text, notifications and progress
+  important,     ///< spoken as soon as possible; only a stop ends it
+  message,       ///< spoken after all earlier messages; ends text, notifications and progress
   text,          ///< ends an earlier text, notifications and progress
-  notification,  ///< spoken only if nothing else waits or is spoken; a later one ends it
-  progress       ///< as a notification, but the last one of a series is spoken as a message
+  notification,  ///< spoken only if no other utterance waits or speaks; a later one ends it
+  progress       ///< like notification, but the last one of a series is spoken as a message
 };
 
-/// How the bytes of a text are read.
+/// The format of a text.
 enum class TextFormat {
-  plain,      ///< UTF-8 with inline tags, `\Lang=NAME\` among them
+  plain,      ///< UTF-8 with inline tags, including `\Lang=NAME\`
   ssml,       ///< SSML 1.1, see docs/ssml.md
-  characters  ///< UTF-8; each character is named, as when spelling
+  characters  ///< UTF-8; each character is spoken by its name
 };
 
-/// Where an utterance is. The last three are ends: they never change again.
+/// The state of an utterance. The last three are final.
 enum class UtteranceState {
   waiting,   ///< not begun, or interrupted and to be resumed
   speaking,  ///< its text is being spoken, or it waits for more text
-  paused,    ///< begun, and held by Speaker::pause()
+  paused,    ///< begun, and paused by Speaker::pause()
   finished,  ///< all of its text was spoken
-  stopped,   ///< ended before its text did; UtteranceEnd says by what
-  failed     ///< could not be spoken; Utterance::error() says why
+  stopped,   ///< ended before the end of its text; UtteranceEnd has the reason
+  failed     ///< could not be spoken; Utterance::error() has the reason
 };
 
 /// Why an utterance ended.
@@ -51,11 +51,11 @@ enum class UtteranceEnd {
   none,         ///< it has not ended
   finished,     ///< all of its text was spoken
   stopped,      ///< Utterance::stop(), Speaker::stopAll() or the end of the speaker
-  interrupted,  ///< one of another priority took its place, or it was not let in; see the table
-  replaced,     ///< one with the same key came
-  expired,      ///< its time was over before it began
-  refused,      ///< the listener wanted no more audio
-  failed        ///< no engine could speak it, an engine gave up, or a listener threw
+  interrupted,  ///< an utterance of another priority ended or refused it; see the table
+  replaced,     ///< a later utterance has the same key
+  expired,      ///< its expiry passed before it began
+  refused,      ///< the listener refused more audio
+  failed        ///< no engine could speak it, an engine failed, or a listener threw
 };
 
 /// Where a pause begins.
@@ -66,85 +66,85 @@ enum class PausePoint {
   sentence  ///< before the next sentence
 };
 
-/// How an utterance is to be spoken. A plain value.
+/// Options of an utterance. A plain value.
 struct SpeechOptions {
-  /// A language by name ("French") or by locale ("fr_FR", "fr-FR", "fr"); "" is that of `voice`, or
-  /// the speaker's.
+  /// A language by name ("French") or by locale ("fr_FR", "fr-FR", "fr"). "" selects the language
+  /// of `voice` or, without a voice, the speaker's.
   std::string language;
-  std::string voice;  ///< "" is the language's default voice; a voice brings its language
-  float rate = 1;     ///< factor to the voice's normal speed, 0.5 to 4
-  float pitch = 1;    ///< factor to the voice's normal pitch, 0.5 to 2
-  float volume = 1;   ///< factor to the voice's normal level, 0 to 2
-  /// Parameters of the engine that speaks, by name; one that it does not take fails the utterance.
-  /// They hold for this utterance alone.
+  std::string voice;  ///< "" is the language's default voice; a voice implies its language
+  float rate = 1;     ///< factor of the voice's normal speed, 0.5 to 4
+  float pitch = 1;    ///< factor of the voice's normal pitch, 0.5 to 2
+  float volume = 1;   ///< factor of the voice's normal level, 0 to 2
+  /// Parameters of the speaking engine, by name, for this utterance only. The utterance fails if
+  /// the engine does not have one of them.
   std::map<std::string, float> parameters;
 
-  /// What it interrupts and waits for.
+  /// Decides what the utterance interrupts and waits for.
   SpeechPriority priority = SpeechPriority::message;
-  /// Unless "": ends each earlier utterance with this key, waiting or begun.
+  /// Unless "", ends each earlier utterance that has the same key, even one that speaks.
   std::string key;
-  /// How long it may wait for its beginning; 0 is for ever.
+  /// The longest time that it waits before it begins; 0 is for ever.
   std::chrono::milliseconds expiry{0};
-  /// Whether it goes back to the queue when one of another priority interrupts it, to be resumed at
-  /// the last word that was begun; otherwise it ends then.
+  /// Whether an utterance of another priority only interrupts it. It then waits in the queue and
+  /// resumes at the last word that had begun. Otherwise the interruption ends it.
   bool resumes = false;
 
-  TextFormat format = TextFormat::plain;  ///< how the text is read
-  /// Whether runs of a script that the language is not written in are spoken in a language that is.
+  TextFormat format = TextFormat::plain;  ///< the format of the text
+  /// Whether text in a script that the language does not use is spoken in a language that uses it.
   bool detectLanguages = true;
-  /// In an utterance whose text is still being written: how long a clause that has no end yet waits
-  /// for more before it is spoken as it is.
+  /// For open utterances: how long an incomplete clause waits for more text before it is spoken.
   std::chrono::milliseconds clauseDelay{300};
 };
 
-/// What speaks, from a place of the text on.
+/// The voice that speaks from a position in the text on.
 struct SpeechVoice {
-  std::string wanted;                ///< the language that was asked for, as it was written
-  std::string language;              ///< the language that is taken; a related one, or the same
+  std::string wanted;                ///< the requested language, as it was written
+  std::string language;              ///< the chosen language: the same or a related one
   std::string voice;                 ///< its voice
   std::string engine;                ///< the engine's own name
-  std::size_t textOffset = 0;        ///< first byte that is spoken so
+  std::size_t textOffset = 0;        ///< first byte that this voice speaks
   std::uint64_t samplePosition = 0;  ///< samples from the start of the utterance
 };
 
 /// Audio of an utterance: mono, 16 bit signed, native byte order.
 struct SpeechAudio {
   const std::int16_t* samples;   ///< valid during the call only
-  std::size_t count;             ///< number of samples, not 0
+  std::size_t count;             ///< number of samples, never 0
   int samplingRate;              ///< in Hz, the same throughout an utterance
-  std::uint64_t samplePosition;  ///< samples of the utterance that came before
+  std::uint64_t samplePosition;  ///< samples of the utterance before these
 };
 
 /// A mark of the text.
 struct SpeechMark {
-  std::string_view name;   ///< as written; of `\mrk=N\` the number; valid during the call only
+  std::string_view name;   ///< as written; the number of a `\mrk=N\`; valid during the call only
   std::size_t textOffset;  ///< first byte of the mark in the text
   std::uint64_t samplePosition;  ///< samples from the start of the utterance to the mark
 };
 
-/// A shape of the mouth, held for a time.
+/// A shape of the mouth and its duration.
 struct SpeechViseme {
-  int shape;                  ///< 0 to 21, as SAPI counts them; 0 is silence
-  int face;                   ///< 0 to 14, as MPEG-4's facial animation counts them; 0 is silence
-  std::string_view faceName;  ///< the face's usual name, such as "PP" or "aa"
+  int shape;                     ///< 0 to 21, numbered as in SAPI; 0 is silence
+  int face;                      ///< 0 to 14, numbered as in MPEG-4 facial animation; 0 is silence
+  std::string_view faceName;     ///< the face's usual name, such as "PP" or "aa"
   std::uint64_t samplePosition;  ///< samples from the start of the utterance
-  std::uint64_t sampleCount;     ///< how long it lasts
+  std::uint64_t sampleCount;     ///< samples that it lasts
 };
 
-/// What happens to an utterance. Derive, and override what you want to hear.
+/// Receives the events of utterances. Derive from it and override the events that you need.
 ///
-/// **Order.** onStart, then audio, words, marks and sounds, then exactly one onEnd. An utterance that
-/// ends before it began has its onEnd alone. A word, mark, phoneme or viseme comes before the audio
-/// that holds its sample, and each kind in the order of its positions. An utterance that was
-/// interrupted and is resumed goes on counting samples; the word that it is resumed at comes again.
+/// **Order.** First onStart, then audio, words, marks and sounds, last exactly one onEnd. An
+/// utterance that ends before it begins has only its onEnd. A word, mark, phoneme or viseme comes
+/// before the audio that has its sample, and each kind in the order of its positions. After an
+/// interruption the sample positions continue, and the word at which the utterance resumes is
+/// reported again.
 ///
-/// **Positions.** Samples count from the start of the utterance at its own sampling rate. Offsets
-/// count bytes of the text that was handed over, all pieces together, tags and markup included.
+/// **Positions.** Samples count from the start of the utterance, at its own sampling rate. Offsets
+/// count bytes of the given text, all pieces together, including tags and markup.
 ///
-/// **Threads.** All events of a speaker come from one thread of its own, one at a time, with no lock
-/// held: an event may call every operation of the speaker and of every utterance. The time that
-/// onAudio takes holds the speech, so an audio device sets the pace. An exception ends the utterance
-/// as failed, with its text as the error; one from onEnd is logged.
+/// **Threads.** One thread of the speaker emits all events, one at a time, and holds no lock: an
+/// event may call every operation of the speaker and of every utterance. The speech waits until
+/// onAudio returns, so an audio device sets the pace. An exception ends the utterance as failed,
+/// and its text becomes the error. An exception from onEnd is only logged.
 class KQTTS_SPEAKER_EXPORT SpeechListener {
  public:
   SpeechListener();
@@ -155,12 +155,12 @@ class KQTTS_SPEAKER_EXPORT SpeechListener {
   /// The utterance begins.
   virtual void onStart(const Utterance& utterance);
 
-  /// From here on another voice speaks; the first one is reported too. Shows which language was
-  /// taken for the one that was asked for.
+  /// Another voice speaks from here on. The first voice of an utterance is reported too. Shows
+  /// which language was chosen for the requested one.
   virtual void onVoice(const Utterance& utterance, const SpeechVoice& voice);
 
-  /// Audio; never called with none.
-  /// \return false for "no more": the utterance ends as stopped
+  /// Audio, at least one sample.
+  /// \return false to end the utterance, as stopped
   virtual bool onAudio(const Utterance& utterance, const SpeechAudio& audio);
 
   /// A word begins.
@@ -169,65 +169,67 @@ class KQTTS_SPEAKER_EXPORT SpeechListener {
   /// A mark is reached.
   virtual void onMark(const Utterance& utterance, const SpeechMark& mark);
 
-  /// A sound begins; its `sampleCount` is always known. Only from engines that know their sounds,
-  /// and only if wantsPhonemes().
+  /// A sound begins. Its `sampleCount` is never 0. Called only if wantsPhonemes(), and only by
+  /// engines that know their sounds.
   virtual void onPhoneme(const Utterance& utterance, const SpeechPhoneme& phoneme);
 
-  /// The mouth takes another shape. One comes with each phoneme, after it.
+  /// The mouth changes its shape. Called after each onPhoneme.
   virtual void onViseme(const Utterance& utterance, const SpeechViseme& viseme);
 
-  /// The speech is held. A host that plays audio holds what it has buffered, too.
+  /// The speech is paused. A host that plays audio pauses its buffered audio, too.
   virtual void onPause(const Utterance& utterance);
 
-  /// The speech goes on after a pause.
+  /// The speech continues after a pause.
   virtual void onResume(const Utterance& utterance);
 
-  /// One of another priority took its place; it waits to be resumed, with another onStart.
+  /// An utterance of another priority interrupts this one, which waits. When it resumes, onStart is
+  /// called again.
   virtual void onInterrupt(const Utterance& utterance);
 
-  /// The utterance is over; nothing more comes of it. Its state and end are set.
+  /// The utterance has ended, and its state and end are set. This is its last event.
   virtual void onEnd(const Utterance& utterance, UtteranceEnd end);
 
-  /// Whether to report phonemes and visemes. Asked once, at the utterance's start.
+  /// Whether to report phonemes and visemes. Called once, at the utterance's start.
   virtual bool wantsPhonemes() const;
 };
 
-/// A handle to something that is to be said. Cheap to copy; all copies are one utterance, which
-/// lives on without them. Every operation may be called from every thread and from every event, also
-/// after the speaker is gone. A handle made by the default constructor stands for nothing: its state
-/// is `stopped`, and operations do nothing.
+/// A handle to an utterance. Cheap to copy; all copies refer to the same utterance, which does not
+/// end when they are destroyed. Every operation may be called from any thread and from any event,
+/// even after the speaker is destroyed. The default constructor makes an empty handle: its state is
+/// `stopped`, and its operations do nothing.
 class KQTTS_SPEAKER_EXPORT Utterance {
  public:
-  Utterance();                                 ///< stands for nothing
-  Utterance(const Utterance&);                 ///< the same utterance
-  Utterance(Utterance&&) noexcept;             ///< the source stands for nothing
-  Utterance& operator=(const Utterance&);      ///< the same utterance
-  Utterance& operator=(Utterance&&) noexcept;  ///< the source stands for nothing
-  ~Utterance();                                ///< the utterance itself goes on
+  Utterance();                                 ///< an empty handle
+  Utterance(const Utterance&);                 ///< refers to the same utterance
+  Utterance(Utterance&&) noexcept;             ///< the source becomes empty
+  Utterance& operator=(const Utterance&);      ///< refers to the same utterance
+  Utterance& operator=(Utterance&&) noexcept;  ///< the source becomes empty
+  ~Utterance();                                ///< does not end the utterance
 
-  /// A number that no other utterance of this speaker has, greater than those of earlier ones; 0 of
-  /// a handle that stands for nothing.
+  /// A number that no other utterance of this speaker has, greater than those of earlier ones; 0
+  /// for an empty handle.
   std::uint64_t id() const;
 
-  UtteranceState state() const;  ///< where it is now
-  UtteranceEnd end() const;      ///< why it ended
+  UtteranceState state() const;  ///< the current state
+  UtteranceEnd end() const;      ///< the reason of its end
   std::string error() const;     ///< why it failed, in one line for the user; otherwise ""
 
-  /// What speaks, or spoke last; empty before the start.
+  /// The voice that speaks, or that spoke last; empty before the start.
   SpeechVoice voice() const;
 
-  /// Ends it. Once this returns, no event of it begins any more but onEnd; one that is under way in
-  /// another thread may still run. Does nothing when it has ended.
+  /// Ends the utterance. After this returns, no event of it begins except onEnd, but an event may
+  /// still be running in another thread. Does nothing if the utterance has ended.
   void stop() const;
 
-  /// Waits for the end, onEnd included, unless called from an event, where it does not wait.
-  /// \return whether it has ended
+  /// Waits until the utterance has ended and onEnd has returned. Called from an event, it does not
+  /// wait.
+  /// \return whether the utterance has ended
   bool wait() const;
 
-  /// As wait(), for so long at most.
+  /// Like wait(), but waits at most `limit`.
   bool waitFor(std::chrono::milliseconds limit) const;
 
-  /// Whether both stand for the same utterance, or both for nothing.
+  /// Whether both refer to the same utterance, or both are empty.
   friend bool operator==(const Utterance& lhs, const Utterance& rhs) {
     return lhs.record == rhs.record;
   }
@@ -236,113 +238,116 @@ class KQTTS_SPEAKER_EXPORT Utterance {
 
  protected:
   friend class SpeakerCore;
-  /// A handle to what the speaker made.
+  /// A handle to an utterance of a speaker.
   explicit Utterance(std::shared_ptr<UtteranceRecord> utteranceRecord);
 
-  std::shared_ptr<UtteranceRecord> record;  ///< null of a handle that stands for nothing
+  std::shared_ptr<UtteranceRecord> record;  ///< null for an empty handle
 };
 
-/// A handle to an utterance whose text is still being written. What is complete is spoken at once, a
-/// sentence at a time. When the last copy is gone, the text is finished.
+/// A handle to an utterance whose text is still being written. Each complete sentence is spoken at
+/// once. Destroying the last copy finishes the text.
 class KQTTS_SPEAKER_EXPORT OpenUtterance : public Utterance {
  public:
-  OpenUtterance();  ///< stands for nothing
+  OpenUtterance();  ///< an empty handle
 
-  /// Adds a piece of text, of any size: it may end within a character, a tag or an element.
-  /// \return false, and nothing is added, after finish() and when the utterance has ended
+  /// Adds a piece of text of any size. It may end within a character, a tag or an element.
+  /// \return false, without adding anything, after finish() or after the utterance's end
   bool append(std::string_view piece) const;
 
-  /// There is no more text: what is left is spoken. Called again, it does nothing.
+  /// Ends the text: the rest is spoken. A second call does nothing.
   void finish() const;
 
  private:
   friend class SpeakerCore;
   explicit OpenUtterance(std::shared_ptr<UtteranceRecord> utteranceRecord);
 
-  std::shared_ptr<void> finisher;  ///< finishes the text when its last copy goes
+  std::shared_ptr<void> finisher;  ///< finishes the text when its last copy is destroyed
 };
 
-/// A language that can be spoken.
+/// A language that an engine speaks.
 struct SpokenLanguage {
   std::string name;    ///< "French"
   std::string locale;  ///< "fr_FR"
   std::string engine;  ///< the own name of the engine that speaks it
 };
 
-/// A voice that can be spoken with.
+/// A voice of an engine.
 struct SpokenVoice {
   std::string name;        ///< "french-female"
   std::string language;    ///< "French"
   std::string engine;      ///< the own name of its engine
-  bool isDefault = false;  ///< whether its language begins with it
+  bool isDefault = false;  ///< whether it is its language's default voice
 };
 
-/// What a speaker is made of. A plain value.
+/// Settings of a speaker. A plain value.
 struct SpeakerSettings {
   /// The installed packages; installedPackages() finds them.
   std::vector<zu::PackageInfo> packages;
-  /// What hears of utterances that have no listener of their own; may be null.
+  /// Receives the events of utterances without a listener; may be null.
   std::shared_ptr<class SpeechListener> listener;
-  /// The language of utterances that name none, as in SpeechOptions; "" is that which the engines
-  /// begin with.
+  /// The language of utterances without one, written as in SpeechOptions; "" is the first language
+  /// that the engines choose.
   std::string language;
-  /// Of all audio, in Hz, 8000 to 192000; 0 is, for each utterance, that of its first engine.
+  /// The sampling rate of all audio in Hz, 8000 to 192000. With 0, each utterance has the rate of
+  /// its first engine.
   int samplingRate = 0;
-  /// Where the files lie that SSML's `audio` may play; "" for none. A file elsewhere is not opened.
+  /// The folder of the files that SSML's `audio` may play; "" for none. No other file is opened.
   std::string audioFolder;
 };
 
-/// The folders that hold installed packages, in order: those of the environment variable
-/// KQTTS_PACKAGE_PATH (separated by colons; ignored in a set-user-id process), share/kqtts/packages
-/// beside the folder of the running program, kqtts/packages in the user's and the system's data
-/// folders (XDG_DATA_HOME, XDG_DATA_DIRS).
+/// The folders that are searched for installed packages, in order: those of the environment
+/// variable KQTTS_PACKAGE_PATH (separated by colons; ignored in a set-user-id process),
+/// share/kqtts/packages beside the folder of the running program, kqtts/packages in the user's and
+/// the system's data folders (XDG_DATA_HOME, XDG_DATA_DIRS).
 KQTTS_SPEAKER_EXPORT std::vector<std::string> standardPackageFolders();
 
 /// The packages in the standard folders.
 KQTTS_SPEAKER_EXPORT std::vector<zu::PackageInfo> installedPackages();
 
-/// The packages in some folders, in the order of the folders and then by name. A folder is a package
-/// itself when it holds a manifest.xml, else each folder in it that does. Of packages with one uuid
-/// the first is taken; one without a uuid is left out with a warning.
+/// The packages in some folders, in the order of the folders and then by name. If a folder has a
+/// manifest.xml, it is a package itself. Otherwise each folder in it that has one is a package.
+/// Only the first of several packages with the same uuid counts. A package without a uuid is left
+/// out with a warning.
 KQTTS_SPEAKER_EXPORT std::vector<zu::PackageInfo> packagesIn(
     const std::vector<std::string>& folders);
 
-/// Says things, one after the other: the way for a host that wants speech and not engines.
+/// Speaks texts one after the other, for hosts that want speech and not engines.
 ///
-/// Each text becomes an utterance with a handle and waits in a queue with priorities. One thread of
-/// the speaker speaks them through a manager of its own, whatever their languages and engines are.
+/// Each text becomes an utterance with a handle, and waits in a queue with priorities. A thread of
+/// the speaker speaks all utterances through its own manager, whatever their languages and engines
+/// are.
 ///
-/// **Threads.** Every operation may be called from every thread and from every event; none waits for
-/// speech, except where it says so.
+/// **Threads.** Every operation may be called from any thread and from any event. None waits for
+/// speech unless its description says so.
 ///
-/// **Errors.** No operation throws but where it says so. What cannot be spoken is an utterance that
-/// failed.
+/// **Errors.** No operation throws unless its description says so. A text that cannot be spoken
+/// becomes a failed utterance.
 class KQTTS_SPEAKER_EXPORT Speaker {
  public:
-  /// Loads the engines. Where there are none, each utterance fails and says so, until a reload().
+  /// Loads the engines. If there are none, each utterance fails with that error, until a reload().
   explicit Speaker(SpeakerSettings settings);
 
-  /// Ends everything, with the onEnd of each utterance, within 100 ms unless an event takes longer,
-  /// whose return is awaited. An engine that does not react in that time is left to itself, and
-  /// nothing more is heard of it. May be called from an event: nothing follows that event then but
-  /// the ends.
+  /// Ends all utterances and calls onEnd for each. Takes at most 100 ms, or until a running event
+  /// has returned. An engine that does not react in that time is abandoned, and its later events
+  /// are ignored. May be called from an event; then only the calls of onEnd follow that event.
   ~Speaker();
 
   Speaker(const Speaker&) = delete;
   Speaker& operator=(const Speaker&) = delete;
 
-  /// \name Saying things
+  /// \name Speaking
   /// @{
 
   /// Adds an utterance to the queue.
-  /// \param text      in the format of the options; what is not UTF-8 counts as blanks
-  /// \param options   taken over; a value out of range counts as the nearest in range
-  /// \param listener  hears of it in place of the speaker's; kept until after onEnd
+  /// \param text      in the format of the options; bytes that are not UTF-8 count as blanks
+  /// \param options   copied; a value out of range counts as the nearest in range
+  /// \param listener  receives the events instead of the speaker's listener; kept until onEnd has
+  ///                  returned
   Utterance speak(std::string text, const SpeechOptions& options = {},
                   std::shared_ptr<SpeechListener> listener = nullptr);
 
-  /// As speak(), of a text that comes in pieces. When its turn comes it begins, and holds the turn
-  /// while it waits for text.
+  /// Like speak(), for a text that comes in pieces. When its turn comes, the utterance begins, and
+  /// it keeps the turn while it waits for text.
   OpenUtterance open(const SpeechOptions& options = {},
                      std::shared_ptr<SpeechListener> listener = nullptr);
 
@@ -350,59 +355,61 @@ class KQTTS_SPEAKER_EXPORT Speaker {
   /// \name Control
   /// @{
 
-  /// Ends what is spoken and all that waits.
+  /// Ends the current utterance and all that wait.
   void stopAll();
 
-  /// Ends what is spoken, or held by a pause; what waits goes on.
+  /// Ends the current utterance, even a paused one. The utterances that wait stay in the queue.
   void stopCurrent();
 
-  /// Holds the speech, also what is added later, until resume(). It takes effect before the next
-  /// event or audio, or at the point given. Called again, an earlier point counts.
+  /// Pauses the speech until resume(), including utterances that are added later. Takes effect at
+  /// `point`. After several calls, the earliest point counts.
   void pause(PausePoint point = PausePoint::now);
 
-  /// Lets the speech go on where it was held.
+  /// Continues the speech where it was paused.
   void resume();
 
-  /// Whether the speech is held, or will be at the point that pause() named.
+  /// Whether the speech is paused, or will be at the point given to pause().
   bool isPaused() const;
 
-  /// What is spoken or held by a pause; stands for nothing when nothing is.
+  /// The utterance that is speaking or paused; an empty handle if there is none.
   Utterance current() const;
 
-  /// How many utterances wait.
+  /// The number of utterances that wait.
   std::size_t waiting() const;
 
-  /// Waits until nothing is spoken and nothing waits; from an event it does not wait.
-  /// \return whether that is so
+  /// Waits, at most `limit`, until no utterance speaks or waits. Called from an event, it does not
+  /// wait.
+  /// \return whether no utterance speaks or waits
   bool waitUntilSilent(std::chrono::milliseconds limit) const;
 
   /// @}
   /// \name Engines, languages, voices
   /// @{
 
-  /// Loads the engines anew, with these packages, when the sentence that is spoken is over, and waits
-  /// for that; from an event it does not wait. What waits, a pause and the speaker's language stay.
-  /// \return whether an engine can be used now; from an event, whether one could be before
+  /// Loads the engines again, with these packages, after the current sentence. Waits until they are
+  /// loaded, unless it is called from an event. Waiting utterances, a pause and the speaker's
+  /// language do not change.
+  /// \return whether an engine can be used; in an event, whether one could be used before the call
   bool reload(std::vector<zu::PackageInfo> packages);
 
   /// Whether an engine can be used.
   bool isReady() const;
 
-  /// The languages, each once, in the order of the engines.
+  /// All languages, each once, in the order of the engines.
   std::vector<SpokenLanguage> languages() const;
 
-  /// The voices, by name.
+  /// All voices, sorted by name.
   std::vector<SpokenVoice> voices() const;
 
-  /// The names of the parameters of the engine that speaks a language, given as in SpeechOptions;
-  /// none of a language that is not spoken.
+  /// The names of the parameters of the engine that speaks a language, which is written as in
+  /// SpeechOptions. Empty if no engine speaks it.
   std::vector<std::string> parameters(const std::string& language) const;
 
-  /// Chooses the language of utterances that name none, from the next one that begins on.
-  /// \return false, and nothing has changed, when no engine speaks it
+  /// Sets the language of utterances without one. Applies from the next utterance that begins.
+  /// \return false, without a change, if no engine speaks it
   bool setLanguage(const std::string& language);
 
-  /// The name of the language of utterances that name none.
+  /// The name of the language of utterances without one.
   std::string language() const;
 
   /// @}
