@@ -104,7 +104,7 @@ bool SpeechEngine::xTerminate() {
   dictionaries.unloadAll();
   control.stop();
   if (closed->synthesizer) {
-    closed->synthesizer->wakeWaiting();
+    closed->synthesizer->turns().wakeWaiting();
   }
   return true;
 }
@@ -136,13 +136,16 @@ void SpeechEngine::xStartSynthetizer(const std::string& text) {
   LanguageRewriter rewriter(now->synthesizer->language(wanted.settings.sourceVoice));
   SpokenText spoken(text, dictionary.get(), &rewriter);
   utterance.setText(spoken);
-  now->synthesizer->speak(spoken, wanted.settings, utterance);
+  Synthesizer& synthesizer = *now->synthesizer;
+  const Turn turn(synthesizer.turns(), [&] { return utterance.isStopped(); });
+  utterance.run([&] { synthesizer.speak(spoken, wanted.settings, utterance); },
+                [&] { synthesizer.skip(spoken, wanted.settings); });
 }
 
 void SpeechEngine::xStopSynthetizer() {
   control.stop();
   if (const auto now = state(); now->synthesizer) {
-    now->synthesizer->wakeWaiting();
+    now->synthesizer->turns().wakeWaiting();
   }
 }
 

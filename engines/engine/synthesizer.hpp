@@ -3,7 +3,9 @@
 #include <map>
 #include <string>
 
+#include "engine/turn_queue.hpp"
 #include "engine/utterance.hpp"
+#include "text/spoken_text.hpp"
 
 namespace KQ::engines {
 
@@ -16,34 +18,39 @@ struct SpeechSettings {
   std::map<std::string, float> more{};  ///< the engine's own parameters
 };
 
-/// A synthesiser, ready to speak. One engine uses it, from several threads at once; dropped when
-/// the engine is shut down and the last utterance has ended.
+/// A synthesiser that is ready to speak. One engine uses it, from several threads at once; the engine
+/// drops it when it is shut down and its last utterance has ended.
 class Synthesizer {
  public:
   virtual ~Synthesizer() = default;
 
-  /// The sampling rate of a voice that it has, in Hz.
+  /// The sampling rate of a voice that the synthesiser has, in Hz.
   virtual int samplingRate(const std::string& sourceVoice) const = 0;
 
-  /// Whether it has a voice of that name.
+  /// Whether the synthesiser has a voice of that name.
   virtual bool hasVoice(const std::string& sourceVoice) const = 0;
 
-  /// The language in which it reads with a voice, as a locale calls it: signs are written as words of
-  /// it. "" leaves the text as it is.
+  /// The language that the synthesiser reads with a voice, as a locale names it. Signs are written as
+  /// words of that language. "" leaves the text unchanged.
   virtual std::string language(const std::string& /*sourceVoice*/) const { return ""; }
 
-  /// How much of a change of pitch it can make itself; the rest is made of its audio.
-  /// \param factor  0.25 to 4, of all the changes but inline tags together
+  /// How much of a change of pitch the synthesiser makes itself. The engine shifts the pitch of the
+  /// audio by the rest.
+  /// \param factor  0.25 to 4, the product of all changes except inline tags
   virtual float ownPitchShift(float factor) const { return factor; }
 
-  /// Reads and speaks a text with its inline tags, whatever bytes it holds: waits for its turn,
-  /// calls utterance.run() once and tells audio, words and marks within it, until all is told or
-  /// the utterance is over. An utterance that is stopped while it waits is run to no purpose.
-  /// \throws KQError when it cannot speak, and what utterance.run() throws
+  /// The queue for the right to speak. The engine holds a turn of it during each utterance.
+  virtual TurnQueue& turns() = 0;
+
+  /// Reads a text with its inline tags, and emits its audio, words and marks, until the text ends or
+  /// utterance.isOver(). The engine takes the turn and reports start and end. The text may hold any
+  /// bytes.
+  /// \throws KQError when it cannot speak
   virtual void speak(SpokenText& text, const SpeechSettings& settings, Utterance& utterance) = 0;
 
-  /// An utterance was stopped: wakes a speak() that waits for its turn.
-  virtual void wakeWaiting() {}
+  /// Called in place of speak() if the utterance is over before it speaks: it was stopped while it
+  /// waited for its turn, or the host's onStart() failed.
+  virtual void skip(SpokenText& /*text*/, const SpeechSettings& /*settings*/) {}
 };
 
 }  // namespace KQ::engines

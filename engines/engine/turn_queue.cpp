@@ -15,7 +15,7 @@ void TurnQueue::wake() {
   }
 }
 
-Turn::Turn(TurnQueue& turnQueue, const Utterance& utterance) : queue(turnQueue) {
+Turn::Turn(TurnQueue& turnQueue, const std::function<bool()>& hasGivenUp) : queue(turnQueue) {
   std::unique_lock<std::mutex> lock(queue.mutex);
   if (queue.speaker == std::this_thread::get_id()) {
     throw KQError(queue.name, "startSynthetizer",
@@ -23,12 +23,11 @@ Turn::Turn(TurnQueue& turnQueue, const Utterance& utterance) : queue(turnQueue) 
   }
   const auto ticket = queue.waiting.insert(queue.nextTicket++).first;
   queue.changed.wait(lock, [&] {
-    return utterance.isStopped() ||
-           (queue.speaker == std::thread::id() && ticket == queue.waiting.begin());
+    return hasGivenUp() || (queue.speaker == std::thread::id() && ticket == queue.waiting.begin());
   });
   queue.waiting.erase(ticket);
-  granted = !utterance.isStopped();
-  if (granted) {
+  isGranted = !hasGivenUp();
+  if (isGranted) {
     queue.speaker = std::this_thread::get_id();
   } else {
     queue.wake();
@@ -36,7 +35,7 @@ Turn::Turn(TurnQueue& turnQueue, const Utterance& utterance) : queue(turnQueue) 
 }
 
 Turn::~Turn() {
-  if (granted) {
+  if (isGranted) {
     const std::lock_guard<std::mutex> lock(queue.mutex);
     queue.speaker = std::thread::id();
     queue.wake();

@@ -1,28 +1,27 @@
 #pragma once
 
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <set>
 #include <string>
 #include <thread>
 
-#include "engine/utterance.hpp"
-
 namespace KQ::engines {
 
-/// Those who want to speak with what only one thread at a time can use. May be used from any thread.
+/// Threads waiting for a synthesiser that serves one at a time. May be used from any thread.
 class TurnQueue {
  public:
-  /// \param name  of what is used: the module of errors
+  /// \param name  of the synthesiser: the module of errors
   explicit TurnQueue(std::string name) : name(std::move(name)) {}
 
-  /// Lets waiting turns see that their utterance was stopped.
+  /// Makes the waiting threads check again whether they gave up.
   void wakeWaiting();
 
  private:
   friend class Turn;
 
-  /// With the mutex held.
+  /// The caller holds the mutex.
   void wake();
 
   const std::string name;
@@ -33,23 +32,23 @@ class TurnQueue {
   std::set<unsigned long long> waiting;  ///< tickets; guarded by mutex
 };
 
-/// The sole right to speak. Whoever asks for it waits until all that asked before have finished or
-/// given up.
+/// The right to speak, which one thread at a time has. Turns are granted in the order of their
+/// construction.
 class Turn {
  public:
-  /// Waits until it is granted or the utterance is stopped. \param queue  outlives the turn
+  /// Waits until all earlier turns have ended, or until `hasGivenUp` returns true: the thread must
+  /// not speak then.
+  /// \param queue       outlives the turn
+  /// \param hasGivenUp  called with the queue locked, again after each TurnQueue::wakeWaiting()
   /// \throws KQError when this thread has the right already
-  Turn(TurnQueue& queue, const Utterance& utterance);
+  Turn(TurnQueue& queue, const std::function<bool()>& hasGivenUp);
   ~Turn();
   Turn(const Turn&) = delete;
   Turn& operator=(const Turn&) = delete;
 
-  /// Only a granted turn may speak.
-  bool isGranted() const { return granted; }
-
  private:
   TurnQueue& queue;
-  bool granted = false;
+  bool isGranted = false;
 };
 
 }  // namespace KQ::engines

@@ -42,6 +42,14 @@ void UtteranceControl::resume() {
 Utterance::Utterance(UtteranceControl& engineControl, TextToSpeechEngineCallbackInterface* callback)
     : control(engineControl), host(orNobody(callback)), stopsBefore(engineControl.stops) {}
 
+void Utterance::begin() noexcept {
+  try {
+    host.onStart();
+  } catch (...) {
+    keepFirstFailure();
+  }
+}
+
 void Utterance::end() {
   try {
     host.onEnd(outcome());
@@ -91,71 +99,95 @@ bool Utterance::wait(std::chrono::microseconds duration) noexcept {
   return !isOver();
 }
 
-template <typename Tell>
-bool Utterance::guarded(Tell tell) noexcept {
+/// The one place that waits while the engine is paused, on the way of whatever goes to the host.
+template <typename Call>
+bool Utterance::callHost(Call call) noexcept {
   if (!mayGoOn()) {
     return false;
   }
   try {
-    refused = !tell();
+    refused = !call();
   } catch (...) {
     keepFirstFailure();
   }
   return !isOver();
 }
 
-bool Utterance::tellAudio(const std::int16_t* audio, std::size_t count, int samplingRate) noexcept {
-  if (count == 0 || !mayGoOn()) {
+bool Utterance::give(const std::int16_t* audio, std::size_t count) noexcept {
+  return callHost([&] { return host.onAudio(audio, count, rate); });
+}
+
+bool Utterance::give(const Event& event) noexcept {
+  return callHost([&] {
+    if (event.mark) {
+      host.onMark(*event.mark, event.word.samplePosition);
+    } else {
+      host.onWord(event.word);
+    }
+    return true;
+  });
+}
+
+bool Utterance::emitAudio(const std::int16_t* audio, std::size_t count, int samplingRate) noexcept {
+  if (count == 0) {
     return mayGoOn();
+  }
+  if (isOver()) {
+    return false;
   }
   samples += count;
   rate = samplingRate;
   if (!wantedEffects.isAny()) {
-    return tellHost(audio, count);
+    return give(audio, count);
   }
   try {
     change(audio, count);
   } catch (...) {
     keepFirstFailure();
   }
-  return !isOver();
-}
-
-bool Utterance::tellHost(const std::int16_t* audio, std::size_t count) noexcept {
-  return guarded([&] { return host.onAudio(audio, count, rate); });
-}
-
-bool Utterance::tellSilence(std::uint64_t count, int samplingRate) noexcept {
-  static constexpr std::array<std::int16_t, 512> silence{};
-  while (count > 0 && !isOver()) {
-    const std::size_t some = std::min<std::uint64_t>(count, silence.size());
-    tellAudio(silence.data(), some, samplingRate);
-    count -= some;
-  }
   return mayGoOn();
 }
 
-bool Utterance::tellMark(int number, std::uint64_t samplePosition) noexcept {
-  return tellEvent({number, {0, 0, samplePosition}});
+bool Utterance::emitSilence(std::uint64_t count, int samplingRate) noexcept {
+  static constexpr std::array<std::int16_t, 512> silence{};
+  bool goesOn = false;
+  do {
+    const std::size_t some = std::min<std::uint64_t>(count, silence.size());
+    goesOn = emitAudio(silence.data(), some, samplingRate);
+    count -= some;
+  } while (goesOn && count > 0);
+  return goesOn;
 }
 
-bool Utterance::tellWord(const SpeechWord& word) noexcept {
+bool Utterance::emitInsertion(const MarkupItem& tag, int samplingRate) noexcept {
+  if (tag.kind == MarkupItem::Kind::mark) {
+    return emitMark(tag.value, samples);
+  }
+  const auto milliseconds = static_cast<std::uint64_t>(tag.value);
+  return emitSilence(milliseconds * static_cast<unsigned>(samplingRate) / 1000, samplingRate);
+}
+
+bool Utterance::emitMark(int number, std::uint64_t samplePosition) noexcept {
+  return emit({number, {0, 0, samplePosition}});
+}
+
+bool Utterance::emitWord(const SpeechWord& word) noexcept {
   if (text == nullptr) {
-    return tellEvent({std::nullopt, word});
+    return emit({std::nullopt, word});
   }
   const SpeechWord original = text->inOriginal(word);
-  // Of the words that stand for one of the original, the first tells it.
-  if (original.textOffset < originalTold) {
+  // If one word was replaced by several, only the first is reported.
+  if (original.textOffset < originalEmitted) {
     return mayGoOn();
   }
-  originalTold = original.textOffset + original.textLength;
-  return tellEvent({std::nullopt, original});
+  originalEmitted = original.textOffset + original.textLength;
+  return emit({std::nullopt, original});
 }
 
-bool Utterance::tellEvent(const Event& event) noexcept {
-  // Before the first audio nothing is held back, and an engine without sound has none.
+bool Utterance::emit(const Event& event) noexcept {
+  // Nothing is delayed before the first audio; an engine without sound has none.
   if (!effects) {
-    return tellHost(event);
+    return give(event);
   }
   try {
     std::deque<Event>& waiting = effects->waiting;
@@ -167,19 +199,8 @@ bool Utterance::tellEvent(const Event& event) noexcept {
   } catch (...) {
     keepFirstFailure();
   }
-  tellWaitingEvents();
+  giveWaitingEvents();
   return mayGoOn();
-}
-
-bool Utterance::tellHost(const Event& event) noexcept {
-  return guarded([&] {
-    if (event.mark) {
-      host.onMark(*event.mark, event.word.samplePosition);
-    } else {
-      host.onWord(event.word);
-    }
-    return true;
-  });
 }
 
 // Effects -------------------------------------------------------------------------------------
@@ -188,29 +209,29 @@ void Utterance::change(const std::int16_t* audio, std::size_t count) {
   if (!effects) {
     effects = std::make_unique<Effects>(wantedEffects, rate);
   }
-  tellChanged(effects->chain.process(audio, count));
+  giveChanged(effects->chain.process(audio, count));
 }
 
-void Utterance::tellChanged(const std::vector<std::int16_t>& audio) {
+void Utterance::giveChanged(const std::vector<std::int16_t>& audio) {
   const std::int16_t* next = audio.data();
   for (std::uint64_t left = audio.size(); left > 0 && !isOver();) {
-    tellWaitingEvents();
+    giveWaitingEvents();
     const std::deque<Event>& waiting = effects->waiting;
     const std::uint64_t some =
         waiting.empty() ? left
                         : std::min(left, waiting.front().word.samplePosition - effects->given);
-    tellHost(next, some);
+    give(next, some);
     next += some;
     effects->given += some;
     left -= some;
   }
-  tellWaitingEvents();
+  giveWaitingEvents();
 }
 
-void Utterance::tellWaitingEvents() noexcept {
+void Utterance::giveWaitingEvents() noexcept {
   std::deque<Event>& waiting = effects->waiting;
   while (!isOver() && !waiting.empty() && waiting.front().word.samplePosition <= effects->given) {
-    tellHost(waiting.front());
+    give(waiting.front());
     waiting.pop_front();
   }
 }
@@ -219,10 +240,10 @@ void Utterance::finishEffects() {
   if (!effects || isOver()) {
     return;
   }
-  tellChanged(effects->chain.finish());
+  giveChanged(effects->chain.finish());
   std::deque<Event>& waiting = effects->waiting;
   for (; !isOver() && !waiting.empty(); waiting.pop_front()) {
-    tellHost(waiting.front());
+    give(waiting.front());
   }
 }
 

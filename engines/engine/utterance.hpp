@@ -55,14 +55,17 @@ class Utterance {
   /// Words are told as they stand in the text's original. Before run(). \param text  stays alive
   void setText(const SpokenText& spokenText) { text = &spokenText; }
 
-  /// Tells the start, lets `speak` speak unless stopped already, and tells the end.
-  /// \param speak  a function without arguments
-  /// \throws what `speak` or the host throws
-  template <typename Speak>
-  void run(Speak speak) {
+  /// Reports the start, calls `speak`, or `skip` if the utterance is over already, and reports the
+  /// end.
+  /// \param speak, skip  functions without arguments
+  /// \throws what they or the host throw
+  template <typename Speak, typename Skip>
+  void run(Speak speak, Skip skip) {
+    begin();
     try {
-      host.onStart();
-      if (!isOver()) {
+      if (isOver()) {
+        skip();
+      } else {
         speak();
         finishEffects();
       }
@@ -70,6 +73,11 @@ class Utterance {
       keepFirstFailure();
     }
     end();
+  }
+
+  template <typename Speak>
+  void run(Speak speak) {
+    run(speak, [] {});
   }
 
   /// Whether it is over before its text is: stopped, refused by the sink, or failed.
@@ -85,18 +93,19 @@ class Utterance {
   /// Whether the utterance was stopped by UtteranceControl::stop(). May be asked by any thread.
   bool isStopped() const noexcept;
 
-  /// \name Telling the host
+  /// \name Emitting to the host
   /// Each waits while the engine is paused, and returns whether the utterance goes on. None throws.
-  /// Positions count from the start of the utterance. With effects, what is told may be held back.
+  /// Positions count samples from the start of the utterance. Effects delay what the host receives.
   /// @{
-  bool tellAudio(const std::int16_t* samples, std::size_t count, int samplingRate) noexcept;
-  bool tellSilence(std::uint64_t count, int samplingRate) noexcept;
-  bool tellMark(int number, std::uint64_t samplePosition) noexcept;
-  bool tellWord(const SpeechWord& word) noexcept;
+  bool emitAudio(const std::int16_t* samples, std::size_t count, int samplingRate) noexcept;
+  bool emitMark(int number, std::uint64_t samplePosition) noexcept;
+  bool emitWord(const SpeechWord& word) noexcept;
+  /// Emits a mark at the end of the audio so far, or a pause as silence. \param tag  one of these
+  bool emitInsertion(const MarkupItem& tag, int samplingRate) noexcept;
   /// @}
 
-  /// The number of samples told so far.
-  std::uint64_t samplesTold() const noexcept { return samples; }
+  /// The number of samples emitted so far.
+  std::uint64_t samplesEmitted() const noexcept { return samples; }
 
  private:
   struct Event {
@@ -113,15 +122,17 @@ class Utterance {
     std::uint64_t given = 0;    ///< samples that went to the host
   };
 
+  void begin() noexcept;
   void end();
-  template <typename Tell>
-  bool guarded(Tell tell) noexcept;
-  bool tellHost(const std::int16_t* audio, std::size_t count) noexcept;
-  bool tellHost(const Event& event) noexcept;
+  template <typename Call>
+  bool callHost(Call call) noexcept;
+  bool give(const std::int16_t* audio, std::size_t count) noexcept;
+  bool give(const Event& event) noexcept;
   void change(const std::int16_t* audio, std::size_t count);
-  void tellChanged(const std::vector<std::int16_t>& audio);
-  void tellWaitingEvents() noexcept;
-  bool tellEvent(const Event& event) noexcept;
+  void giveChanged(const std::vector<std::int16_t>& audio);
+  void giveWaitingEvents() noexcept;
+  bool emitSilence(std::uint64_t count, int samplingRate) noexcept;
+  bool emit(const Event& event) noexcept;
   void finishEffects();
   void keepFirstFailure() noexcept;
   SpeechEnd outcome() const noexcept;
@@ -130,7 +141,7 @@ class Utterance {
   TextToSpeechEngineCallbackInterface& host;
   const std::uint64_t stopsBefore;
   const SpokenText* text = nullptr;
-  std::size_t originalTold = 0;  ///< where the last word that was told ends in the original
+  std::size_t originalEmitted = 0;  ///< where the last emitted word ends in the original
   AudioEffects wantedEffects;
   std::unique_ptr<Effects> effects;  ///< null before the first audio, and without effects
   int rate = 0;

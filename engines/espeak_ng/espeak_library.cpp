@@ -73,7 +73,7 @@ class LocaleKeeper {
 };
 
 int onBuffer(short* samples, int count, espeak_EVENT* events) {
-  auto* const listener = static_cast<EspeakTurn::Listener*>(events->user_data);
+  auto* const listener = static_cast<EspeakListener*>(events->user_data);
   const bool goesOn =
       listener->take(samples, samples == nullptr ? 0 : static_cast<std::size_t>(count), events);
   return goesOn ? 0 : 1;
@@ -160,6 +160,29 @@ void forgetSettings(Process& known) {
   known.parameters.reset();
 }
 
+/// Sets voice and parameters unless they are set already. The caller holds a turn.
+void apply(const EspeakVoice& voice) {
+  Process& known = process();
+  if (voice.file != known.voiceFile) {
+    forgetSettings(known);
+    const espeak_ng_STATUS status = espeak_ng_SetVoiceByName(voice.file.c_str());
+    if (status != ENS_OK) {
+      throw espeakError("startSynthetizer", "Cannot load the voice \"" + voice.file + '"', status);
+    }
+    known.voiceFile = voice.file;
+  }
+  const auto set = [&](espeak_PARAMETER parameter, int EspeakParameters::*value) {
+    if (!known.parameters || *known.parameters.*value != voice.parameters.*value) {
+      espeak_ng_SetParameter(parameter, voice.parameters.*value, 0);
+    }
+  };
+  set(espeakRATE, &EspeakParameters::rate);
+  set(espeakPITCH, &EspeakParameters::pitch);
+  set(espeakRANGE, &EspeakParameters::range);
+  set(espeakVOLUME, &EspeakParameters::volume);
+  known.parameters = voice.parameters;
+}
+
 }  // namespace
 
 EspeakLibrary::EspeakLibrary() {
@@ -201,40 +224,18 @@ std::string EspeakLibrary::voiceFile(const std::string& name) const {
   return isVariant ? voice->second.file + name.substr(plus) : "";
 }
 
-EspeakTurn::EspeakTurn(const Utterance& utterance) : turn(process().turns, utterance) {}
-
-void EspeakTurn::wakeWaiting() {
-  process().turns.wakeWaiting();
+TurnQueue& EspeakLibrary::turns() {
+  return process().turns;
 }
 
-void EspeakTurn::apply(const std::string& voiceFile, const EspeakParameters& parameters) {
-  Process& known = process();
-  if (voiceFile != known.voiceFile) {
-    forgetSettings(known);
-    const espeak_ng_STATUS status = espeak_ng_SetVoiceByName(voiceFile.c_str());
-    if (status != ENS_OK) {
-      throw espeakError("startSynthetizer", "Cannot load the voice \"" + voiceFile + '"', status);
-    }
-    known.voiceFile = voiceFile;
-  }
-  const auto set = [&](espeak_PARAMETER parameter, int EspeakParameters::*value) {
-    if (!known.parameters || *known.parameters.*value != parameters.*value) {
-      espeak_ng_SetParameter(parameter, parameters.*value, 0);
-    }
-  };
-  set(espeakRATE, &EspeakParameters::rate);
-  set(espeakPITCH, &EspeakParameters::pitch);
-  set(espeakRANGE, &EspeakParameters::range);
-  set(espeakVOLUME, &EspeakParameters::volume);
-  known.parameters = parameters;
-}
-
-bool EspeakTurn::speak(const EspeakText& text, Listener& listener) {
+bool EspeakLibrary::speak(const EspeakText& text, const EspeakVoice& voice,
+                          EspeakListener& listener) const {
+  apply(voice);
   const unsigned int flags = espeakCHARS_UTF8 | espeakENDPAUSE | (text.isMarkup ? espeakSSML : 0U);
   const espeak_ng_STATUS status = espeak_ng_Synthesize(text.text.c_str(), text.text.size() + 1, 0,
                                                        POS_CHARACTER, 0, flags, nullptr, &listener);
   if (status != ENS_OK || text.isMarkup) {
-    // Markup that was cut short may leave its parameters behind.
+    // Markup that was cut short may leave its parameters in force.
     process().parameters.reset();
   }
   if (status != ENS_OK && status != ENS_SPEECH_STOPPED) {

@@ -9,7 +9,7 @@ namespace KQ::engines {
 namespace {
 
 /// Passes one chunk on to the host while eSpeak NG speaks it.
-class ChunkListener : public EspeakTurn::Listener {
+class ChunkListener : public EspeakListener {
  public:
   ChunkListener(const EspeakText& text, Utterance& utterance, std::size_t sourceEnd,
                 int samplingRate)
@@ -20,33 +20,26 @@ class ChunkListener : public EspeakTurn::Listener {
         positions(text) {}
 
   bool take(const short* samples, std::size_t count, const espeak_EVENT* events) override {
-    std::size_t told = 0;
+    std::size_t emitted = 0;
     for (; events->type != espeakEVENT_LIST_TERMINATED; ++events) {
       const std::size_t place = placeInBuffer(events->sample, count);
       if (events->type == espeakEVENT_WORD) {
-        tellWord(*events, utterance.samplesTold() + place - std::min(place, told));
-      } else if (events->type == espeakEVENT_MARK && marksTold <= numberOf(*events)) {
-        const std::size_t before = std::max(place, told);
-        utterance.tellAudio(samples + told, before - told, samplingRate);
-        told = before;
-        tellInsertions(numberOf(*events) + 1);
+        emitWord(*events, utterance.samplesEmitted() + place - std::min(place, emitted));
+      } else if (events->type == espeakEVENT_MARK && insertionsEmitted <= numberOf(*events)) {
+        const std::size_t before = std::max(place, emitted);
+        utterance.emitAudio(samples + emitted, before - emitted, samplingRate);
+        emitted = before;
+        emitInsertions(numberOf(*events) + 1);
       }
     }
     taken += count;
-    return utterance.tellAudio(samples + told, count - told, samplingRate);
+    return utterance.emitAudio(samples + emitted, count - emitted, samplingRate);
   }
 
-  /// Tells the marks and pauses before number `end` that were not told yet.
-  void tellInsertions(std::size_t end) {
-    for (; marksTold < std::min(end, text.insertions.size()); ++marksTold) {
-      const MarkupItem& item = text.insertions[marksTold];
-      if (item.kind == MarkupItem::Kind::mark) {
-        utterance.tellMark(item.value, utterance.samplesTold());
-      } else {
-        const auto milliseconds = static_cast<std::uint64_t>(item.value);
-        utterance.tellSilence(milliseconds * static_cast<unsigned>(samplingRate) / 1000,
-                              samplingRate);
-      }
+  /// Emits the marks and pauses before number `end` that were not emitted yet.
+  void emitInsertions(std::size_t end) {
+    for (; insertionsEmitted < std::min(end, text.insertions.size()); ++insertionsEmitted) {
+      utterance.emitInsertion(text.insertions[insertionsEmitted], samplingRate);
     }
   }
 
@@ -63,7 +56,7 @@ class ChunkListener : public EspeakTurn::Listener {
     return number;
   }
 
-  void tellWord(const espeak_EVENT& event, std::uint64_t samplePosition) {
+  void emitWord(const espeak_EVENT& event, std::uint64_t samplePosition) {
     const std::size_t first =
         event.text_position < 1 ? 0 : static_cast<std::size_t>(event.text_position) - 1;
     const std::size_t begin = std::min(positions.offsetOf(first), sourceEnd);
@@ -72,7 +65,7 @@ class ChunkListener : public EspeakTurn::Listener {
     // A number that is spoken as several words is one word of the text.
     if (end > begin && begin >= lastWord.textOffset + lastWord.textLength) {
       lastWord = {begin, end - begin, samplePosition};
-      utterance.tellWord(lastWord);
+      utterance.emitWord(lastWord);
     }
   }
 
@@ -81,8 +74,8 @@ class ChunkListener : public EspeakTurn::Listener {
   const std::size_t sourceEnd;  ///< of the chunk
   const int samplingRate;
   SourcePositions positions;
-  std::uint64_t taken = 0;    ///< samples that eSpeak NG gave
-  std::size_t marksTold = 0;  ///< of text.insertions
+  std::uint64_t taken = 0;            ///< samples that eSpeak NG gave
+  std::size_t insertionsEmitted = 0;  ///< of text.insertions
   SpeechWord lastWord{0, 0, 0};
 };
 
@@ -94,24 +87,20 @@ std::size_t endOf(const TextChunk& chunk) {
 
 void EspeakSynthesizer::speak(SpokenText& text, const SpeechSettings& settings,
                               Utterance& utterance) {
-  EspeakTurn turn(utterance);
-  utterance.run([&] {
-    const std::string voiceFile = library.voiceFile(settings.sourceVoice);
-    turn.apply(voiceFile, EspeakParameters(settings));
-    chunks.restart(text);
-    EspeakTextWriter writer(text, settings, voiceFile);
-    while (const TextChunk* chunk = chunks.next()) {
-      writer.write(*chunk, written);
-      ChunkListener listener(written, utterance, endOf(*chunk), library.samplingRate());
-      if (!written.isSilent && !turn.speak(written, listener)) {
-        return;
-      }
-      listener.tellInsertions(written.insertions.size());
-      if (utterance.isOver()) {
-        return;
-      }
+  const EspeakVoice voice{library.voiceFile(settings.sourceVoice), EspeakParameters(settings)};
+  chunks.restart(text);
+  EspeakTextWriter writer(text, settings, voice.file);
+  while (const TextChunk* chunk = chunks.next()) {
+    writer.write(*chunk, written);
+    ChunkListener listener(written, utterance, endOf(*chunk), library.samplingRate());
+    if (!written.isSilent && !library.speak(written, voice, listener)) {
+      return;
     }
-  });
+    listener.emitInsertions(written.insertions.size());
+    if (utterance.isOver()) {
+      return;
+    }
+  }
 }
 
 }  // namespace KQ::engines

@@ -24,8 +24,8 @@ class EspeakSynthesizer : public Synthesizer {
   }
   /// What it reaches with all voices.
   float ownPitchShift(float factor) const override { return std::clamp(factor, 0.75F, 1.6F); }
+  TurnQueue& turns() override { return EspeakLibrary::turns(); }
   void speak(SpokenText& text, const SpeechSettings& settings, Utterance& utterance) override;
-  void wakeWaiting() override { EspeakTurn::wakeWaiting(); }
 
  private:
   EspeakLibrary library;

@@ -132,6 +132,11 @@ const char* entity(char byte) {
   }
 }
 
+/// Whether pieces of a kind are text or blanks to eSpeak NG, and need none of its markup.
+bool isSpokenAsText(Kind kind) {
+  return kind == Kind::text || kind == Kind::style || kind == Kind::last || kind == Kind::ignored;
+}
+
 constexpr std::string_view closingTag = "</prosody>";
 
 /// Appends to an EspeakText and counts its characters.
@@ -220,11 +225,10 @@ void EspeakText::clear() {
   runs.clear();
 }
 
-EspeakParameters::EspeakParameters(const SpeechSettings& settings, int pitchPercent,
-                                   int volumePercent) {
+EspeakParameters::EspeakParameters(const SpeechSettings& settings, const Prosody& tags) {
   const double speed = std::clamp<double>(settings.speed, 46, 400);
-  const double factor = std::clamp<double>(double{settings.pitch} * pitchPercent / 100, 0.5, 2);
-  const double level = std::clamp<double>(double{settings.level} * volumePercent / 100, 0, 4);
+  const double factor = std::clamp<double>(double{settings.pitch} * tags.pitch / 100, 0.5, 2);
+  const double level = std::clamp<double>(double{settings.level} * tags.volume / 100, 0, 4);
   rate = static_cast<int>(std::lround(espeakRATE_NORMAL * speed / 100));
   // The mean pitch of speech lies above the base that the pitch's number moves, 50 steps an octave:
   // it takes more than the factor, and the range with it, to move the mean by the factor.
@@ -249,20 +253,35 @@ void EspeakTextWriter::write(const TextChunk& chunk, EspeakText& written) {
   std::size_t marked = 0;
   for (const MarkupItem& item : chunk) {
     const std::string_view piece = source.view(item.offset, item.length);
-    if (item.kind == Kind::text && !isBlank(piece)) {
-      appender.addMarkup(tagsFrom(inText));
-      inText = prosody;
-      if (written.insertions.size() > marked) {
-        marked = written.insertions.size();
-        appender.addMarkup("<mark name=\"" + std::to_string(marked - 1) + "\"/>");
-      }
-      appender.addSource(piece, item.offset);
-    } else if (item.kind == Kind::text || item.kind == Kind::ignored) {
-      appender.addMarkup(" ");
-    } else if (item.kind == Kind::mark || item.kind == Kind::pause) {
-      written.insertions.push_back(item);
-    } else {
-      change(item);
+    switch (item.kind) {
+      case Kind::text:
+        if (isBlank(piece)) {
+          appender.addMarkup(" ");
+          break;
+        }
+        appender.addMarkup(tagsFrom(inText));
+        inText = prosody;
+        if (written.insertions.size() > marked) {
+          marked = written.insertions.size();
+          appender.addMarkup("<mark name=\"" + std::to_string(marked - 1) + "\"/>");
+        }
+        appender.addSource(piece, item.offset);
+        break;
+      case Kind::mark:
+      case Kind::pause:
+        written.insertions.push_back(item);
+        break;
+      case Kind::volume:
+      case Kind::speed:
+      case Kind::pitch:
+      case Kind::reset:
+        prosody.apply(item);
+        break;
+      case Kind::style:
+      case Kind::last:
+      case Kind::ignored:
+        appender.addMarkup(" ");
+        break;
     }
   }
   appender.addMarkup(inText.isNormal() ? "" : closingTag);
@@ -270,24 +289,8 @@ void EspeakTextWriter::write(const TextChunk& chunk, EspeakText& written) {
 
 bool EspeakTextWriter::needsMarkup(const TextChunk& chunk) const {
   return !prosody.isNormal() || std::any_of(chunk.begin(), chunk.end(), [](const MarkupItem& item) {
-    return item.kind != Kind::text && item.kind != Kind::ignored;
+    return !isSpokenAsText(item.kind);
   });
-}
-
-void EspeakTextWriter::change(const MarkupItem& item) {
-  switch (item.kind) {
-    case Kind::volume:
-      prosody.volume = item.value;
-      break;
-    case Kind::speed:
-      prosody.speed = item.value;
-      break;
-    case Kind::pitch:
-      prosody.pitch = item.value;
-      break;
-    default:
-      prosody = Prosody();
-  }
 }
 
 /// What leads from the prosody that the text has so far to the one that it is to have.
@@ -304,7 +307,7 @@ std::string EspeakTextWriter::tagsFrom(const Prosody& former) const {
 /// delay the first audio.
 std::string EspeakTextWriter::openingTag() const {
   // The speed is relative to the engine's, the others are absolute.
-  const EspeakParameters absolute(settings, prosody.pitch, prosody.volume);
+  const EspeakParameters absolute(settings, prosody);
   std::string tag = "<prosody";
   const auto add = [&](const char* name, int value, const char* unit) {
     tag.append(name).append("=\"").append(std::to_string(value)).append(unit).append("\"");

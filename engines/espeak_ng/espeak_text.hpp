@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "engine/synthesizer.hpp"
+#include "text/prosody.hpp"
 #include "text/text_chunks.hpp"
 
 namespace KQ::engines {
@@ -17,8 +18,7 @@ struct EspeakParameters {
   int range;   ///< of the pitch, 50 is the voice's own
   int volume;  ///< 100 is the voice's own
 
-  explicit EspeakParameters(const SpeechSettings& settings, int pitchPercent = 100,
-                            int volumePercent = 100);
+  explicit EspeakParameters(const SpeechSettings& settings, const Prosody& tags = {});
 };
 
 /// The language of a voice's file: "hi" of "inc/hi-x+f2".
@@ -59,27 +59,14 @@ class EspeakTextWriter {
   void write(const TextChunk& chunk, EspeakText& written);
 
  private:
-  /// What inline tags set, in percent of the voice's own.
-  struct Prosody {
-    int volume = 100;
-    int speed = 100;
-    int pitch = 100;
-
-    bool isNormal() const { return *this == Prosody(); }
-    bool operator==(const Prosody& other) const {
-      return volume == other.volume && speed == other.speed && pitch == other.pitch;
-    }
-  };
-
   bool needsMarkup(const TextChunk& chunk) const;
-  void change(const MarkupItem& item);
   std::string tagsFrom(const Prosody& former) const;
   std::string openingTag() const;
 
   const SpokenText& source;
   const SpeechSettings& settings;
   std::string language;  ///< that the voice speaks, as eSpeak NG calls it, between blanks
-  Prosody prosody;       ///< at the end of what was written
+  Prosody prosody;       ///< at the end of the written text
 };
 
 /// Finds where characters that eSpeak NG counts stand in the source, in linear time for ascending

@@ -84,24 +84,24 @@ struct UtteranceDeleter {
 using UtterancePointer = std::unique_ptr<cst_utterance, UtteranceDeleter>;
 
 /// How much longer than the voice's own speed a word takes.
-float stretch(const FliteToken& token, const FliteProsody& prosody) {
+float stretch(const FliteToken& token, const FliteVoice& voice) {
   const float speed =
-      std::clamp(prosody.speed * static_cast<float>(token.speed) / 100, 12.5F, 800.F);
+      std::clamp(voice.speed * static_cast<float>(token.prosody.speed) / 100, 12.5F, 800.F);
   return 100 / speed;
 }
 
 void addTokens(cst_utterance& utterance, const FlitePhrase& phrase) {
   cst_relation* const relation = utt_relation_create(&utterance, "Token");
-  const int normal = phrase.tokens.front().speed;
+  const int normal = phrase.tokens.front().prosody.speed;
   for (const FliteToken& token : phrase.tokens) {
     cst_item* const item = relation_append(relation, nullptr);
     item_set_string(item, "name", token.name.c_str());
     item_set_string(item, "whitespace", " ");
     item_set_string(item, "prepunctuation", token.before.c_str());
     item_set_string(item, "punc", token.after.c_str());
-    if (token.speed != normal) {
+    if (token.prosody.speed != normal) {
       item_set_float(item, "local_duration_stretch",
-                     static_cast<float>(normal) / static_cast<float>(token.speed));
+                     static_cast<float>(normal) / static_cast<float>(token.prosody.speed));
     }
   }
 }
@@ -239,14 +239,14 @@ TurnQueue& FliteLibrary::turns() {
   return process().turns;
 }
 
-void FliteLibrary::speak(const FlitePhrase& phrase, const FliteProsody& prosody,
+void FliteLibrary::speak(const FlitePhrase& phrase, const FliteVoice& wanted,
                          FliteListener& listener) const {
-  cst_voice* const voice = registered(*find(prosody.voice));
+  cst_voice* const voice = registered(*find(wanted.name));
   cst_cg_db model;
   UtterancePointer utterance(new_utterance());
   addTokens(*utterance, phrase);
-  setFeatures(utterance->features, *voice, stretch(phrase.tokens.front(), prosody), listener);
-  shiftPitch(utterance->features, *voice, prosody.pitch, model);
+  setFeatures(utterance->features, *voice, stretch(phrase.tokens.front(), wanted), listener);
+  shiftPitch(utterance->features, *voice, wanted.pitch, model);
   if (!synthesize(utterance.get(), voice)) {
     // Who knows in what state it is.
     static_cast<void>(utterance.release());

@@ -13,9 +13,9 @@ namespace KQ::engines {
 /// The name by which engine, errors and logs call it.
 inline constexpr const char* fliteName = "Flite";
 
-/// How a phrase is to sound.
-struct FliteProsody {
-  std::string voice;
+/// The voice for a phrase, and how it is to sound.
+struct FliteVoice {
+  std::string name;
   float speed = 100;  ///< percent of the voice's own, without that of the words
   float pitch = 1;    ///< factor to the voice's own
 };
@@ -59,7 +59,7 @@ class FliteLibrary {
 
   /// Speaks a phrase that has words, until the listener wants no more. The holder of a turn calls it.
   /// \throws KQError when Flite gives up
-  void speak(const FlitePhrase& phrase, const FliteProsody& prosody, FliteListener& listener) const;
+  void speak(const FlitePhrase& phrase, const FliteVoice& voice, FliteListener& listener) const;
 };
 
 }  // namespace KQ::engines

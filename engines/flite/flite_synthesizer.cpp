@@ -25,10 +25,10 @@ class PhraseListener : public FliteListener {
   bool take(const std::int16_t* samples, std::size_t count) noexcept override {
     const std::size_t end = taken + count;
     while (token < places.tokens.size() && places.tokens[token] < end) {
-      tellTo(places.tokens[token], samples);
-      tellToken();
+      emitTo(places.tokens[token], samples);
+      emitToken();
     }
-    tellTo(end, samples);
+    emitTo(end, samples);
     taken = end;
     return !utterance.isOver();
   }
@@ -36,25 +36,25 @@ class PhraseListener : public FliteListener {
   /// Tells what stands behind the audio.
   void finish() noexcept {
     while (token < phrase.tokens.size()) {
-      tellToken();
+      emitToken();
     }
-    tellInsertions(phrase.insertions);
+    emitInsertions(phrase.insertions);
   }
 
  private:
   /// Tells the audio up to a place. \param samples  those from `taken` on
-  void tellTo(std::size_t place, const std::int16_t* samples) noexcept {
-    const std::size_t from = std::max({told, taken, audibleBegin});
+  void emitTo(std::size_t place, const std::int16_t* samples) noexcept {
+    const std::size_t from = std::max({emitted, taken, audibleBegin});
     const std::size_t to = std::min(place, audibleEnd);
     if (to > from) {
-      tellAudio(samples + (from - taken), to - from);
-      told = to;
+      passOn(samples + (from - taken), to - from);
+      emitted = to;
     }
   }
 
-  void tellAudio(const std::int16_t* samples, std::size_t count) noexcept {
+  void passOn(const std::int16_t* samples, std::size_t count) noexcept {
     const float gain =
-        level * static_cast<float>(phrase.tokens[token == 0 ? 0 : token - 1].volume) / 100;
+        level * static_cast<float>(phrase.tokens[token == 0 ? 0 : token - 1].prosody.volume) / 100;
     louder.resize(count);
     std::transform(samples, samples + count, louder.begin(), [=](std::int16_t sample) {
       return static_cast<std::int16_t>(
@@ -62,25 +62,19 @@ class PhraseListener : public FliteListener {
     });
     const auto most = static_cast<std::size_t>(samplingRate / 25);
     for (std::size_t begin = 0; begin < count && !utterance.isOver(); begin += most) {
-      utterance.tellAudio(louder.data() + begin, std::min(most, count - begin), samplingRate);
+      utterance.emitAudio(louder.data() + begin, std::min(most, count - begin), samplingRate);
     }
   }
 
-  void tellToken() noexcept {
+  void emitToken() noexcept {
     const FliteToken& word = phrase.tokens[token++];
-    tellInsertions(word.insertions);
-    utterance.tellWord({word.offset, word.length, utterance.samplesTold()});
+    emitInsertions(word.insertions);
+    utterance.emitWord({word.offset, word.length, utterance.samplesEmitted()});
   }
 
-  void tellInsertions(const std::vector<MarkupItem>& insertions) noexcept {
+  void emitInsertions(const std::vector<MarkupItem>& insertions) noexcept {
     for (const MarkupItem& item : insertions) {
-      if (item.kind == MarkupItem::Kind::mark) {
-        utterance.tellMark(item.value, utterance.samplesTold());
-      } else {
-        const auto milliseconds = static_cast<std::uint64_t>(item.value);
-        utterance.tellSilence(milliseconds * static_cast<unsigned>(samplingRate) / 1000,
-                              samplingRate);
-      }
+      utterance.emitInsertion(item, samplingRate);
     }
   }
 
@@ -91,9 +85,9 @@ class PhraseListener : public FliteListener {
   FlitePlaces places;
   std::size_t audibleBegin = 0;
   std::size_t audibleEnd = 0;
-  std::size_t taken = 0;  ///< samples that Flite gave before the present ones
-  std::size_t told = 0;   ///< samples of Flite's that were told or left out
-  std::size_t token = 0;  ///< the next one to be told
+  std::size_t taken = 0;    ///< samples that Flite gave before the present ones
+  std::size_t emitted = 0;  ///< samples of Flite's that were emitted or left out
+  std::size_t token = 0;    ///< the next one to be emitted
   std::vector<std::int16_t> louder;
 };
 
@@ -101,21 +95,18 @@ class PhraseListener : public FliteListener {
 
 void FliteSynthesizer::speak(SpokenText& text, const SpeechSettings& settings,
                              Utterance& utterance) {
-  Turn turn(FliteLibrary::turns(), utterance);
-  utterance.run([&] {
-    FliteText phrases(text);
-    std::optional<FlitePhrase> phrase;
-    while (!utterance.isOver() && (phrase = phrases.next())) {
-      PhraseListener listener(*phrase, utterance, std::clamp(settings.level, 0.F, 4.F),
-                              library.samplingRate(settings.sourceVoice));
-      if (!phrase->tokens.empty()) {
-        const float tagged = static_cast<float>(phrase->tokens.front().pitch) / 100;
-        const float pitch = std::clamp(settings.pitch * tagged, 0.25F, 4.F);
-        library.speak(*phrase, {settings.sourceVoice, settings.speed, pitch}, listener);
-      }
-      listener.finish();
+  FliteText phrases(text);
+  std::optional<FlitePhrase> phrase;
+  while (!utterance.isOver() && (phrase = phrases.next())) {
+    PhraseListener listener(*phrase, utterance, std::clamp(settings.level, 0.F, 4.F),
+                            library.samplingRate(settings.sourceVoice));
+    if (!phrase->tokens.empty()) {
+      const float tagged = static_cast<float>(phrase->tokens.front().prosody.pitch) / 100;
+      const float pitch = std::clamp(settings.pitch * tagged, 0.25F, 4.F);
+      library.speak(*phrase, {settings.sourceVoice, settings.speed, pitch}, listener);
     }
-  });
+    listener.finish();
+  }
 }
 
 }  // namespace KQ::engines

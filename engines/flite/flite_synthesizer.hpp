@@ -20,8 +20,8 @@ class FliteSynthesizer : public Synthesizer {
   std::string language(const std::string& /*sourceVoice*/) const override { return "en"; }
   /// What it reaches with all voices.
   float ownPitchShift(float factor) const override { return std::clamp(factor, 0.6F, 2.F); }
+  TurnQueue& turns() override { return FliteLibrary::turns(); }
   void speak(SpokenText& text, const SpeechSettings& settings, Utterance& utterance) override;
-  void wakeWaiting() override { FliteLibrary::turns().wakeWaiting(); }
 
  private:
   FliteLibrary library;

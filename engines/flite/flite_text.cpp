@@ -99,17 +99,13 @@ void FliteTokenReader::readMarkup(const MarkupItem& item) {
       insertions.push_back(item);
       break;
     case Kind::volume:
-      settings.volume = item.value;
-      break;
     case Kind::speed:
-      settings.speed = item.value;
-      break;
     case Kind::pitch:
-      settings.pitch = item.value;
-      break;
     case Kind::reset:
-      settings.volume = settings.speed = settings.pitch = 100;
+      settings.prosody.apply(item);
       break;
+    case Kind::style:
+    case Kind::last:
     case Kind::ignored:
       break;
   }
@@ -213,7 +209,7 @@ bool FliteText::endsPhrase(const std::vector<FliteToken>& tokens) {
   if (isClause || endsSentence(last, *pending)) {
     return true;
   }
-  isContinued = tokens.size() >= mostWords || pending->pitch != last.pitch;
+  isContinued = tokens.size() >= mostWords || pending->prosody.pitch != last.prosody.pitch;
   return isContinued;
 }
 

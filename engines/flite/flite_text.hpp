@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "text/prosody.hpp"
 #include "text/spoken_text.hpp"
 
 namespace KQ::engines {
@@ -19,9 +20,7 @@ struct FliteToken {
   std::size_t length = 0;              ///< of the word in the text, in bytes
   int blanks = 0;                      ///< in front of it
   int lineFeeds = 0;                   ///< among them
-  int speed = 100;                     ///< percent
-  int volume = 100;                    ///< percent
-  int pitch = 100;                     ///< percent
+  Prosody prosody;                     ///< as inline tags set it
   std::vector<MarkupItem> insertions;  ///< marks and pauses in front of it
 };
 

@@ -8,6 +8,7 @@
 #include <zu/log.hpp>
 
 #include "log/silent_words.hpp"
+#include "text/prosody.hpp"
 #include "text/utf8.hpp"
 
 namespace KQ::engines {
@@ -36,15 +37,38 @@ std::string excerpt(SpokenText text) {
   return std::string(begin.substr(0, end)) + "...";
 }
 
+/// The record of one utterance.
+struct Record {
+  explicit Record(const SpeechSettings& settings) : voice(settings.sourceVoice) {}
+
+  /// \param said  the beginning of the text
+  void write(const std::string& said) const {
+    std::ostringstream message;
+    message << voice << (isFinished ? " said" : " was cut short saying") << " \"" << said
+            << "\" (words: " << words << ", marks: " << marks
+            << ", seconds of speech: " << std::fixed << std::setprecision(2)
+            << std::chrono::duration<double>(time).count() << ')';
+    zu::log::write(zu::log::Level::info, logCategory, message.str(), __FILE__, "speak", __LINE__);
+  }
+
+  const std::string& voice;
+  int words = 0;
+  int marks = 0;
+  microseconds time{0};
+  bool isFinished = false;
+};
+
 /// Says one utterance.
 class Speech {
  public:
   Speech(const SpeechSettings& settings, Utterance& utterance)
       : settings(settings),
         utterance(utterance),
-        timeFactor(settings.more.at(parameters::speechTime.name)) {}
+        timeFactor(settings.more.at(parameters::speechTime.name)),
+        record(settings) {}
 
-  void say(SpokenText& text) {
+  /// \return what was said
+  const Record& say(SpokenText& text) {
     SilentWords words(text);
     std::optional<SilentItem> item;
     while (!utterance.isOver() && (item = words.next())) {
@@ -54,82 +78,70 @@ class Speech {
         follow(item->tag);
       }
     }
-    isFinished = utterance.mayGoOn();
-  }
-
-  /// \param said  the beginning of the text
-  void writeRecord(const std::string& said) const {
-    std::ostringstream message;
-    message << settings.sourceVoice << (isFinished ? " said" : " was cut short saying") << " \""
-            << said << "\" (words: " << wordsTold << ", marks: " << marksTold
-            << ", seconds of speech: " << std::fixed << std::setprecision(2)
-            << std::chrono::duration<double>(time).count() << ')';
-    zu::log::write(zu::log::Level::info, logCategory, message.str(), __FILE__, "speak", __LINE__);
+    record.isFinished = utterance.mayGoOn();
+    return record;
   }
 
  private:
   void sayWord(const SilentItem& word) {
     if (word.length != 0) {
-      utterance.tellWord({word.offset, word.length, position()});
-      ++wordsTold;
+      utterance.emitWord({word.offset, word.length, position()});
+      ++record.words;
     }
-    const double percent = std::max(1.0, double{settings.speed} * taggedSpeed / 100);
+    const double percent = std::max(1.0, double{settings.speed} * prosody.speed / 100);
     pass(std::chrono::duration_cast<microseconds>(word.time * 100 / percent));
   }
 
   void follow(const MarkupItem& tag) {
+    using Kind = MarkupItem::Kind;
     switch (tag.kind) {
-      case MarkupItem::Kind::pause:
+      case Kind::pause:
         pass(std::chrono::milliseconds(tag.value));
         break;
-      case MarkupItem::Kind::mark:
-        utterance.tellMark(tag.value, position());
-        ++marksTold;
+      case Kind::mark:
+        utterance.emitMark(tag.value, position());
+        ++record.marks;
         break;
-      case MarkupItem::Kind::speed:
-        taggedSpeed = tag.value;
+      case Kind::volume:
+      case Kind::speed:
+      case Kind::pitch:
+      case Kind::reset:
+        prosody.apply(tag);
         break;
-      case MarkupItem::Kind::reset:
-        taggedSpeed = 100;
-        break;
-      default:
+      case Kind::text:
+      case Kind::style:
+      case Kind::last:
+      case Kind::ignored:
         break;
     }
   }
 
   void pass(microseconds duration) {
     if (utterance.wait(std::chrono::duration_cast<microseconds>(duration * timeFactor))) {
-      time += duration;
+      record.time += duration;
     }
   }
 
   std::uint64_t position() const {
-    return static_cast<std::uint64_t>(time.count()) * LogSynthesizer::positionRate / 1000000;
+    return static_cast<std::uint64_t>(record.time.count()) * LogSynthesizer::positionRate / 1000000;
   }
 
   const SpeechSettings& settings;
   Utterance& utterance;
   const float timeFactor;
-  int taggedSpeed = 100;
-  microseconds time{0};
-  int wordsTold = 0;
-  int marksTold = 0;
-  bool isFinished = false;
+  Prosody prosody;
+  Record record;
 };
 
 }  // namespace
 
 void LogSynthesizer::speak(SpokenText& text, const SpeechSettings& settings, Utterance& utterance) {
-  const Turn turn(turns, utterance);
   const std::string said = excerpt(text);
-  Speech speech(settings, utterance);
-  try {
-    utterance.run([&] { speech.say(text); });
-  } catch (...) {
-    speech.writeRecord(said);
-    throw;
-  }
-  speech.writeRecord(said);
+  Speech(settings, utterance).say(text).write(said);
+}
+
+void LogSynthesizer::skip(SpokenText& text, const SpeechSettings& settings) {
+  Record(settings).write(excerpt(text));
 }
 
 }  // namespace KQ::engines

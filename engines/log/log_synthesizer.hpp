@@ -26,11 +26,12 @@ class LogSynthesizer : public Synthesizer {
   int samplingRate(const std::string& /*sourceVoice*/) const override { return positionRate; }
   /// It stands in for any voice.
   bool hasVoice(const std::string& sourceVoice) const override { return !sourceVoice.empty(); }
+  TurnQueue& turns() override { return queue; }
   void speak(SpokenText& text, const SpeechSettings& settings, Utterance& utterance) override;
-  void wakeWaiting() override { turns.wakeWaiting(); }
+  void skip(SpokenText& text, const SpeechSettings& settings) override;
 
  private:
-  TurnQueue turns{logName};
+  TurnQueue queue{logName};
 };
 
 }  // namespace KQ::engines

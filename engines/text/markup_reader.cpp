@@ -1,7 +1,6 @@
 #include "text/markup_reader.hpp"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <limits>
 #include <string>
@@ -16,26 +15,38 @@ namespace {
 using Kind = MarkupItem::Kind;
 using Int = std::numeric_limits<int>;
 
-/// What is longer is taken for text.
+/// The longest tag, in bytes; a longer one is text.
 constexpr std::size_t longestTag = 256;
-constexpr int longestPause = 600000;
 
-/// A pause mark of a number of milliseconds has this number minus it.
+/// A pause mark of N milliseconds has this number minus N.
 constexpr int pauseMarkBase = 65536;
 constexpr int longestMarkedPause = 32767;
+constexpr std::string_view pauseMarkName = "mrkpause";
 
-struct NumberTag {
+/// What follows the name of a tag.
+enum class Form { none, number, words };
+
+struct TagRow {
   std::string_view name;
   Kind kind;
+  Form form;
   int lowest;
   int highest;
 };
 
-constexpr std::array<NumberTag, 5> numberTags{{{"pau", Kind::pause, 0, longestPause},
-                                               {"vol", Kind::volume, 0, 100},
-                                               {"rspd", Kind::speed, 50, 400},
-                                               {"vct", Kind::pitch, 50, 200},
-                                               {"mrk", Kind::mark, Int::min(), Int::max()}}};
+constexpr TagRow tagRows[] = {
+#define KQTTS_INLINE_TAG(kind, name, form, lowest, highest) \
+  {name, Kind::kind, Form::form, lowest, highest},
+#include "text/inline_tags.inc"
+#undef KQTTS_INLINE_TAG
+};
+
+/// The row of a tag, or null for an unknown one.
+const TagRow* rowOf(std::string_view name) {
+  const auto* const row = std::find_if(std::begin(tagRows), std::end(tagRows),
+                                       [&](const TagRow& known) { return known.name == name; });
+  return row == std::end(tagRows) ? nullptr : row;
+}
 
 // Those of <cctype> go by the locale.
 bool isLetterOrDigit(char c) {
@@ -86,8 +97,14 @@ struct Tag {
     }
   }
 
-  /// Whether a backslash with text behind it looks like the tag's end but belongs to the next tag.
-  bool runsIntoText() const { return name != "style" && spaceIn(value) < value.size(); }
+  Form form() const {
+    const TagRow* const row = rowOf(name);
+    return row == nullptr ? Form::number : row->form;
+  }
+
+  /// Whether the backslash after the value begins the next tag instead of closing this one: there is
+  /// white space before it, which only words may hold.
+  bool runsIntoText() const { return spaceIn(value) < value.size() && form() != Form::words; }
 };
 
 std::optional<int> toNumber(std::string_view value) {
@@ -106,20 +123,16 @@ std::optional<int> toNumber(std::string_view value) {
 }
 
 MarkupItem toItem(const Tag& tag) {
-  if (tag.name == "rst") {
-    return {Kind::reset, 0, 0, 0};
+  const TagRow* const row = rowOf(tag.name);
+  if (row != nullptr && row->form != Form::number) {
+    return {row->kind, 0, 0, 0};
   }
   const std::optional<int> number = tag.hasValue ? toNumber(tag.value) : std::nullopt;
-  if (!number) {
-    return {Kind::ignored, 0, 0, 0};
-  }
-  if (tag.name == "mrkpause") {
+  if (number && tag.name == pauseMarkName) {
     return {Kind::mark, pauseMarkBase - std::clamp(*number, 1, longestMarkedPause), 0, 0};
   }
-  for (const NumberTag& known : numberTags) {
-    if (tag.name == known.name) {
-      return {known.kind, std::clamp(*number, known.lowest, known.highest), 0, 0};
-    }
+  if (number && row != nullptr) {
+    return {row->kind, std::clamp(*number, row->lowest, row->highest), 0, 0};
   }
   return {Kind::ignored, 0, 0, 0};
 }
@@ -139,7 +152,7 @@ MarkupItem readTag(std::string_view rest) {
   }
   const std::size_t open = spaceIn(inner);
   const Tag tag(inner.substr(0, open));
-  const bool isTag = tag.hasValue ? !tag.name.empty() : tag.name == "rst" || tag.name == "last";
+  const bool isTag = !tag.name.empty() && (tag.hasValue || tag.form() == Form::none);
   return {Kind::ignored, 0, 0, isTag && open < longestTag ? open + 1 : 0};
 }
 

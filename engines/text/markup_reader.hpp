@@ -6,21 +6,18 @@
 
 namespace KQ::engines {
 
-/// A piece of a text with inline tags.
+/// A piece of a text with inline tags: a stretch of text or one tag.
 struct MarkupItem {
   enum class Kind {
-    text,    ///< to be spoken
-    pause,   ///< value: milliseconds
-    mark,    ///< value: the mark's number
-    volume,  ///< value: 0 to 100, percent of the voice's level
-    speed,   ///< value: 50 to 400, percent of the voice's speed
-    pitch,   ///< value: 50 to 200, percent of the voice's pitch
-    reset,   ///< back to the settings of the voice
-    ignored  ///< a tag that changes nothing
+    text,  ///< to be spoken
+#define KQTTS_INLINE_TAG(kind, name, form, lowest, highest) kind,
+#include "text/inline_tags.inc"
+#undef KQTTS_INLINE_TAG
+    ignored  ///< a tag that changes nothing: it is unknown, not closed, or lacks its number
   };
 
   Kind kind = Kind::text;
-  int value = 0;
+  int value = 0;           ///< of a tag with a number
   std::size_t offset = 0;  ///< of its first byte in the text
   std::size_t length = 0;  ///< in bytes
 };
@@ -28,12 +25,11 @@ struct MarkupItem {
 /// Splits a text into what is spoken and inline tags, one after another, in linear time.
 ///
 /// A tag is a backslash, a name, mostly "=" and a value, and a backslash: `\Pau=500\`. Names are
-/// read without regard to case, and numbers out of range count as the nearest one in range. A pause
-/// mark (`\mrkpause=MS\`, or `\mrk=N\` with a number that replaceMrkPause() makes of up to 32767
-/// ms) is a mark and then a pause. Style tags and `\last\`, unknown tags and tags without a number
-/// are ignored, and so is a tag that is not closed, up to the next white space. A backslash that
-/// begins no tag belongs to the text. Every tag separates words. A long text comes in pieces, which
-/// end behind white space if they can.
+/// read without regard to case; text/inline_tags.inc lists them with the range of their numbers. A
+/// pause mark (`\mrkpause=MS\`, or `\mrk=N\` with a number that replaceMrkPause() makes of up to
+/// 32767 ms) becomes a mark and then a pause. A tag that is not closed ends at the next white space
+/// and is ignored. A backslash that begins no tag belongs to the text. Every tag separates words. A
+/// long text comes in pieces, which end after white space if possible.
 class MarkupReader {
  public:
   /// \param text  stays alive and as it is

@@ -62,12 +62,16 @@ class ToneSynthesizer : public KQ::engines::Synthesizer {
  public:
   int samplingRate(const std::string& /*sourceVoice*/) const override { return rate; }
   bool hasVoice(const std::string& sourceVoice) const override { return sourceVoice == "tone"; }
+  KQ::engines::TurnQueue& turns() override { return queue; }
   void speak(KQ::engines::SpokenText& /*text*/, const SpeechSettings& /*settings*/,
              Utterance& utterance) override {
     suffer("speaking");
     const std::vector<std::int16_t> samples(hasFault("silence") ? 0 : 2205, 1000);
-    utterance.run([&] { utterance.tellAudio(samples.data(), samples.size(), rate); });
+    utterance.emitAudio(samples.data(), samples.size(), rate);
   }
+
+ private:
+  KQ::engines::TurnQueue queue{"Tone"};
 };
 
 class Patient : public KQ::engines::SpeechEngine {

@@ -37,7 +37,7 @@ class Speaking : public ::testing::Test {
     }
   }
 
-  std::size_t samplesTold() const { return speaking.host.samples().size(); }
+  std::size_t samplesEmitted() const { return speaking.host.samples().size(); }
 
   // What an event uses outlives the speech.
   test::Latch inEvent;

@@ -30,7 +30,7 @@ class ChangedUtterance : public ::testing::Test {
   void tellBuffers(int count) {
     const Samples buffer = test::tone(300, bufferSize, samplingRate);
     for (int i = 0; i < count; ++i) {
-      utterance.tellAudio(buffer.data(), buffer.size(), samplingRate);
+      utterance.emitAudio(buffer.data(), buffer.size(), samplingRate);
     }
   }
 
@@ -54,7 +54,7 @@ class ChangedUtterance : public ::testing::Test {
 TEST_F(ChangedUtterance, WithoutEffectsIsPassedOnAsItIs) {
   const Samples buffer = test::tone(300, bufferSize, samplingRate);
   utterance.setEffects({});
-  utterance.run([&] { utterance.tellAudio(buffer.data(), buffer.size(), samplingRate); });
+  utterance.run([&] { utterance.emitAudio(buffer.data(), buffer.size(), samplingRate); });
   EXPECT_EQ(host.samples(), buffer);
 }
 
@@ -69,7 +69,7 @@ TEST_F(ChangedUtterance, CountsTheSynthesisersSamples) {
   utterance.setEffects(lateEffects);
   utterance.run([&] {
     tellBuffers(3);
-    EXPECT_EQ(utterance.samplesTold(), 3 * bufferSize);
+    EXPECT_EQ(utterance.samplesEmitted(), 3 * bufferSize);
   });
 }
 
@@ -77,7 +77,7 @@ TEST_F(ChangedUtterance, TellsAMarkBetweenItsSamples) {
   utterance.setEffects(lateEffects);
   utterance.run([&] {
     tellBuffers(20);
-    utterance.tellMark(7, utterance.samplesTold());
+    utterance.emitMark(7, utterance.samplesEmitted());
     tellBuffers(20);
   });
   ASSERT_EQ(host.events(EventKind::mark).size(), 1U);
@@ -90,7 +90,7 @@ TEST_F(ChangedUtterance, TellsAWordBeforeItsSamples) {
   utterance.setEffects(lateEffects);
   utterance.run([&] {
     tellBuffers(20);
-    utterance.tellWord({4, 5, utterance.samplesTold() + 100});
+    utterance.emitWord({4, 5, utterance.samplesEmitted() + 100});
     tellBuffers(20);
   });
   ASSERT_EQ(host.events(EventKind::word).size(), 1U);
@@ -102,10 +102,10 @@ TEST_F(ChangedUtterance, TellsEventsInTheOrderOfTheirPositions) {
   utterance.setEffects(lateEffects);
   utterance.run([&] {
     tellBuffers(20);
-    const std::uint64_t told = utterance.samplesTold();
-    utterance.tellWord({0, 1, told + 300});
-    utterance.tellMark(1, told + 100);
-    utterance.tellMark(2, told + 100);
+    const std::uint64_t told = utterance.samplesEmitted();
+    utterance.emitWord({0, 1, told + 300});
+    utterance.emitMark(1, told + 100);
+    utterance.emitMark(2, told + 100);
     tellBuffers(20);
   });
   EXPECT_EQ(host.events(EventKind::mark)[0].number, 1);
@@ -117,9 +117,9 @@ TEST_F(ChangedUtterance, TellsEventsInTheOrderOfTheirPositions) {
 TEST_F(ChangedUtterance, WithoutAudioTellsEventsAtOnce) {
   utterance.setEffects(lateEffects);
   utterance.run([&] {
-    utterance.tellWord({0, 1, 300});
+    utterance.emitWord({0, 1, 300});
     EXPECT_EQ(host.events(EventKind::word).size(), 1U);
-    utterance.tellMark(1, 5000);
+    utterance.emitMark(1, 5000);
     EXPECT_EQ(host.events(EventKind::mark).size(), 1U);
   });
 }
@@ -128,7 +128,7 @@ TEST_F(ChangedUtterance, TellsEventsBehindTheLastSample) {
   utterance.setEffects({1, {}, true});
   utterance.run([&] {
     tellBuffers(2);
-    utterance.tellMark(1, 100000);
+    utterance.emitMark(1, 100000);
   });
   EXPECT_EQ(host.events(EventKind::mark).size(), 1U);
 }
@@ -137,7 +137,7 @@ TEST_F(ChangedUtterance, TellsAMarkAtTheVeryEnd) {
   utterance.setEffects(lateEffects);
   utterance.run([&] {
     tellBuffers(20);
-    utterance.tellMark(7, utterance.samplesTold());
+    utterance.emitMark(7, utterance.samplesEmitted());
   });
   EXPECT_EQ(samplesBefore(EventKind::mark), 20 * bufferSize);
 }
@@ -147,7 +147,7 @@ TEST_F(ChangedUtterance, StoppedOneTellsNothingOfWhatWasHeldBack) {
   utterance.run([&] {
     tellBuffers(20);
     control.stop();
-    utterance.tellMark(7, 0);
+    utterance.emitMark(7, 0);
   });
   const std::size_t heard = host.samples().size();
   EXPECT_LT(heard, 20 * bufferSize);
@@ -166,7 +166,7 @@ TEST_F(ChangedUtterance, StopDuringTheRestEndsIt) {
   };
   utterance.run([&] {
     tellBuffers(20);
-    utterance.tellMark(7, utterance.samplesTold());
+    utterance.emitMark(7, utterance.samplesEmitted());
     allIsSpoken = true;
   });
   EXPECT_TRUE(host.events(EventKind::mark).empty());
