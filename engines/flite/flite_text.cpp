@@ -1,10 +1,10 @@
 #include "flite/flite_text.hpp"
 
 #include <algorithm>
-#include <set>
 #include <utility>
 
 #include "flite/ascii_text.hpp"
+#include "text/sentence_ends.hpp"
 #include "text/utf8.hpp"
 
 namespace KQ::engines {
@@ -47,21 +47,8 @@ bool hasAny(const std::string& text, const char* characters) {
   return text.find_first_of(characters) != std::string::npos;
 }
 
-/// Whether a full stop behind a word may be one within the sentence: "Dr. No", "J. Bach".
-bool isAbbreviation(const std::string& word) {
-  static const std::set<std::string> titles{"Capt", "Col", "Dr",  "Gen", "Gov", "Hon",  "Jr",
-                                            "Lt",   "Mr",  "Mrs", "Ms",  "No",  "Prof", "Rev",
-                                            "Sen",  "Sgt", "Sr",  "St",  "vs"};
-  return (word.size() == 1 && isUpper(word.front())) || word.find('.') != std::string::npos ||
-         titles.count(word) != 0;
-}
-
 bool endsSentence(const FliteToken& last, const FliteToken& next) {
-  if (next.lineFeeds > 1 || hasAny(last.after, ":?!")) {
-    return true;
-  }
-  return hasAny(last.after, ".") && !next.name.empty() && isUpper(next.name.front()) &&
-         (next.blanks > 1 || !isAbbreviation(last.name));
+  return endsSentence(WordGap{last.name, last.after, next.blanks, next.lineFeeds, next.name});
 }
 
 }  // namespace

@@ -1,95 +1,11 @@
 #include "text/text_chunks.hpp"
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
-#include "text/utf8.hpp"
+#include "text/sentence_ends.hpp"
 
 namespace KQ::engines {
-
-namespace {
-
-/// What a text may be cut behind, the higher its quality the rather.
-struct Ending {
-  std::string_view text;
-  int quality;
-};
-
-constexpr int withinWord = 1;
-constexpr int betweenWords = 2;
-
-/// The best first, so that the first one that a text ends with counts.
-constexpr std::array<Ending, 19> endings{{{"\n\n", 6},
-                                          {"\n\r\n", 6},
-                                          {"\n", 5},
-                                          {"! ", 5},
-                                          {"? ", 5},
-                                          {"。", 5},
-                                          {"！", 5},
-                                          {"？", 5},
-                                          {"؟ ", 5},
-                                          {". ", 4},
-                                          {"; ", 4},
-                                          {": ", 4},
-                                          {"।", 4},
-                                          {", ", 3},
-                                          {"、", 3},
-                                          {"，", 3},
-                                          {"،", 3},
-                                          {" ", betweenWords},
-                                          {"\t", betweenWords}}};
-
-/// From the end on: most texts differ there.
-bool endsWith(std::string_view text, std::string_view ending) {
-  return text.size() >= ending.size() && std::equal(ending.rbegin(), ending.rend(), text.rbegin());
-}
-
-bool isLower(char c) {
-  return c >= 'a' && c <= 'z';
-}
-
-/// How well a text may be cut at a place within it, 0 for not at all.
-/// \param enough  more is not looked for
-int cutQuality(std::string_view text, std::size_t cut, int enough) {
-  if (isUtf8Continuation(text[cut])) {
-    return 0;
-  }
-  // Most characters of a long text end here: none of the endings ends so.
-  const char last = text[cut - 1];
-  if (last > ' ' && last <= '~') {
-    return withinWord;
-  }
-  const std::string_view before = text.substr(0, cut);
-  if (last == ' ' && cut > 1 && isLower(text[cut - 2])) {
-    return betweenWords;  // as at most blanks
-  }
-  for (const Ending& ending : endings) {
-    if (ending.quality <= enough || endsWith(before, ending.text)) {
-      return ending.quality;
-    }
-  }
-  return withinWord;
-}
-
-/// Whether a synthesiser speaks a text there as if it ended: behind a paragraph, and behind a sentence
-/// that no abbreviation ends.
-bool isSureEnd(std::string_view before, std::string_view after) {
-  constexpr std::size_t longerThanTitles = 4;  // "Prof. Smith"
-  if (endsWith(before, "\n\n") || endsWith(before, "! ") || endsWith(before, "? ")) {
-    return true;
-  }
-  if (!endsWith(before, ". ") || before.size() < longerThanTitles + 2) {
-    return false;
-  }
-  const std::string_view word =
-      before.substr(before.size() - 2 - longerThanTitles, longerThanTitles);
-  const char next = after.front();
-  return std::all_of(word.begin(), word.end(), isLower) &&
-         ((next >= 'A' && next <= 'Z') || next == '\\');
-}
-
-}  // namespace
 
 void TextChunks::restart(SpokenText& wholeText) {
   text = &wholeText;
@@ -144,18 +60,18 @@ std::string_view TextChunks::rest() const {
 std::size_t TextChunks::bestCut() const {
   const std::string_view all = rest();
   std::size_t best = room;
-  int bestQuality = 0;
+  CutQuality bestQuality = CutQuality::none;
   std::size_t end = size;
   for (auto item = pending.rbegin(); item != pending.rend() && end > room / 2; ++item) {
     const std::size_t begin = end - item->length;
     if (item->kind != MarkupItem::Kind::text) {
-      if (end <= room && bestQuality < betweenWords) {
+      if (end <= room && bestQuality < CutQuality::betweenWords) {
         best = end;
-        bestQuality = betweenWords;
+        bestQuality = CutQuality::betweenWords;
       }
     } else {
       for (std::size_t cut = std::min(end, room); cut > std::max(begin, room / 2); --cut) {
-        const int quality = cutQuality(all, cut, bestQuality);
+        const CutQuality quality = cutQuality(all, cut, bestQuality);
         if (quality > bestQuality) {
           best = cut;
           bestQuality = quality;
