@@ -13,7 +13,7 @@
 
 namespace {
 
-using test::SpeakingEngine;
+using test::FreshEngine;
 using ::testing::ElementsAre;
 
 /// The user's dictionaries are in a folder of the test's own.
@@ -22,7 +22,7 @@ class UsersDictionary : public ::testing::Test {
   UsersDictionary() { ::setenv("XDG_DATA_HOME", data.path().c_str(), 1); }
   ~UsersDictionary() override { ::unsetenv("XDG_DATA_HOME"); }
 
-  static bool add(SpeakingEngine& speaking, const std::string& word,
+  static bool add(FreshEngine& speaking, const std::string& word,
                   const std::string& replacement) {
     return speaking->addToDictionary(word, replacement, "", "", "");
   }
@@ -35,7 +35,7 @@ class UsersDictionary : public ::testing::Test {
   }
 
   /// Whether "robot" is spoken as something else.
-  static bool replacesRobot(SpeakingEngine& speaking) {
+  static bool replacesRobot(FreshEngine& speaking) {
     const std::size_t before = speaking.host.samples().size();
     speaking->startSynthetizer("robot");
     return speaking.host.samples().size() - before > 2 * test::spoken("robot").size();
@@ -56,7 +56,7 @@ TEST_F(UsersDictionary, WithoutItsWordsChangesNothing) {
 
 TEST_F(UsersDictionary, TellsTheWordsOfTheHostsText) {
   const std::string text = "One robot, \\Pau=10\\ two robots and a Robot";
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   add(speaking, "robot", longReplacement);
   speaking->startSynthetizer(text);
   EXPECT_THAT(speaking.host.words(text),
@@ -67,7 +67,7 @@ TEST_F(UsersDictionary, LeavesWordsOfALongTextWhole) {
   // Half a kilobyte ends between "plan" and "/t".
   const std::string text = "Hello " + test::repeat("plan/t, ", 600);
   EXPECT_EQ(spokenWithEntry(text), test::spoken(text));
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   speaking->startSynthetizer(text);
   const std::vector<std::string> expected = speaking.host.words(text);
   add(speaking, "robot", "machine");
@@ -78,7 +78,7 @@ TEST_F(UsersDictionary, LeavesWordsOfALongTextWhole) {
 }
 
 TEST_F(UsersDictionary, KeepsMarksWhereTheyStand) {
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   add(speaking, "robot", longReplacement);
   speaking->startSynthetizer("\\mrk=1\\ robot \\mrk=2\\ robot");
   const auto marks = speaking.host.events(test::SpeechEvent::Kind::mark);
@@ -91,24 +91,24 @@ TEST_F(UsersDictionary, KeepsMarksWhereTheyStand) {
 
 TEST_F(UsersDictionary, SurvivesARestart) {
   {
-    SpeakingEngine speaking;
+    FreshEngine speaking;
     add(speaking, "robot", longReplacement);
   }
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   EXPECT_FALSE(replacesRobot(speaking));
   speaking->loadDictionary();
   EXPECT_TRUE(replacesRobot(speaking));
 }
 
 TEST_F(UsersDictionary, CanBeUnloaded) {
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   add(speaking, "robot", longReplacement);
   speaking->unloadDictionary();
   EXPECT_FALSE(replacesRobot(speaking));
 }
 
 TEST_F(UsersDictionary, IsUnloadedWithTheEngine) {
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   add(speaking, "robot", longReplacement);
   speaking->terminate();
   speaking->initialize(test::engineUnderTest().packages);
@@ -116,7 +116,7 @@ TEST_F(UsersDictionary, IsUnloadedWithTheEngine) {
 }
 
 TEST_F(UsersDictionary, LosesWhatIsDeleted) {
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   add(speaking, "robot", longReplacement);
   EXPECT_TRUE(speaking->deleteFromDictionary("robot", ""));
   EXPECT_FALSE(replacesRobot(speaking));
@@ -124,20 +124,20 @@ TEST_F(UsersDictionary, LosesWhatIsDeleted) {
 }
 
 TEST_F(UsersDictionary, KnowsExactSpellings) {
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   EXPECT_TRUE(speaking->addToDictionary("Robot", longReplacement, "English", "exact", ""));
   EXPECT_FALSE(replacesRobot(speaking));
 }
 
 TEST_F(UsersDictionary, TellsWhetherAnEntryIsNew) {
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   EXPECT_TRUE(add(speaking, "robot", "machine"));
   EXPECT_FALSE(add(speaking, "robot", "machine"));
   EXPECT_TRUE(add(speaking, "robot", "servant"));
 }
 
 TEST_F(UsersDictionary, ShowsItsEntriesInTheLog) {
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   add(speaking, "robot", "machine");
   speaking->addToDictionary("KQ", "kay queue", "", "exact", "");
   const test::LogRecorder log;
@@ -149,7 +149,7 @@ TEST_F(UsersDictionary, ShowsItsEntriesInTheLog) {
 }
 
 TEST_F(UsersDictionary, RefusesHostileEntriesByItsOwnName) {
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   EXPECT_THAT([&] { add(speaking, "robot", "\\Pau=600000\\"); },
               test::throwsKQError(test::engineUnderTest().name, "addToDictionary",
                                   "the replacement holds markup: a backslash or an angle bracket"));
@@ -157,7 +157,7 @@ TEST_F(UsersDictionary, RefusesHostileEntriesByItsOwnName) {
 }
 
 TEST_F(UsersDictionary, RefusesLanguagesThatAreNotOffered) {
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   const char* const complaint = "the engine does not offer the language \"../..\"";
   EXPECT_THAT([&] { speaking->addToDictionary("robot", "machine", "../..", "", ""); },
               test::throwsKQError(test::engineUnderTest().name, "addToDictionary", complaint));
@@ -166,7 +166,7 @@ TEST_F(UsersDictionary, RefusesLanguagesThatAreNotOffered) {
 }
 
 TEST_F(UsersDictionary, RefusesArgumentsWithoutMeaning) {
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   EXPECT_THAT([&] { speaking->addToDictionary("robot", "machine", "", "upper", ""); },
               test::throwsKQError(test::engineUnderTest().name, "addToDictionary",
                                   "the fourth argument must be \"any\", \"exact\" or \"\""));
@@ -176,7 +176,7 @@ TEST_F(UsersDictionary, RefusesArgumentsWithoutMeaning) {
 }
 
 TEST_F(UsersDictionary, ThatCannotBeReadIsAnErrorAndTheLoadedOneStays) {
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   add(speaking, "robot", longReplacement);
   const auto file = data.write("kqtts/dictionaries/English.txt", "no entry\n");
   const std::string complaint =
@@ -189,7 +189,7 @@ TEST_F(UsersDictionary, ThatCannotBeReadIsAnErrorAndTheLoadedOneStays) {
 }
 
 TEST_F(UsersDictionary, AndEffectsMayBeUsedWhileOthersSpeak) {
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   const auto effect = data.write(
       "robot.xml",
       "<a><b name=\"doubleVoice\" value=\"1.5\"/><b name=\"doubleVoiceLevel\" value=\"1\"/></a>");

@@ -14,7 +14,7 @@ using test::doubleVoice;
 using test::Samples;
 using test::setting;
 using test::settingsFile;
-using test::SpeakingEngine;
+using test::FreshEngine;
 using test::spoken;
 
 constexpr const char* pangram = "The quick brown fox jumps over the lazy dog";
@@ -48,7 +48,7 @@ TEST_F(Effects, DoubleVoiceHasLevelDelayAndPitch) {
 }
 
 TEST_F(Effects, EffectsMultiplyWithTheVoiceAndTheParameters) {
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   speaking->setParameter("voiceLevel", 0.5F);
   speaking->loadEffect(folder.write("half.xml", settingsFile(setting("voiceLevel", "0.5"))));
   speaking->applyEffect("half", true);
@@ -89,7 +89,7 @@ TEST_F(Effects, FilterTakesAwayTheLowestPartAndLeavesTheRest) {
 
 TEST_F(Effects, MarksStayAtTheirPlaces) {
   const auto position = [&](bool isChanged) {
-    SpeakingEngine speaking;
+    FreshEngine speaking;
     speaking->loadEffect(effectFile(doubleVoice("1.5", "1", "0.1")));
     speaking->applyEffect("effect", isChanged);
     speaking->startSynthetizer("One \\mrk=1\\ two \\Pau=500\\ three");
@@ -99,7 +99,7 @@ TEST_F(Effects, MarksStayAtTheirPlaces) {
 }
 
 TEST_F(Effects, WordsAreToldBeforeTheirAudio) {
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   speaking->loadEffect(effectFile(setting("pitchShift", "2")));
   speaking->applyEffect("effect", true);
   speaking->startSynthetizer(pangram);

@@ -5,6 +5,7 @@
 
 namespace {
 
+using test::FreshEngine;
 using test::SpeakingEngine;
 using test::SpeechEvent;
 using Kind = test::SpeechEvent::Kind;
@@ -114,7 +115,7 @@ TEST(Events, ComeBeforeTheAudioThatHoldsThem) {
 }
 
 TEST(Events, KeepTheirPlaceOverAPause) {
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   bool paused = false;
   speaking.host.atAudio = [&] {
     if (!paused) {
@@ -125,7 +126,7 @@ TEST(Events, KeepTheirPlaceOverAPause) {
     return true;
   };
   speaking->startSynthetizer("One. Two.");
-  SpeakingEngine straight;
+  FreshEngine straight;
   straight->startSynthetizer("One. Two.");
   const auto second = [](const SpeakingEngine& engine) {
     return static_cast<double>(engine.host.events(Kind::word).at(1).word.samplePosition);

@@ -63,23 +63,10 @@ inline boost::shared_ptr<KQ::TTSLanguageInfo> languageTable() {
   return table;
 }
 
-/// Lets go of the synthesiser's library where the plug-in keeps it in the process, unless an engine uses
-/// it: eSpeak NG sounds a little different after other utterances, so that tests which compare samples
-/// need it as it is in a new process.
-inline void forgetSynthesiser() {
-  const std::string library = engineUnderTest().library + ".so.1";
-  bool isKept = true;
-  while (isKept) {
-    void* const handle = ::dlopen(library.c_str(), RTLD_LAZY | RTLD_NOLOAD);
-    isKept = handle != nullptr && ::dlclose(handle) == 0 && ::dlclose(handle) == 0;
-  }
-}
-
 /// The engine, loaded as a plug-in; not yet initialised.
 class LoadedEngine {
  public:
   explicit LoadedEngine(TextToSpeechEngineCallbackInterface* host) {
-    forgetSynthesiser();
     zu::path::addLibDir(BUILT_LIBRARIES);
     engine = plugins.load(engineUnderTest().plugin, host, languageTable());
     if (engine == nullptr) {
@@ -118,10 +105,28 @@ struct SpeakingEngine {
   KQ::TextToSpeechEngine* operator->() const { return &*engine; }
 };
 
-/// What an engine says to a text, in English if not set up otherwise.
+/// Unmaps the synthesiser's library, which a plug-in may keep in the process, unless an engine uses it.
+struct ForgottenSynthesiser {
+  ForgottenSynthesiser() {
+    const std::string library = engineUnderTest().library + ".so.1";
+    bool isKept = true;
+    while (isKept) {
+      void* const handle = ::dlopen(library.c_str(), RTLD_LAZY | RTLD_NOLOAD);
+      isKept = handle != nullptr && ::dlclose(handle) == 0 && ::dlclose(handle) == 0;
+    }
+  }
+};
+
+/// An engine that sounds as it does in a new process, for tests that compare samples: eSpeak NG sounds
+/// a little different after other utterances.
+struct FreshEngine : private ForgottenSynthesiser, public SpeakingEngine {
+  using SpeakingEngine::SpeakingEngine;
+};
+
+/// The samples of a text, spoken as in a new process, in English if not set up otherwise.
 inline Samples spoken(const std::string& text,
                       const std::function<void(KQ::TextToSpeechEngine&)>& setUp = nullptr) {
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   if (setUp) {
     setUp(*speaking.engine);
   }

@@ -15,7 +15,7 @@ using test::doubleVoice;
 using test::Samples;
 using test::setting;
 using test::settingsFile;
-using test::SpeakingEngine;
+using test::FreshEngine;
 using test::spoken;
 
 constexpr const char* pangram = "The quick brown fox jumps over the lazy dog";
@@ -39,7 +39,7 @@ class EffectsOfEspeak : public ::testing::Test {
                               setting("language", "English")));
     folder.write("voices/derived/voice.xml", settingsFile(setting("sourceVoice", "en-us")));
     folder.write("voices/derived/voiceSettings.xml", settingsFile(settings));
-    SpeakingEngine speaking({{"", "", folder.path().string()}});
+    FreshEngine speaking({{"", "", folder.path().string()}});
     speaking->startSynthetizer(pangram);
     return speaking.host.samples();
   }

@@ -16,7 +16,7 @@
 namespace {
 
 using test::Samples;
-using test::SpeakingEngine;
+using test::FreshEngine;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::Pair;
@@ -74,7 +74,7 @@ class EveryLanguage : public ::testing::TestWithParam<LanguageRow> {
 };
 
 TEST_P(EveryLanguage, SoundsAsFromTheSynthesisersOwnProgram) {
-  SpeakingEngine speaking(test::espeakPackages());
+  FreshEngine speaking(test::espeakPackages());
   speaking->setCurrentLanguage(GetParam().name);
   speaking->startSynthetizer(GetParam().sentence);
 
@@ -103,7 +103,7 @@ TEST_P(EveryLanguage, SaysMoneyAndDegrees) {
 }
 
 TEST_P(EveryLanguage, HasAFemaleVoiceThatSoundsHigher) {
-  SpeakingEngine speaking(test::espeakPackages());
+  FreshEngine speaking(test::espeakPackages());
   speaking->setCurrentLanguage(GetParam().name);
   speaking->startSynthetizer(GetParam().sentence);
   const auto voices = speaking->getAvailableVoices();
@@ -111,7 +111,7 @@ TEST_P(EveryLanguage, HasAFemaleVoiceThatSoundsHigher) {
     return voice.first.find("-female") != std::string::npos;
   });
   ASSERT_NE(female, voices.end());
-  SpeakingEngine second(test::espeakPackages());
+  FreshEngine second(test::espeakPackages());
   second->setCurrentVoice(female->first);
   second->startSynthetizer(GetParam().sentence);
 
@@ -123,24 +123,24 @@ TEST_P(EveryLanguage, HasAFemaleVoiceThatSoundsHigher) {
 INSTANTIATE_TEST_SUITE_P(Table, EveryLanguage, ::testing::ValuesIn(languageRows), test::RowName());
 
 TEST(Languages, AreThoseOfTheLanguageTable) {
-  SpeakingEngine speaking(test::espeakPackages());
+  FreshEngine speaking(test::espeakPackages());
   std::vector<std::string> languages = speaking->getAvailableLanguages();
   std::sort(languages.begin(), languages.end());
   EXPECT_EQ(languages, KQ::TTSLanguageInfo().getLanguages());
 }
 
 TEST(Languages, StandInTheOrderOfThePackages) {
-  SpeakingEngine speaking({test::builtPackage("turkish"), test::builtPackage("czech")});
+  FreshEngine speaking({test::builtPackage("turkish"), test::builtPackage("czech")});
   EXPECT_THAT(speaking->getAvailableLanguages(), ElementsAre("Turkish", "Czech"));
 }
 
 TEST(Languages, TheFirstOneIsEnglishIfThatIsInstalled) {
-  SpeakingEngine speaking({test::builtPackage("czech"), test::englishPackage()});
+  FreshEngine speaking({test::builtPackage("czech"), test::englishPackage()});
   EXPECT_EQ(speaking->getCurrentLanguage(), "English");
 }
 
 TEST(Languages, WithoutEnglishTheFirstPackagesLanguageIsChosen) {
-  SpeakingEngine speaking({test::builtPackage("turkish"), test::builtPackage("czech")});
+  FreshEngine speaking({test::builtPackage("turkish"), test::builtPackage("czech")});
   EXPECT_EQ(speaking->getCurrentLanguage(), "Turkish");
   EXPECT_EQ(speaking->getCurrentVoice(), "turkish-male");
 }
@@ -164,7 +164,7 @@ TEST(Languages, WithoutBlanksHaveTheirEntriesFound) {
   const test::TempFolder data;
   ::setenv("XDG_DATA_HOME", data.path().c_str(), 1);
   const std::string text = "我爱重庆银行。";
-  SpeakingEngine speaking({test::builtPackage("chinese")});
+  FreshEngine speaking({test::builtPackage("chinese")});
   speaking->startSynthetizer(text);
   const std::vector<std::string> before = speaking.host.words(text);
   speaking->addToDictionary("重庆", "北京", "", "", "");
@@ -175,35 +175,35 @@ TEST(Languages, WithoutBlanksHaveTheirEntriesFound) {
 }
 
 TEST(Languages, ChoosingOneChoosesItsDefaultVoice) {
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   speaking->setCurrentLanguage("French");
   EXPECT_EQ(speaking->getCurrentLanguage(), "French");
   EXPECT_EQ(speaking->getCurrentVoice(), "french-male");
 }
 
 TEST(Languages, ChoosingTheCurrentOneKeepsTheVoice) {
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   speaking->setCurrentVoice("english-female");
   speaking->setCurrentLanguage("English");
   EXPECT_EQ(speaking->getCurrentVoice(), "english-female");
 }
 
 TEST(Languages, OneWithoutPackageIsRefusedUnderTheEnginesName) {
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   EXPECT_THAT([&] { speaking->setCurrentLanguage("German"); },
               test::throwsKQError("eSpeak NG", "setCurrentLanguage",
                                   "This engine does not support the following language: German"));
 }
 
 TEST(Voices, ChoosingOneOfAnotherLanguageChoosesTheLanguage) {
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   speaking->setCurrentVoice("french-female");
   EXPECT_EQ(speaking->getCurrentLanguage(), "French");
   EXPECT_EQ(speaking->getCurrentVoice(), "french-female");
 }
 
 TEST(Voices, ThoseOfTheCurrentLanguageAreAvailable) {
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   speaking->setCurrentLanguage("French");
   EXPECT_THAT(speaking->getAvailableVoices(),
               ElementsAre(Pair("french-female", "French"), Pair("french-male", "French"),
@@ -211,38 +211,38 @@ TEST(Voices, ThoseOfTheCurrentLanguageAreAvailable) {
 }
 
 TEST(Voices, ThoseOfAllLanguagesAreAvailableToo) {
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   EXPECT_EQ(speaking->getAllAvailableVoices().size(), 5U);
   EXPECT_THAT(speaking->getAllAvailableVoices(), Contains(Pair("english-male", "English")));
   EXPECT_THAT(speaking->getAllAvailableVoices(), Contains(Pair("french-male", "French")));
 }
 
 TEST(Voices, TheDefaultOneIsToldForEachLanguage) {
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   EXPECT_EQ(speaking->getDefaultVoiceForLanguage("French"), "french-male");
   EXPECT_EQ(speaking->getDefaultVoiceForLanguage("German"), "");
 }
 
 TEST(Voices, TheDefaultOneCanBeReturnedTo) {
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   speaking->setCurrentVoice("french-female");
   speaking->setDefaultVoice();
   EXPECT_EQ(speaking->getCurrentVoice(), "french-male");
 }
 
 TEST(Voices, TheirFolderIsInThePackage) {
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   EXPECT_EQ(speaking->getVoiceInstallDir("french-female"),
             BUILT_DATA "/packages/french/voices/french-female");
   EXPECT_EQ(speaking->getVoiceInstallDir("nobody"), "");
 }
 
 TEST(Engine, IsNamedAfterTheSynthesiser) {
-  EXPECT_EQ(SpeakingEngine()->getName(), "eSpeak NG");
+  EXPECT_EQ(FreshEngine()->getName(), "eSpeak NG");
 }
 
 TEST(Engine, HasTheSynthesisersSamplingRate) {
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   speaking->startSynthetizer("Hello");
   EXPECT_EQ(speaking->getCurrentSamplingRate(), 22050);
   EXPECT_EQ(speaking.host.samplingRate(), 22050);
@@ -260,7 +260,7 @@ TEST(Engine, SpeaksBehindTheManager) {
 
 TEST(Engine, LeavesTheLocaleAsItIs) {
   const std::string before = std::setlocale(LC_ALL, nullptr);
-  SpeakingEngine speaking;
+  FreshEngine speaking;
   EXPECT_EQ(std::setlocale(LC_ALL, nullptr), before);
 }
 

@@ -1,0 +1,28 @@
+# The data packages: installed, and laid out in the build tree as they are when installed, so that
+# programs find them from their own place in both. Each is installed with the plug-in that serves it,
+# so this comes after all calls of kqtts_engine().
+
+# add_packages(<source folder> <folder>): installs the packages of a folder in share/kqtts/<folder>.
+function(add_packages source folder)
+  file(GLOB manifests CONFIGURE_DEPENDS RELATIVE ${source} ${source}/*/manifest.xml)
+  file(GLOB_RECURSE files CONFIGURE_DEPENDS ${source}/*.xml)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${files})
+  set(build_folder ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_DATADIR}/kqtts/${folder})
+  file(REMOVE_RECURSE ${build_folder})
+  foreach(manifest IN LISTS manifests)
+    get_filename_component(package ${manifest} DIRECTORY)
+    file(COPY ${source}/${package} DESTINATION ${build_folder})
+    file(STRINGS ${source}/${manifest} engine REGEX "name=\"engine\"")
+    string(REGEX REPLACE ".* value=\"([^\"]*)\".*" "\\1" engine "${engine}")
+    get_property(plug_in GLOBAL PROPERTY KQTTS_PLUG_IN_OF_${engine})
+    if(NOT plug_in)
+      message(FATAL_ERROR "${source}/${manifest}: no kqtts_engine() says MANIFEST_ENGINE \"${engine}\"")
+    endif()
+    install(DIRECTORY ${source}/${package} DESTINATION ${CMAKE_INSTALL_DATADIR}/kqtts/${folder}
+            COMPONENT engine-${plug_in})
+  endforeach()
+endfunction()
+
+add_packages(${CMAKE_CURRENT_LIST_DIR} packages)
+# Packages that would take a language from the engine that speaks it: a host or user names their folder.
+add_packages(${CMAKE_CURRENT_LIST_DIR}/../optional-packages optional-packages)
