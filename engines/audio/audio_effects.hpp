@@ -10,7 +10,7 @@
 
 namespace KQ::engines {
 
-/// What is done to an utterance's audio between the synthesiser and the host.
+/// The effects on the audio of an utterance, between the synthesiser and the host.
 struct AudioEffects {
   float pitch = 1;  ///< factor, 0.25 to 4
   std::vector<DoubleVoice> doubleVoices;
@@ -19,16 +19,16 @@ struct AudioEffects {
   bool isAny() const { return pitch != 1 || !doubleVoices.empty() || highPass; }
 };
 
-/// The effects at work on one utterance: pitch first, then each double voice, the high-pass last.
+/// Applies the effects to one utterance: first the pitch, then each double voice, then the high-pass.
 class EffectChain {
  public:
   /// \param samplingRate  in Hz, 8000 to 192000
   EffectChain(const AudioEffects& effects, int samplingRate);
 
-  /// Takes audio. \return what is ready, valid until the next call
+  /// Takes audio. \return the audio that is ready, valid until the next call
   const std::vector<std::int16_t>& process(const std::int16_t* samples, std::size_t count);
 
-  /// Nothing more comes. \return all that is left. The last call
+  /// Ends the input. The last call. \return the rest of the audio
   const std::vector<std::int16_t>& finish();
 
  private:

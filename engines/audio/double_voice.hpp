@@ -6,7 +6,7 @@
 
 namespace KQ::engines {
 
-/// Mixes in a second copy of the voice. It goes on for the copy's delay behind the end.
+/// Mixes in a second copy of the voice. The output is longer than the input by the copy's delay.
 class DoubleVoiceMixer : public AudioStage {
  public:
   /// \param samplingRate  in Hz, 8000 to 192000
@@ -20,7 +20,7 @@ class DoubleVoiceMixer : public AudioStage {
 
   PitchShifter shifter;
   const float level;
-  // Not mixed yet, from the same place on.
+  // The parts that are not mixed yet; both begin at the same place.
   AudioBlock voice;
   AudioBlock second;
 };

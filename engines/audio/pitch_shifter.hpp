@@ -11,7 +11,7 @@ class SoundTouch;
 
 namespace KQ::engines {
 
-/// Moves the pitch and keeps length and place, to within 30 ms. It holds back up to 0.2 s.
+/// Shifts the pitch. Keeps length and positions to within 30 ms, and delays audio by up to 0.2 s.
 class PitchShifter : public AudioStage {
  public:
   /// \param samplingRate  in Hz, 8000 to 192000

@@ -23,8 +23,8 @@ struct VoiceTuning {
   DoubleVoice doubleVoice;
 };
 
-/// Takes a voice's tuning from its preferences. A value out of range counts as absent.
-/// \param complain  is told of each value out of range
+/// Returns the tuning of a voice from its preferences. A value out of range counts as absent.
+/// \param complain  called for each value out of range
 VoiceTuning tuningOf(const VoiceSetting& setting,
                      const std::function<void(const std::string& complaint)>& complain);
 

@@ -41,7 +41,7 @@ class Descriptor {
   Descriptor(const Descriptor&) = delete;
   Descriptor& operator=(const Descriptor&) = delete;
 
-  /// Keeps it from all others until it is closed, threads of this process included.
+  /// Locks the file until it is closed, against other processes and other threads of this one.
   void lock() const {
     const auto end = std::chrono::steady_clock::now() + longestWait;
     while (::flock(number, LOCK_EX | LOCK_NB) != 0) {
@@ -166,7 +166,7 @@ UserDictionary DictionaryFile::update(const std::function<bool(UserDictionary&)>
   if (error) {
     throw DictionaryError(file.parent_path().string() + ": cannot be made: " + error.message());
   }
-  // The file itself is replaced, and a lock on it would stay with the former one.
+  // The file itself is replaced, so a lock on it would hold the former one.
   const Descriptor lockFile(file.parent_path() / (file.stem().string() + ".lock"),
                             O_RDWR | O_CREAT);
   lockFile.lock();

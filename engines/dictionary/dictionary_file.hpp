@@ -8,36 +8,37 @@
 
 namespace KQ::engines {
 
-/// The user's dictionary of one language on disk, which all engines of all the user's processes share.
+/// The user's dictionary of one language on disk. All engines of all processes of the user share it.
 ///
 /// A text file with one entry a line: the word, a tab, its replacement, a tab, and "any" or "exact".
 class DictionaryFile {
  public:
-  /// \param folder    is made when something is written
-  /// \param language  any name that is not empty; its file is called as it is, with %XX for each byte
-  ///                  that is no ASCII letter or digit
-  /// \throws DictionaryError for an empty name, or one that is too long for a file
+  /// \param folder    created with the first write
+  /// \param language  any name except ""; the file has this name, with %XX for each byte that is not an
+  ///                  ASCII letter or digit
+  /// \throws DictionaryError if the name is empty or too long for a file
   DictionaryFile(const boost::filesystem::path& folder, const std::string& language);
 
-  /// The folder of the user's dictionaries: "kqtts/dictionaries" in $XDG_DATA_HOME, else in
-  /// ~/.local/share.
+  /// Returns the folder of the user's dictionaries: "kqtts/dictionaries" in $XDG_DATA_HOME, or in
+  /// ~/.local/share if that is not set.
   /// \throws DictionaryError when neither is known
   static boost::filesystem::path userFolder();
 
   const boost::filesystem::path& path() const { return file; }
 
-  /// Reads it; empty if there is none.
-  /// \throws DictionaryError when it cannot be read, or a line of it is no entry
+  /// Reads the file. Returns an empty dictionary if there is no file.
+  /// \throws DictionaryError if the file cannot be read or a line of it is not an entry
   UserDictionary read() const;
 
-  /// Reads, changes and replaces it as a whole, while no other process does: a reader finds either the
-  /// former or the new one, whatever happens.
-  /// \param change  returns whether anything has changed
-  /// \throws DictionaryError when it cannot be read or written, or another process keeps it for more
-  ///         than three seconds; what `change` throws. The file is as it was then
+  /// Reads, changes and replaces the file while it is locked for other processes. A reader always finds
+  /// either the former or the new file.
+  /// \param change  returns whether it changed anything
+  /// \return the dictionary after the change
+  /// \throws DictionaryError if the file cannot be read or written, or another process keeps the lock
+  ///         for more than three seconds; and what `change` throws. The file is then unchanged
   UserDictionary update(const std::function<bool(UserDictionary&)>& change) const;
 
-  /// A longer one, in bytes, is neither read nor written.
+  /// The longest file that is read or written, in bytes.
   static constexpr std::size_t longest = std::size_t{8} << 20U;
 
  private:

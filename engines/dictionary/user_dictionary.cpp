@@ -26,8 +26,7 @@ void requireText(const std::string& what, const std::string& text, std::size_t l
   }
 }
 
-/// The number of parts that stand side by side from the begin of a text to its end; 0 if they do
-/// not.
+/// Returns how many parts the text consists of, or 0 if it has anything between them.
 std::size_t countParts(std::string_view text) {
   const WordParts parts(text);
   std::size_t count = 0;

@@ -9,35 +9,35 @@
 
 namespace KQ::engines {
 
-/// What is wrong with a dictionary, an entry or its file, in words for the user.
+/// An error in a dictionary, an entry or its file. what() is for the user.
 class DictionaryError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// A word, and the text that is spoken in its place.
+/// A word, and the text that replaces it.
 struct DictionaryEntry {
   std::string word;
   std::string replacement;
-  bool isExact = false;  ///< whether only this spelling counts, not each of upper and lower case
+  bool isExact = false;  ///< whether upper and lower case matter
 };
 
-/// What a dictionary has for a place of a text.
+/// A dictionary's entry for a place of a text.
 struct DictionaryMatch {
-  const DictionaryEntry* entry;  ///< null if no entry's word begins there
-  std::size_t length;  ///< of the word, or of what no entry's word begins in, in bytes; not 0
+  const DictionaryEntry* entry;  ///< null if no entry fits
+  std::size_t length;            ///< in bytes, not 0: of the word, or of text without an entry
 };
 
-/// The words that a user wants to be spoken otherwise. An exact entry goes before one of any case.
+/// The words that a user wants to be spoken otherwise. An exact entry wins over one of any case.
 class UserDictionary {
  public:
   static constexpr std::size_t longestWord = 128;          ///< bytes
   static constexpr std::size_t longestReplacement = 1024;  ///< bytes
   static constexpr std::size_t mostEntries = 100000;
 
-  /// Adds an entry, in the place of the word's former one if there is any.
-  /// \return false if it is there as it is
-  /// \throws DictionaryError unless the word is a whole one, or several that stand side by side, and
+  /// Adds an entry, or replaces the word's former one.
+  /// \return false if the dictionary has the same entry
+  /// \throws DictionaryError unless the word is one word, or several without anything between them,
   ///         the replacement is not blank, both are UTF-8 without control characters, backslashes
   ///         and angle brackets and not too long, and the dictionary has room
   bool add(const DictionaryEntry& entry);
@@ -46,14 +46,14 @@ class UserDictionary {
   /// \return whether there was one
   bool remove(const std::string& word);
 
-  /// All of them, by word.
+  /// Returns all entries, by word.
   std::multimap<std::string, DictionaryEntry> entries() const;
 
   bool isEmpty() const { return exact.empty() && anyCase.empty(); }
 
-  /// The entry of the longest word that begins at a place and ends where words may end. Takes the
-  /// same time whatever the size of the dictionary and of the text.
-  /// \param place  a part of a word begins there, see WordParts
+  /// Returns the entry of the longest word that begins at a place and ends where words may end. The
+  /// time does not depend on the size of the dictionary and of the text.
+  /// \param place  where a part of a word begins, see WordParts
   DictionaryMatch matchAt(std::string_view text, std::size_t place) const;
 
  private:

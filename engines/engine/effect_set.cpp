@@ -11,7 +11,7 @@ namespace fs = boost::filesystem;
 
 namespace {
 
-/// Reads an effect's file more strictly than a voice's preferences are read.
+/// Reads the file of an effect, more strictly than the preferences of a voice.
 class EffectFile {
  public:
   EffectFile(const TextToSpeechEngine& engine, const fs::path& file) : engine(engine), file(file) {}

@@ -7,13 +7,13 @@
 
 namespace KQ::engines {
 
-/// What a parameter may be.
+/// A parameter and its range.
 struct ParameterRow {
   const char* name;
-  float normal;  ///< the value at first
+  float normal;  ///< the initial value
   float lowest;
   float highest;
-  bool zeroIsNormal;  ///< 0 is taken too, and stands for `normal`
+  bool zeroIsNormal;  ///< whether 0 is allowed too and means `normal`
 
   /// Whether a value is in range. A NaN never is.
   bool accepts(float value) const;
@@ -24,7 +24,7 @@ constexpr ParameterRow speed{"speed", 100, 50, 400, false};         ///< percent
 constexpr ParameterRow pitchShift{"pitchShift", 1, 0.5F, 2, true};  ///< factor to the voice's own
 constexpr ParameterRow voiceLevel{"voiceLevel", 1, 0, 2, false};    ///< factor to the voice's own
 
-// Only preferences of voices and effects have these.
+// Only the preferences of voices and effects have the following.
 constexpr ParameterRow doubleVoice{"doubleVoice", 0, 0.5F, 4, true};  ///< factor; 0 for none
 constexpr ParameterRow doubleVoiceLevel{"doubleVoiceLevel", 0, 0, 4, false};  ///< factor
 constexpr ParameterRow doubleVoiceTimeShift{"doubleVoiceTimeShift", 0, 0, 0.5F,
@@ -37,9 +37,8 @@ class ParameterTable {
   /// \param engineName  the module of its errors
   ParameterTable(std::string engineName, std::vector<ParameterRow> rows);
 
-  /// \throws KQError (method "setParameter") for an unknown name or a value out of range, which
-  /// leaves
-  ///         all as it was
+  /// \throws KQError (method "setParameter") for an unknown name or a value out of range; nothing has
+  ///         changed then
   void set(const std::string& name, float value);
 
   /// \throws KQError (method "getParameter") for an unknown name
@@ -47,7 +46,7 @@ class ParameterTable {
 
   void reset(const ParameterRow& row);
 
-  /// The names, in the order of the rows.
+  /// Returns the names, in the order of the rows.
   std::vector<std::string> names() const;
 
  private:

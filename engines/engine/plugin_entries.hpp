@@ -4,8 +4,8 @@
 
 namespace KQ::engines {
 
-/// What a plug-in defines: the traits of its engine. The entries by which it is loaded and unloaded
-/// are in every one of them.
+/// Returns the traits of the plug-in's engine. Each plug-in defines this function; its entry points
+/// are in plugin_entries.cpp.
 EngineTraits pluginTraits();
 
 }  // namespace KQ::engines

@@ -15,7 +15,7 @@ namespace {
 
 using Lock = std::lock_guard<std::mutex>;
 
-/// Voice name to language name; of one language, or of all if that is null.
+/// Returns the language of each voice; of the voices of one language, or of all if that is null.
 std::map<std::string, std::string> voiceMap(const PackageCatalogue& catalogue,
                                             const std::string* language) {
   std::map<std::string, std::string> voices;
@@ -70,7 +70,7 @@ bool SpeechEngine::xInitialize(const std::vector<zu::PackageInfo>& packages) {
   State opened;
   const PackageRules rules{traits.packageEngine, traits.minimumVersion, traits.logCategory,
                            [&](const std::string& source) {
-                             // An engine without a package does not pay for its synthesiser.
+                             // An engine without packages does not open its synthesiser.
                              if (!opened.synthesizer) {
                                opened.synthesizer = traits.openSynthesizer();
                              }

@@ -19,28 +19,28 @@
 
 namespace KQ::engines {
 
-/// What tells one engine from another.
+/// What differs from engine to engine.
 struct EngineTraits {
-  std::string name;            ///< as getName() says
-  std::string packageEngine;   ///< what a manifest's "engine" says of its packages
+  std::string name;            ///< as getName() returns it
+  std::string packageEngine;   ///< the "engine" in the manifests of its packages
   std::string minimumVersion;  ///< of its packages
   std::string logCategory;
-  /// Opens the synthesiser; called only if there is a package for it. \throws KQError when it cannot
-  /// be used
+  /// Opens the synthesiser. Called only if there is a package for it.
+  /// \throws KQError if the synthesiser cannot be used
   std::function<std::shared_ptr<Synthesizer>()> openSynthesizer;
-  std::vector<ParameterRow> moreParameters{};  ///< besides those that every engine has
-  bool isStandIn = false;                      ///< where it has no package, nobody misses it
+  std::vector<ParameterRow> moreParameters{};  ///< besides those of all engines
+  bool isStandIn = false;                      ///< whether a missing package is no fault
 };
 
-/// An engine that offers what its packages hold and speaks with a synthesiser.
+/// The frame of an engine, which offers the voices of its packages and speaks with a synthesiser. Each
+/// plug-in makes one from its EngineTraits.
 ///
-/// It is usable when the synthesiser is and at least one package can be used. Its first language is
-/// English, else British English, if it has that, else its first one. All hooks may be called from any thread; what is set
-/// while it speaks holds from the next utterance on.
+/// The engine is usable if its synthesiser and at least one package are. It begins with English, or
+/// with British English, or with its first language. All hooks may be called from any thread. A
+/// setting that changes during an utterance takes effect with the next one.
 ///
-/// Each startSynthetizer() tells the host exactly one onStart() and one onEnd(), unless it throws
-/// before its utterance begins. Several at once are spoken one after another, and a stop ends them
-/// all.
+/// Each startSynthetizer() calls the host's onStart() and onEnd() exactly once, unless it throws before
+/// its utterance begins. Concurrent utterances are spoken one after another, and a stop ends them all.
 class SpeechEngine : public TextToSpeechEngine {
  public:
   SpeechEngine(EngineTraits traits, TextToSpeechEngineCallbackInterface* callback,
@@ -50,7 +50,7 @@ class SpeechEngine : public TextToSpeechEngine {
  protected:
   std::string xGetName() const override;
   bool xInitialize(const std::vector<zu::PackageInfo>& packages) override;
-  /// Stops what is being spoken, and does not wait for its end.
+  /// Stops all utterances, and does not wait for their end.
   bool xTerminate() override;
 
   void xStartSynthetizer(const std::string& text) override;
@@ -75,7 +75,7 @@ class SpeechEngine : public TextToSpeechEngine {
   void xSetDefaultVoice() override;
   std::string xGetCurrentLanguage() const override;
   std::string xGetCurrentVoice() const override;
-  /// "" for a language that the engine does not offer.
+  /// Returns "" for a language that the engine does not offer.
   std::string xGetDefaultVoiceForLanguage(const std::string& language) const override;
   std::vector<std::string> xGetAvailableLanguages() const override;
   std::map<std::string, std::string> xGetAvailableVoices() const override;
@@ -83,37 +83,36 @@ class SpeechEngine : public TextToSpeechEngine {
   std::vector<std::string> xGetOldLanguagesDetected() const override;
   std::string xGetVoiceInstallDir(const std::string& voice) const override;
 
-  /// The high-pass, which is off until it is first switched on: a host that asks for nothing gets the
-  /// synthesiser's own sound.
+  /// Switches the high-pass, which is off at first: by default a host gets the synthesiser's own sound.
   void enableFilter(bool enable) override;
   void xLoadEffect(const boost::filesystem::path& file) override;
   void xApplyEffect(const std::string& effect, bool flag) override;
 
-  // The user's dictionary of the current language, on disk and, once loaded, in what is spoken.
-  // Each throws KQError for what it cannot do, and changes nothing then.
+  // The user's dictionary of the current language: on disk, and once loaded, in speech. Each operation
+  // throws KQError if it fails, and then changes nothing.
 
-  /// Reads it anew.
+  /// Reads the dictionary, even if it is loaded.
   void xLoadDictionary() override;
   void xUnloadDictionary() override;
-  /// Logs its entries, as on disk.
+  /// Logs the entries on disk.
   void xShowDictionary() override;
   /// \param first   a word
   /// \param second  a language, or "" for the current one
   /// \return whether there was such an entry
   bool xDeleteFromDictionary(const std::string& first, const std::string& second) override;
   /// \param first   a word
-  /// \param second  what is spoken in its place
+  /// \param second  its replacement
   /// \param third   a language, or "" for the current one
   /// \param fourth  "exact" for this spelling only, "any" or "" for upper and lower case
   /// \param fifth   must be ""
-  /// \return false if it is there as it is
+  /// \return false if the dictionary has the same entry
   bool xAddToDictionary(const std::string& first, const std::string& second,
                         const std::string& third, const std::string& fourth,
                         const std::string& fifth) override;
 
  private:
-  /// What changes with the life cycle and the choice of language and voice. Each is constant: a
-  /// change puts another one in its place.
+  /// What changes with the life cycle and the choice of language and voice. A state is constant: a
+  /// change replaces it by another one.
   struct State {
     std::shared_ptr<Synthesizer> synthesizer;  ///< null unless active
     std::shared_ptr<const PackageCatalogue> catalogue = std::make_shared<PackageCatalogue>();
@@ -121,7 +120,7 @@ class SpeechEngine : public TextToSpeechEngine {
     std::string voice;
   };
 
-  /// What an utterance begins with.
+  /// The settings and effects that an utterance begins with.
   struct Sound {
     SpeechSettings settings;
     AudioEffects effects;
@@ -130,8 +129,8 @@ class SpeechEngine : public TextToSpeechEngine {
   std::shared_ptr<const State> state() const;
   Sound sound(const State& state) const;
   std::string dictionaryLanguage(const std::string& wanted) const;
-  /// \return the former state, to be let go after the lock: it may be the last one to use its
-  /// synthesiser
+  /// \return the former state. The caller drops it without the lock, because that may close the
+  ///         synthesiser
   template <typename Change>
   std::shared_ptr<const State> changeState(Change change);
   template <typename Work>

@@ -15,9 +15,9 @@ TextToSpeechEngineCallbackInterface& orNobody(TextToSpeechEngineCallbackInterfac
 }  // namespace
 
 void UtteranceControl::stop() {
-  ++stops;  // from here on whoever speaks sees it
+  ++stops;  // a speaking thread sees this from here on
   {
-    // Whoever is about to wait has seen it, too, or waits by now.
+    // A thread that was about to wait has seen it by now, or is waiting.
     const std::lock_guard<std::mutex> lock(mutex);
   }
   changed.notify_all();
@@ -99,7 +99,7 @@ bool Utterance::wait(std::chrono::microseconds duration) noexcept {
   return !isOver();
 }
 
-/// The one place that waits while the engine is paused, on the way of whatever goes to the host.
+/// Calls the host. Everything passes here, so only here the utterance waits while it is paused.
 template <typename Call>
 bool Utterance::callHost(Call call) noexcept {
   if (!mayGoOn()) {

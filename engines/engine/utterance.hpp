@@ -21,11 +21,11 @@ namespace KQ::engines {
 /// Stops, holds and resumes the utterances of one engine, from any thread.
 class UtteranceControl {
  public:
-  /// Ends all utterances that have begun, and none that begins later.
+  /// Ends all utterances that have begun; later ones are not affected.
   void stop();
 
-  /// Holds the engine: no audio, word or mark is told until resume(), except the one that is being
-  /// told just now. Lasts over the end of an utterance; the next one is held at its first audio.
+  /// Holds the engine: the host gets no audio, word or mark until resume(), except the one in progress.
+  /// Also holds later utterances, before their first audio, word or mark.
   void pause();
   void resume();
 
@@ -38,21 +38,21 @@ class UtteranceControl {
   std::atomic<bool> paused{false};  ///< written under mutex
 };
 
-/// One text on its way to the host, from one start to one end. Used by the thread that speaks it.
+/// One text that is spoken to the host, from its start to its end. Used by the thread that speaks it.
 ///
-/// What the host's functions throw is kept, ends the utterance as failed, and leaves through run().
+/// If a function of the host throws, the utterance fails and ends, and run() throws the same.
 class Utterance {
  public:
-  /// From here on stop() reaches it. \param callback  the host's, may be null
+  /// From here on stop() ends it. \param callback  of the host, may be null
   Utterance(UtteranceControl& control, TextToSpeechEngineCallbackInterface* callback);
   Utterance(const Utterance&) = delete;
   Utterance& operator=(const Utterance&) = delete;
 
-  /// Changes the audio on its way to the host. Marks and words stay with the audio that they belong
-  /// to. Before run().
+  /// Sets the effects on the audio. Marks and words stay with the audio that they belong to. Called
+  /// before run().
   void setEffects(const AudioEffects& wanted) { wantedEffects = wanted; }
 
-  /// Words are told as they stand in the text's original. Before run(). \param text  stays alive
+  /// Sets the text that maps words to the host's. Called before run(). \param text  stays alive
   void setText(const SpokenText& spokenText) { text = &spokenText; }
 
   /// Reports the start, calls `speak`, or `skip` if the utterance is over already, and reports the
@@ -80,17 +80,17 @@ class Utterance {
     run(speak, [] {});
   }
 
-  /// Whether it is over before its text is: stopped, refused by the sink, or failed.
+  /// Whether the utterance ends early: it was stopped, refused by the host, or failed.
   bool isOver() const noexcept;
 
   /// Waits while the engine is paused. \return whether the utterance goes on
   bool mayGoOn() noexcept;
 
-  /// Waits so long, and while the engine is paused, which does not count; not longer than the
-  /// utterance goes on. \return whether it goes on
+  /// Waits for a time, without the time in which the engine is paused. Returns early if the utterance
+  /// is over. \return whether the utterance goes on
   bool wait(std::chrono::microseconds duration) noexcept;
 
-  /// Whether the utterance was stopped by UtteranceControl::stop(). May be asked by any thread.
+  /// Whether UtteranceControl::stop() ended the utterance. May be called from any thread.
   bool isStopped() const noexcept;
 
   /// \name Emitting to the host
@@ -109,17 +109,17 @@ class Utterance {
 
  private:
   struct Event {
-    std::optional<int> mark;  ///< none for a word
-    SpeechWord word;          ///< of a mark only the position
+    std::optional<int> mark;  ///< empty for a word
+    SpeechWord word;          ///< for a mark, only its position counts
   };
 
-  /// The effects, which are at work from the first audio on.
+  /// The effects, active from the first audio on.
   struct Effects {
     Effects(const AudioEffects& wanted, int samplingRate) : chain(wanted, samplingRate) {}
 
     EffectChain chain;
-    std::deque<Event> waiting;  ///< for the audio before them; by position
-    std::uint64_t given = 0;    ///< samples that went to the host
+    std::deque<Event> waiting;  ///< for the audio before them, by position
+    std::uint64_t given = 0;    ///< samples given to the host
   };
 
   void begin() noexcept;
@@ -145,7 +145,7 @@ class Utterance {
   AudioEffects wantedEffects;
   std::unique_ptr<Effects> effects;  ///< null before the first audio, and without effects
   int rate = 0;
-  std::uint64_t samples = 0;  ///< that came from the synthesiser
+  std::uint64_t samples = 0;  ///< received from the synthesiser
   bool refused = false;
   std::exception_ptr failure;
 };

@@ -19,28 +19,28 @@ namespace KQ::engines {
 
 namespace {
 
-/// Of one audio buffer. The shorter, the sooner come the first sound and the end after a stop.
+/// The length of an audio buffer. Shorter buffers give an earlier first sound and a faster stop.
 constexpr int bufferMilliseconds = 20;
 
-/// A voice that a name stands for, the better the lower its priority.
+/// A voice with a given name or language. The lowest priority wins.
 struct KnownVoice {
   std::string file;
   int priority;
 };
 
-/// What is known of eSpeak NG, and who speaks with it.
+/// The state of eSpeak NG in this process.
 struct Process {
   std::mutex lifeMutex;  ///< held while eSpeak NG is loaded and unloaded
   int uses = 0;          ///< guarded by lifeMutex
 
-  // Set while uses goes from 0 to 1, constant as long as it is in use.
+  // Set when uses goes from 0 to 1, and then constant until it is 0 again.
   int samplingRate = 0;
   std::map<std::string, KnownVoice> voices;  ///< by name, language and file
   std::set<std::string> variants;
 
   TurnQueue turns{espeakName};
 
-  // Used by the speaker. What eSpeak NG is set to; none or "" for unknown.
+  // The current settings of eSpeak NG; empty if unknown. Used by the holder of the turn.
   std::string voiceFile;
   std::optional<EspeakParameters> parameters;
 };
@@ -60,7 +60,7 @@ KQError espeakError(const char* method, const std::string& what, espeak_ng_STATU
   return {espeakName, method, what + ": " + statusText(status), nullptr, 0};
 }
 
-/// Puts the process's character type locale back, which eSpeak NG changes when it is loaded.
+/// Restores the process's locale for character types, which eSpeak NG changes when it is loaded.
 class LocaleKeeper {
  public:
   LocaleKeeper() : name(std::setlocale(LC_CTYPE, nullptr)) {}
@@ -79,9 +79,9 @@ int onBuffer(short* samples, int count, espeak_EVENT* events) {
   return goesOn ? 0 : 1;
 }
 
-/// Ends eSpeak NG, whose thread takes nothing but commands of its asynchronous mode. Unless it had one
-/// since it was last ended, it cannot be ended: its state is that of a running command then, and
-/// espeak_ng_Terminate() would wait for that one's end for ever.
+/// Ends eSpeak NG. Its thread, which serves the asynchronous mode only, must have run a command first:
+/// otherwise espeak_ng_Terminate() waits for ever for the end of a command that never began. So this
+/// gives it a command.
 void unload() {
   espeak_ng_InitializeOutput(static_cast<espeak_ng_OUTPUT_MODE>(0), bufferMilliseconds, nullptr);
   espeak_ng_SetParameter(espeakRATE, espeakRATE_NORMAL, 0);
@@ -91,8 +91,8 @@ void unload() {
   espeak_ng_Terminate();
 }
 
-/// Keeps eSpeak NG's library in the process for good. It frees its buffers neither at its end nor when
-/// it is unmapped, but uses them again when it is loaded again.
+/// Keeps eSpeak NG's library in the process for good. It never frees its buffers, but uses them again
+/// after it was ended. If it were unmapped, each load would leak them.
 void keepLibrary() {
   Dl_info library{};
   if (::dladdr(reinterpret_cast<const void*>(&espeak_ng_Initialize), &library) != 0) {
@@ -134,7 +134,7 @@ void listVoices(Process& known) {
     const std::string file = (*voice)->identifier;
     add(file, {file, 0});
     add((*voice)->name, {file, 0});
-    // Each language has its priority in front.
+    // A byte with the priority precedes each language.
     for (const char* language = (*voice)->languages; *language != '\0';
          language += std::char_traits<char>::length(language) + 1) {
       const int priority = static_cast<unsigned char>(*language++);

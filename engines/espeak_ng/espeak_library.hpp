@@ -9,7 +9,7 @@
 
 namespace KQ::engines {
 
-/// The name by which engine, errors and logs call it.
+/// The synthesiser's name in the engine, errors and logs.
 inline constexpr const char* espeakName = "eSpeak NG";
 
 /// The voice for a text, and how it is to sound.

@@ -44,7 +44,7 @@ class ChunkListener : public EspeakListener {
   }
 
  private:
-  /// Where a sample of the chunk stands in the buffer that begins with sample `taken`.
+  /// Returns the place of a sample of the chunk in the buffer that begins with sample `taken`.
   std::size_t placeInBuffer(int sample, std::size_t count) const {
     const std::uint64_t position = sample < 0 ? 0 : static_cast<std::uint64_t>(sample);
     return position < taken ? 0 : std::min<std::uint64_t>(position - taken, count);
@@ -74,7 +74,7 @@ class ChunkListener : public EspeakListener {
   const std::size_t sourceEnd;  ///< of the chunk
   const int samplingRate;
   SourcePositions positions;
-  std::uint64_t taken = 0;            ///< samples that eSpeak NG gave
+  std::uint64_t taken = 0;            ///< samples received from eSpeak NG
   std::size_t insertionsEmitted = 0;  ///< of text.insertions
   SpeechWord lastWord{0, 0, 0};
 };

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <algorithm>
+#include <vector>
 
+#include "engine/parameter_table.hpp"
 #include "engine/synthesizer.hpp"
 #include "espeak_ng/espeak_library.hpp"
 #include "espeak_ng/espeak_text.hpp"
@@ -9,10 +11,13 @@
 
 namespace KQ::engines {
 
-/// eSpeak NG as the engines' common code drives it. Utterances of all engines of the process are
-/// spoken one after another, in the order in which they were started.
+/// eSpeak NG as a Synthesizer. All engines of the process share it: their utterances are spoken one
+/// after another, in the order in which they were started.
 class EspeakSynthesizer : public Synthesizer {
  public:
+  /// The engine's own parameters, besides those of all engines. SpeechSettings::more has their values.
+  static std::vector<ParameterRow> ownParameters() { return {}; }
+
   int samplingRate(const std::string& /*sourceVoice*/) const override {
     return library.samplingRate();
   }
@@ -22,7 +27,7 @@ class EspeakSynthesizer : public Synthesizer {
   std::string language(const std::string& sourceVoice) const override {
     return languageOfVoice(library.voiceFile(sourceVoice));
   }
-  /// What it reaches with all voices.
+  /// The range that all voices reach.
   float ownPitchShift(float factor) const override { return std::clamp(factor, 0.75F, 1.6F); }
   TurnQueue& turns() override { return EspeakLibrary::turns(); }
   void speak(SpokenText& text, const SpeechSettings& settings, Utterance& utterance) override;
@@ -30,8 +35,8 @@ class EspeakSynthesizer : public Synthesizer {
  private:
   EspeakLibrary library;
 
-  // Used by the holder of the turn. Kept from one utterance to the next: giving their memory back
-  // would delay the return of a start that is stopped.
+  // Used by the holder of the turn. They keep their memory from one utterance to the next: freeing it
+  // would delay the return of a stopped start.
   TextChunks chunks;
   EspeakText written;
 };

@@ -26,12 +26,13 @@ bool isWhiteSpace(std::string_view text) {
 struct Script {
   char32_t first;
   char32_t last;
-  std::string_view languages;  ///< each with a blank before and behind
+  std::string_view languages;  ///< each between blanks
 };
 
-/// The alphabets that eSpeak NG knows, with the languages whose voices speak them. With other voices
-/// it takes a second language's rules for them, and at characters that these do not know it frees the
-/// rules while it uses them; so to those voices they are blanks, as is what belongs to none.
+/// The alphabets that eSpeak NG knows, with the languages whose voices speak them. With any other voice
+/// it loads the rules of a second language for them, and frees these rules while it uses them if it
+/// meets a character that they do not know. So other voices get blanks in place of these characters,
+/// and of characters in none of these ranges.
 constexpr std::array<Script, 29> ownVoicesScripts{
     {{0x0370, 0x03FF, " el grc "},
      {0x0400, 0x052F, " ru uk be bg mk sr kk ky tt ba cv mn uz "},
@@ -76,13 +77,14 @@ constexpr std::array<std::pair<char32_t, char32_t>, 11> common{{{0x0000, 0x036F}
                                                                 {0xFE00, 0xFE6F},
                                                                 {0x1F000, 0x1FAFF}}};
 
+/// Whether every voice is safe with a character.
 bool isCommon(char32_t point) {
   return std::any_of(common.begin(), common.end(), [point](const auto& range) {
     return point >= range.first && point <= range.second;
   });
 }
 
-/// \param language  with a blank before and behind
+/// \param language  between blanks
 bool isSpoken(std::string_view character, const std::string& language) {
   const char32_t point = codePoint(character);
   return isCommon(point) ||
@@ -92,7 +94,7 @@ bool isSpoken(std::string_view character, const std::string& language) {
          });
 }
 
-/// The bytes that are read as they are, with or without markup around them.
+/// The bytes that eSpeak NG reads unchanged, in markup and in plain text.
 constexpr std::array<bool, 256> plainBytes() {
   std::array<bool, 256> plain{};
   for (std::size_t byte = ' '; byte < 0x7F; ++byte) {
@@ -102,7 +104,7 @@ constexpr std::array<bool, 256> plainBytes() {
   return plain;
 }
 
-/// How many plain bytes a text begins with.
+/// Returns how many plain bytes a text begins with.
 std::size_t plainLength(std::string_view text) {
   static constexpr std::array<bool, 256> plain = plainBytes();
   const auto* const end = std::find_if_not(
@@ -110,7 +112,7 @@ std::size_t plainLength(std::string_view text) {
   return static_cast<std::size_t>(end - text.begin());
 }
 
-/// The character, or a blank in its place. \param character  one byte if it is no valid one
+/// Returns the character, or a blank if it must not be read. \param character  one byte if invalid
 std::string_view toBeRead(std::string_view character, const std::string& language) {
   const auto byte = static_cast<unsigned char>(character.front());
   const bool isControl = (byte < ' ' && byte != '\n' && byte != '\t') || byte == 0x7F;
@@ -146,14 +148,14 @@ class Appender {
     target.runs.push_back({0, 0, 0});
   }
 
-  /// What does not stand in the source.
+  /// Adds markup, which has no place in the source.
   void addMarkup(std::string_view markup) {
     target.text += markup;
     characters += markup.size();
     inRun = false;
   }
 
-  /// A text of the source, each of whose bytes stands for itself or a blank unless it is escaped.
+  /// Adds a text of the source.
   void addSource(std::string_view text, std::size_t offset) {
     for (std::size_t i = 0; i < text.size();) {
       if (const std::size_t plain = plainLength(text.substr(i))) {
@@ -230,8 +232,8 @@ EspeakParameters::EspeakParameters(const SpeechSettings& settings, const Prosody
   const double factor = std::clamp<double>(double{settings.pitch} * tags.pitch / 100, 0.5, 2);
   const double level = std::clamp<double>(double{settings.level} * tags.volume / 100, 0, 4);
   rate = static_cast<int>(std::lround(espeakRATE_NORMAL * speed / 100));
-  // The mean pitch of speech lies above the base that the pitch's number moves, 50 steps an octave:
-  // it takes more than the factor, and the range with it, to move the mean by the factor.
+  // The number moves the base of the pitch, 50 steps an octave. The mean pitch of speech lies above the
+  // base, so moving the mean by the factor takes more than the factor, and a change of the range.
   const double base = std::clamp<double>(1 + (factor - 1) / 0.8, 0.5, 2);
   pitch = static_cast<int>(std::lround(50 + 50 * std::log2(base)));
   range = static_cast<int>(std::lround(50 * factor));
@@ -293,7 +295,7 @@ bool EspeakTextWriter::needsMarkup(const TextChunk& chunk) const {
   });
 }
 
-/// What leads from the prosody that the text has so far to the one that it is to have.
+/// Returns the markup that changes the former prosody to the current one.
 std::string EspeakTextWriter::tagsFrom(const Prosody& former) const {
   std::string tags;
   if (!(former == prosody)) {
@@ -303,10 +305,10 @@ std::string EspeakTextWriter::tagsFrom(const Prosody& former) const {
   return tags;
 }
 
-/// Names only what differs from the settings: reading markup takes eSpeak NG microseconds, which
-/// delay the first audio.
+/// Returns a tag with only the values that differ from the settings: the time for reading markup delays
+/// the first audio.
 std::string EspeakTextWriter::openingTag() const {
-  // The speed is relative to the engine's, the others are absolute.
+  // The speed is relative to the engine's, the other values are absolute.
   const EspeakParameters absolute(settings, prosody);
   std::string tag = "<prosody";
   const auto add = [&](const char* name, int value, const char* unit) {

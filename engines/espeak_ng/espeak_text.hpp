@@ -11,7 +11,7 @@
 
 namespace KQ::engines {
 
-/// What eSpeak NG's parameters are for these settings, with the percentages of inline tags on top.
+/// The parameters of eSpeak NG for an utterance's settings and inline tags.
 struct EspeakParameters {
   int rate;    ///< words a minute
   int pitch;   ///< 50 is the voice's own
@@ -26,7 +26,7 @@ std::string languageOfVoice(const std::string& voiceFile);
 
 /// A chunk in the form that eSpeak NG reads.
 struct EspeakText {
-  /// A run of characters that are the source's own.
+  /// A run of characters that come unchanged from the source.
   struct Run {
     std::size_t
         character;       ///< the number of the run's first character, as eSpeak NG counts, from 0
@@ -35,27 +35,27 @@ struct EspeakText {
   };
 
   std::string text;       ///< UTF-8 without control characters other than white space
-  bool isMarkup = false;  ///< if not, nothing in it is taken for markup
+  bool isMarkup = false;  ///< if false, nothing in the text is markup
   bool isSilent = true;   ///< there is nothing to speak
   std::vector<MarkupItem>
       insertions;         ///< marks and pauses; a mark of eSpeak NG's names one by index
   std::vector<Run> runs;  ///< ascending, begins with character 0
 
-  /// Empties it and keeps its memory.
+  /// Empties the chunk and keeps its memory.
   void clear();
 };
 
-/// Turns the chunks of a text into what eSpeak NG reads, one after another: inline tags become its
-/// own markup, and what looks like that markup is escaped. Marks and pauses become marks of eSpeak
-/// NG's; of several at one place only the last one stands there.
+/// Turns the chunks of a text into the form that eSpeak NG reads: inline tags become markup, and
+/// characters of markup are escaped. Marks and pauses become marks of eSpeak NG; several at one place
+/// become one, with the number of the last.
 class EspeakTextWriter {
  public:
   /// \param source     stays alive, as do the settings
-  /// \param voiceFile  of the voice that speaks
+  /// \param voiceFile  as EspeakLibrary::voiceFile() returns it
   EspeakTextWriter(const SpokenText& source, const SpeechSettings& settings,
                    const std::string& voiceFile);
 
-  /// \param written  gets the chunk in place of what it held, in the same memory
+  /// \param written  gets the chunk; its former content is lost, its memory is used again
   void write(const TextChunk& chunk, EspeakText& written);
 
  private:
@@ -69,14 +69,14 @@ class EspeakTextWriter {
   Prosody prosody;       ///< at the end of the written text
 };
 
-/// Finds where characters that eSpeak NG counts stand in the source, in linear time for ascending
-/// numbers.
+/// Maps the numbers of characters, as eSpeak NG counts them, to places in the source. Takes linear time
+/// for ascending numbers.
 class SourcePositions {
  public:
-  /// \param text  stays alive and as it is
+  /// \param text  stays alive and unchanged
   explicit SourcePositions(const EspeakText& text) : text(text), cursor(text.runs.front()) {}
 
-  /// \param character  any number; what lies beyond the text stands for its end
+  /// \param character  any number; one beyond the text means its end
   std::size_t offsetOf(std::size_t character);
 
  private:

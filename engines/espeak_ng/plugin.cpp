@@ -10,5 +10,6 @@ KQ::engines::EngineTraits KQ::engines::pluginTraits() {
   traits.minimumVersion = "1.0";
   traits.logCategory = "engine.espeak-ng";
   traits.openSynthesizer = [] { return std::make_shared<EspeakSynthesizer>(); };
+  traits.moreParameters = EspeakSynthesizer::ownParameters();
   return traits;
 }

@@ -16,7 +16,7 @@ struct Replacement {
   const char* ascii;
 };
 
-/// Those that Unicode does not take apart.
+/// Characters that Unicode does not decompose to ASCII.
 constexpr std::array<Replacement, 30> replacements{
     {{U'Æ', "AE"}, {U'Ð', "D"},       {U'×', " times "},
      {U'Ø', "O"},  {U'Þ', "Th"},      {U'ß', "ss"},

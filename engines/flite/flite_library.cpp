@@ -37,7 +37,7 @@ struct LinkedVoice {
   void (*release)(cst_voice*);
 };
 
-/// The voices for any text. Flite's speaking clock knows times of day only.
+/// The voices that speak any text. Flite's other voice, a speaking clock, knows times of day only.
 constexpr std::array<LinkedVoice, 5> linkedVoices{
     {{"awb", 16000, register_cmu_us_awb, unregister_cmu_us_awb},
      {"kal", 8000, register_cmu_us_kal, unregister_cmu_us_kal},
@@ -45,7 +45,7 @@ constexpr std::array<LinkedVoice, 5> linkedVoices{
      {"rms", 16000, register_cmu_us_rms, unregister_cmu_us_rms},
      {"slt", 16000, register_cmu_us_slt, unregister_cmu_us_slt}}};
 
-/// A voice by its name, or null.
+/// Returns a voice by its name, or null.
 const LinkedVoice* find(const std::string& name) {
   const auto* const found =
       std::find_if(linkedVoices.begin(), linkedVoices.end(),
@@ -59,7 +59,7 @@ struct Process {
   std::mutex lifeMutex;
   int uses = 0;  ///< guarded by lifeMutex
 
-  /// Those that were spoken with. For the holder of the turn, and for the end of the last use.
+  /// The registered voices. Used by the holder of the turn, and at the end of the last use.
   std::map<const LinkedVoice*, cst_voice*> voices;
 };
 
@@ -68,7 +68,8 @@ Process& process() {
   return theProcess;
 }
 
-/// A voice that is not spoken with takes no memory. The holder of the turn calls it.
+/// Returns a voice, and registers it first if needed: unused voices take no memory. The caller holds a
+/// turn.
 cst_voice* registered(const LinkedVoice& linked) {
   cst_voice*& voice = process().voices[&linked];
   if (voice == nullptr) {
@@ -83,7 +84,7 @@ struct UtteranceDeleter {
 
 using UtterancePointer = std::unique_ptr<cst_utterance, UtteranceDeleter>;
 
-/// How much longer than the voice's own speed a word takes.
+/// Returns how much longer a word takes than at the voice's own speed.
 float stretch(const FliteToken& token, const FliteVoice& voice) {
   const float speed =
       std::clamp(voice.speed * static_cast<float>(token.prosody.speed) / 100, 12.5F, 800.F);
@@ -106,13 +107,13 @@ void addTokens(cst_utterance& utterance, const FlitePhrase& phrase) {
   }
 }
 
-/// The place of a segment's end in the audio.
+/// Returns the place of a segment's end in the audio.
 std::size_t endOf(const cst_item* segment, int samplingRate) {
   const float seconds = segment == nullptr ? 0 : ffeature_float(segment, "end");
   return static_cast<std::size_t>(std::max(seconds, 0.F) * static_cast<float>(samplingRate));
 }
 
-/// The first segment of a word of the text, or null if it is silent.
+/// Returns the first segment of a word of the text, or null if the word is silent.
 const cst_item* firstSegment(const cst_item* token) {
   for (const cst_item* word = item_daughter(token); word != nullptr; word = item_next(word)) {
     const cst_item* const segment =
@@ -154,13 +155,13 @@ int onAudio(const cst_wave* wave, int start, int size, int /*last*/,
   return goesOn ? CST_AUDIO_STREAM_CONT : CST_AUDIO_STREAM_STOP;
 }
 
-/// The model of a voice that has one, or null.
+/// Returns the statistical model of a voice, or null if it has none.
 const cst_cg_db* modelOf(const cst_voice& voice) {
   const cst_val* const model = get_param_val(voice.features, "cg_db", nullptr);
   return model == nullptr ? nullptr : val_cg_db(model);
 }
 
-/// Shifts mean and range of the pitch. \param model  becomes the utterance's, and lives as long
+/// Shifts mean and range of the pitch. \param model  gets the utterance's model, and outlives it
 void shiftPitch(cst_features* features, const cst_voice& voice, float pitch, cst_cg_db& model) {
   if (pitch == 1) {
     return;
@@ -169,7 +170,7 @@ void shiftPitch(cst_features* features, const cst_voice& voice, float pitch, cst
   if (const cst_cg_db* const own = modelOf(voice)) {
     range = own->f0_stddev;
     model = *own;
-    // A melody of its own would take no notice of the shift.
+    // The model's own melody would ignore the shift.
     model.spamf0 = 0;
     feat_set(features, "cg_db", cg_db_val(&model));
   }
@@ -186,12 +187,12 @@ void setFeatures(cst_features* features, const cst_voice& voice, float stretch,
   stream->min_buffsize = get_param_int(voice.features, "sample_rate", 16000) / buffersPerSecond;
   stream->asc = onAudio;
   stream->userdata = &listener;
-  // Goes with the utterance.
+  // The utterance frees it.
   feat_set(features, "streaming_info", audio_streaming_info_val(stream));
 }
 
-/// Flite ends the process when it cannot go on, unless there is a place to jump to. \return whether it
-/// came to the end
+/// Speaks an utterance. Flite ends the process if it cannot go on, unless there is a place to jump to.
+/// \return whether the utterance was spoken
 bool synthesize(cst_utterance* utterance, cst_voice* voice) {
   std::jmp_buf giveUp;
   cst_errjmp = &giveUp;
@@ -248,7 +249,7 @@ void FliteLibrary::speak(const FlitePhrase& phrase, const FliteVoice& wanted,
   setFeatures(utterance->features, *voice, stretch(phrase.tokens.front(), wanted), listener);
   shiftPitch(utterance->features, *voice, wanted.pitch, model);
   if (!synthesize(utterance.get(), voice)) {
-    // Who knows in what state it is.
+    // Its state is unknown, so nobody frees it.
     static_cast<void>(utterance.release());
     throw KQError(fliteName, "startSynthetizer", "Flite cannot speak the text.", nullptr, 0);
   }

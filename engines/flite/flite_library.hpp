@@ -10,7 +10,7 @@
 
 namespace KQ::engines {
 
-/// The name by which engine, errors and logs call it.
+/// The synthesiser's name in the engine, errors and logs.
 inline constexpr const char* fliteName = "Flite";
 
 /// The voice for a phrase, and how it is to sound.
@@ -20,27 +20,27 @@ struct FliteVoice {
   float pitch = 1;    ///< factor to the voice's own
 };
 
-/// Where the parts of a phrase stand in its audio, in samples.
+/// The places of the parts of a phrase in its audio, in samples.
 struct FlitePlaces {
   std::vector<std::size_t> tokens;  ///< where each word begins, in ascending order
   std::size_t speechBegin = 0;      ///< where the silence before the phrase ends
-  std::size_t speechEnd = 0;        ///< where the silence behind it begins
+  std::size_t speechEnd = 0;        ///< where the silence after the phrase begins
 };
 
-/// Gets the audio of a phrase while it is spoken.
+/// Receives the audio of a phrase while it is spoken.
 class FliteListener {
  public:
   virtual ~FliteListener() = default;
 
-  /// Comes once, before any audio.
+  /// Called once, before any audio.
   virtual void begin(const FlitePlaces& places) noexcept = 0;
 
   /// \return whether to go on
   virtual bool take(const std::int16_t* samples, std::size_t count) noexcept = 0;
 };
 
-/// A use of Flite, whose voices exist once in a process: each is registered where it is spoken with for
-/// the first time, and the end of the last use releases them. May be used from several threads at once.
+/// A use of Flite, whose voices exist once in a process: the first speech with a voice registers it,
+/// and the end of the last use releases all. May be used from several threads at once.
 class FliteLibrary {
  public:
   FliteLibrary();
@@ -51,14 +51,14 @@ class FliteLibrary {
   /// Whether there is a voice of that name: "slt".
   bool hasVoice(const std::string& name) const;
 
-  /// Of a voice that there is, in Hz.
+  /// The sampling rate of an existing voice, in Hz.
   int samplingRate(const std::string& voice) const;
 
-  /// Those who speak: Flite counts the uses of what its voices share without a lock.
+  /// The queue for the right to speak: Flite counts uses of shared data without a lock.
   static TurnQueue& turns();
 
-  /// Speaks a phrase that has words, until the listener wants no more. The holder of a turn calls it.
-  /// \throws KQError when Flite gives up
+  /// Speaks a phrase that has words, until the listener wants no more. The caller holds a turn.
+  /// \throws KQError if Flite gives up
   void speak(const FlitePhrase& phrase, const FliteVoice& voice, FliteListener& listener) const;
 };
 

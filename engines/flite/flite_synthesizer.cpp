@@ -17,7 +17,7 @@ class PhraseListener : public FliteListener {
 
   void begin(const FlitePlaces& found) noexcept override {
     places = found;
-    // Within a sentence there is no silence between phrases.
+    // There is no silence between the phrases of a sentence.
     audibleBegin = phrase.continues ? places.speechBegin : 0;
     audibleEnd = phrase.isContinued ? places.speechEnd : std::numeric_limits<std::size_t>::max();
   }
@@ -33,7 +33,7 @@ class PhraseListener : public FliteListener {
     return !utterance.isOver();
   }
 
-  /// Tells what stands behind the audio.
+  /// Emits the rest: words and tags after the last audio.
   void finish() noexcept {
     while (token < phrase.tokens.size()) {
       emitToken();
@@ -42,7 +42,7 @@ class PhraseListener : public FliteListener {
   }
 
  private:
-  /// Tells the audio up to a place. \param samples  those from `taken` on
+  /// Emits the audio up to a place. \param samples  those from `taken` on
   void emitTo(std::size_t place, const std::int16_t* samples) noexcept {
     const std::size_t from = std::max({emitted, taken, audibleBegin});
     const std::size_t to = std::min(place, audibleEnd);
@@ -85,9 +85,9 @@ class PhraseListener : public FliteListener {
   FlitePlaces places;
   std::size_t audibleBegin = 0;
   std::size_t audibleEnd = 0;
-  std::size_t taken = 0;    ///< samples that Flite gave before the present ones
-  std::size_t emitted = 0;  ///< samples of Flite's that were emitted or left out
-  std::size_t token = 0;    ///< the next one to be emitted
+  std::size_t taken = 0;    ///< samples received from Flite before the present ones
+  std::size_t emitted = 0;  ///< samples from Flite that were emitted or left out
+  std::size_t token = 0;    ///< the next one to emit
   std::vector<std::int16_t> louder;
 };
 

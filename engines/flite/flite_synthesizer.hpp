@@ -1,16 +1,21 @@
 #pragma once
 
 #include <algorithm>
+#include <vector>
 
+#include "engine/parameter_table.hpp"
 #include "engine/synthesizer.hpp"
 #include "flite/flite_library.hpp"
 
 namespace KQ::engines {
 
-/// Flite as the engines' common code drives it. Utterances of all engines of the process are spoken
-/// one after another, in the order in which they were started.
+/// Flite as a Synthesizer. All engines of the process share it: their utterances are spoken one after
+/// another, in the order in which they were started.
 class FliteSynthesizer : public Synthesizer {
  public:
+  /// The engine's own parameters, besides those of all engines. SpeechSettings::more has their values.
+  static std::vector<ParameterRow> ownParameters() { return {}; }
+
   int samplingRate(const std::string& sourceVoice) const override {
     return library.samplingRate(sourceVoice);
   }
@@ -18,7 +23,7 @@ class FliteSynthesizer : public Synthesizer {
     return library.hasVoice(sourceVoice);
   }
   std::string language(const std::string& /*sourceVoice*/) const override { return "en"; }
-  /// What it reaches with all voices.
+  /// The range that all voices reach.
   float ownPitchShift(float factor) const override { return std::clamp(factor, 0.6F, 2.F); }
   TurnQueue& turns() override { return FliteLibrary::turns(); }
   void speak(SpokenText& text, const SpeechSettings& settings, Utterance& utterance) override;

@@ -13,20 +13,20 @@ namespace {
 
 using Kind = MarkupItem::Kind;
 
-/// Of a word, in letters. Flite takes apart what is no plain word letter by letter, each with a copy of
-/// the rest.
+/// The longest word, in letters. Flite spells an unusual word letter by letter, and copies the rest of
+/// the word for each.
 constexpr std::size_t longestWord = 60;
 
-/// Of the punctuation at a word.
+/// The most punctuation at one side of a word, in letters.
 constexpr std::size_t mostPunctuation = 16;
 
-/// So many blanks in a row are enough to look up.
+/// After this many blanks without a word, the reader returns an empty token.
 constexpr int mostBlanks = 4096;
 
-/// What is read for one phrase, words or not.
+/// The most tokens that are read for one phrase, words or not.
 constexpr int mostRead = 1000;
 
-/// A phrase ends behind so many words at the next punctuation, or at last behind so many.
+/// A phrase of at least this many words ends at the next punctuation; none has more than `mostWords`.
 constexpr std::size_t wordsToPunctuation = 20;
 constexpr std::size_t mostWords = 40;
 
@@ -118,13 +118,13 @@ bool FliteTokenReader::readLetter() {
     word.push_back({letter, begin, position});
     return word.size() == longestWord;
   }
-  // A blank behind a word counts for the next one.
+  // A blank after a word counts for the next word.
   ++blanks;
   lineFeeds += letter == '\n' ? 1 : 0;
   return !word.empty() || blanks == mostBlanks;
 }
 
-/// The word that was read, without its punctuation.
+/// Returns the word that was read, and its punctuation apart.
 FliteToken FliteTokenReader::take() {
   const auto isIn = [](const char* characters) {
     return [=](const Letter& letter) {

@@ -10,5 +10,6 @@ KQ::engines::EngineTraits KQ::engines::pluginTraits() {
   traits.minimumVersion = "1.0";
   traits.logCategory = "engine.flite";
   traits.openSynthesizer = [] { return std::make_shared<FliteSynthesizer>(); };
+  traits.moreParameters = FliteSynthesizer::ownParameters();
   return traits;
 }

@@ -10,7 +10,7 @@ KQ::engines::EngineTraits KQ::engines::pluginTraits() {
   traits.minimumVersion = "1.0";
   traits.logCategory = logCategory;
   traits.openSynthesizer = [] { return std::make_shared<LogSynthesizer>(); };
-  traits.moreParameters = {parameters::speechTime};
+  traits.moreParameters = LogSynthesizer::ownParameters();
   traits.isStandIn = true;
   return traits;
 }

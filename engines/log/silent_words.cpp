@@ -13,12 +13,12 @@ using std::chrono::microseconds;
 constexpr microseconds timeOfLetter{66667};
 constexpr microseconds timeOfSyllable{250000};
 
-/// Of a word, in bytes: what is longer is taken for several.
+/// The longest word, in bytes; a longer one counts as several.
 constexpr std::size_t longestWord = 400;
 
 constexpr std::string_view punctuation = "\"'`.,:;!?(){}[]<>";
 
-/// A character and what stands for it in a word.
+/// A character, and what it counts as.
 struct Character {
   std::size_t length;
   bool isBlank;
@@ -56,28 +56,27 @@ std::optional<SilentItem> SilentWords::next() {
   return readWord();
 }
 
-/// Reads a word and the white space behind it; the word is empty where the text begins with white
-/// space.
+/// Reads a word and the white space after it. The word is empty if the text begins with white space.
 SilentItem SilentWords::readWord() {
   SilentItem item;
   source.release(position);
   const std::size_t begin = position;
   std::size_t wordEnd = begin;
-  bool isBehind = false;
+  bool isAfterWord = false;
   while (position - begin < longestWord && hasMore()) {
     const Character character = characterAt(source.view(position, end - position));
-    if (isBehind && !character.isBlank) {
+    if (isAfterWord && !character.isBlank) {
       break;
     }
-    isBehind = character.isBlank;
+    isAfterWord = character.isBlank;
     item.time += character.isSyllable ? timeOfSyllable : timeOfLetter;
     position += character.length;
-    wordEnd = isBehind ? wordEnd : position;
+    wordEnd = isAfterWord ? wordEnd : position;
   }
   const std::string_view word = source.view(begin, wordEnd - begin);
   const std::size_t first = word.find_first_not_of(punctuation);
   if (first == std::string_view::npos) {
-    // White space in front of the first word takes no time.
+    // White space before the first word takes no time.
     item.time = word.empty() ? microseconds(0) : item.time;
     return item;
   }
@@ -86,7 +85,7 @@ SilentItem SilentWords::readWord() {
   return item;
 }
 
-/// Whether the text has more at the position, which may take another piece of it.
+/// Whether there is more text at the position. May read the next piece.
 bool SilentWords::hasMore() {
   if (position == end && source.textGoesOn()) {
     end += source.next().value().length;

@@ -14,22 +14,20 @@ struct SilentItem {
   MarkupItem tag;          ///< of kind text for a word
   std::size_t offset = 0;  ///< of the word in the text, in bytes
   std::size_t length = 0;  ///< of the word in the text, in bytes; 0 if there is only punctuation
-  /// How long it takes to say the word, and what stands behind it up to the next one, at normal
-  /// speed.
+  /// How long the word and everything up to the next word take to say, at normal speed.
   std::chrono::microseconds time{0};
 };
 
-/// Splits a text with inline tags into words, of which it says how long they would take to speak: a
-/// fifteenth of a second for each character, and a quarter for one that stands for a syllable or a
-/// word, as those of Chinese, Japanese and Korean do. Words stand between white space, without the
-/// punctuation at their ends; bytes that are no UTF-8, and control characters, count as white
-/// space.
+/// Splits a text with inline tags into words, and estimates how long each takes to speak: a fifteenth
+/// of a second for each character, and a quarter for each syllable or word sign of Chinese, Japanese
+/// and Korean. White space separates words. Punctuation at the ends of a word does not belong to it.
+/// Invalid UTF-8 and control characters count as white space.
 class SilentWords {
  public:
-  /// \param source  stays alive; is read by nobody else
+  /// \param source  stays alive; only this object reads it
   explicit SilentWords(SpokenText& source) : source(source) {}
 
-  /// The next word or tag, and the text before it is released; or none at the end.
+  /// Returns the next word or tag, or none at the end, and releases the text before it.
   std::optional<SilentItem> next();
 
  private:

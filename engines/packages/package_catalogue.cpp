@@ -20,8 +20,8 @@ namespace {
 
 using Version = std::vector<unsigned>;
 
-/// Numbers separated by dots. Trailing zeros do not count, and nothing is read behind what is no
-/// number: "1.0-2" is "1".
+/// Reads numbers separated by dots, up to the first character that fits neither. Trailing zeros do
+/// not count: "1.0-2" is "1".
 Version parseVersion(const std::string& text) {
   Version version;
   const char* position = text.data();

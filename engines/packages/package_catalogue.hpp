@@ -23,9 +23,9 @@ struct PackagedVoice {
   VoiceTuning tuning;
 };
 
-/// Which packages an engine takes, and what it can do with them.
+/// Which packages and voices an engine can use.
 struct PackageRules {
-  std::string engine;          ///< what a manifest's "engine" says of the engine's packages
+  std::string engine;          ///< the "engine" in the manifests of the engine's packages
   std::string minimumVersion;  ///< a package below it is outdated
   std::string logCategory;
   std::function<bool(const std::string& sourceVoice)> hasVoice;
@@ -39,11 +39,12 @@ struct PackageRules {
 ///     voices/<voice>/voice.xml          sourceVoice
 ///     voices/<voice>/voiceSettings.xml  optional preferences
 ///
-/// all in the name/value form that TextToSpeechEngine::getParamFromXml() reads. What is missing,
-/// broken or not usable is left out, with one warning each. The first package with a uuid counts,
-/// and the first voice with a name. A package is outdated when its version, or the one that the
-/// host gives for it, is too low; its voices are offered unless another package of its language is
-/// current, and the language is outdated then.
+/// All files are in the name/value form that TextToSpeechEngine::getParamFromXml() reads; their names
+/// are in kqtts/package_names.hpp. The catalogue leaves out packages and voices that are missing,
+/// broken or unusable, and logs one warning for each. If several packages have one uuid, or several
+/// voices one name, the first counts. A package is outdated if its version is too low, in its manifest
+/// or as the host gives it. The catalogue then offers its voices and marks its language as outdated,
+/// unless another package of the language is current.
 class PackageCatalogue {
  public:
   PackageCatalogue() = default;

@@ -48,7 +48,7 @@ const TagRow* rowOf(std::string_view name) {
   return row == std::end(tagRows) ? nullptr : row;
 }
 
-// Those of <cctype> go by the locale.
+// The functions of <cctype> depend on the locale.
 bool isLetterOrDigit(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
 }
@@ -79,9 +79,9 @@ std::size_t spaceIn(std::string_view text) {
   return static_cast<std::size_t>(std::find_if(text.begin(), text.end(), isSpace) - text.begin());
 }
 
-/// What stands between the two backslashes of a tag.
+/// The text between the two backslashes of a tag.
 struct Tag {
-  std::string name;  ///< in lower case; empty if this is no tag
+  std::string name;  ///< in lower case; empty if the text is not a tag
   std::string_view value;
   bool hasValue = false;
 
@@ -137,7 +137,7 @@ MarkupItem toItem(const Tag& tag) {
   return {Kind::ignored, 0, 0, 0};
 }
 
-/// The tag that `rest` begins with, with its length; the length is 0 if there is none.
+/// Returns the tag that `rest` begins with and its length; the length is 0 if there is no tag.
 MarkupItem readTag(std::string_view rest) {
   std::string_view inner = rest.substr(1, longestTag);
   const std::size_t close = inner.find('\\');
@@ -156,7 +156,7 @@ MarkupItem readTag(std::string_view rest) {
   return {Kind::ignored, 0, 0, isTag && open < longestTag ? open + 1 : 0};
 }
 
-/// How much of `rest` is a piece of text. It has no tag at its begin.
+/// Returns the length of the next piece of text. `rest` does not begin with a tag.
 std::size_t textLength(std::string_view rest) {
   const std::string_view piece = rest.substr(0, MarkupReader::longestText);
   const std::size_t tag = piece.find('\\', 1);

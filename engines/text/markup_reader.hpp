@@ -32,23 +32,23 @@ struct MarkupItem {
 /// long text comes in pieces, which end after white space if possible.
 class MarkupReader {
  public:
-  /// \param text  stays alive and as it is
+  /// \param text  stays alive and unchanged
   explicit MarkupReader(std::string_view text) : text(text) {}
 
-  /// The next piece, or none at the end.
+  /// Returns the next piece, or none at the end.
   std::optional<MarkupItem> next();
 
-  /// Whether the last piece is text that goes on in the next one.
+  /// Whether the piece returned last is text that goes on in the next one.
   bool textGoesOn() const { return isInText && position < text.size() && text[position] != '\\'; }
 
-  /// No piece of text is longer, in bytes.
+  /// The longest piece of text, in bytes.
   static constexpr std::size_t longestText = 32768;
 
  private:
   std::string_view text;
   std::size_t position = 0;
   bool isInText = false;              ///< the last piece is text
-  std::optional<MarkupItem> waiting;  ///< comes before what stands at `position`
+  std::optional<MarkupItem> waiting;  ///< comes before the item at `position`
 };
 
 }  // namespace KQ::engines

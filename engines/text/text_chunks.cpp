@@ -51,7 +51,7 @@ void TextChunks::read() {
   }
 }
 
-/// What is pending.
+/// Returns the pending text.
 std::string_view TextChunks::rest() const {
   return text->view(pending.front().offset, size);
 }

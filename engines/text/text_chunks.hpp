@@ -13,18 +13,18 @@ using TextChunk = std::vector<MarkupItem>;
 
 /// Cuts a text into chunks of some kilobytes, at the ends of paragraphs or sentences where it can,
 /// so that neither the time nor the memory before the first sound depends on the length of the
-/// text. The first ones are shorter, where a cut is not heard.
+/// text. The first chunks are shorter if they can be cut without being heard.
 class TextChunks {
  public:
   TextChunks() = default;
   explicit TextChunks(SpokenText& text) { restart(text); }
 
-  /// Begins with a text, in the memory of the former one.
-  /// \param text  stays alive while it is read, by nobody else
+  /// Begins with another text, and keeps the memory.
+  /// \param text  stays alive; only this object reads it
   void restart(SpokenText& text);
 
-  /// The next chunk, valid until the next call, and the text before it is released; null behind the
-  /// last one. An empty text is one empty chunk.
+  /// Returns the next chunk, or null after the last one, and releases the text before it. Valid until
+  /// the next call. An empty text is one empty chunk.
   const TextChunk* next();
 
   /// No chunk is longer, in bytes.
@@ -40,9 +40,9 @@ class TextChunks {
   std::string_view rest() const;
 
   SpokenText* text = nullptr;
-  TextChunk chunk;       ///< the one that was given last
-  TextChunk pending;     ///< was read, and is in no chunk yet
-  std::size_t size = 0;  ///< of what is pending, in bytes
+  TextChunk chunk;       ///< the one that was returned last
+  TextChunk pending;     ///< was read, and is not in a chunk yet
+  std::size_t size = 0;  ///< of the pending text, in bytes
   std::size_t room = firstLongest;
   bool isRead = false;  ///< to its end
   bool finished = true;

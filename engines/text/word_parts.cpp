@@ -16,7 +16,7 @@ struct Range {
   char32_t last;
 };
 
-/// Of the scripts that put no blanks between words.
+/// The scripts without blanks between words.
 constexpr std::array<Range, 13> scriptsWithoutBlanks{{{0x0E00, 0x0EFF},      // Thai, Lao
                                                       {0x1000, 0x109F},      // Burmese
                                                       {0x1780, 0x17FF},      // Khmer
@@ -34,11 +34,11 @@ constexpr std::array<Range, 13> scriptsWithoutBlanks{{{0x0E00, 0x0EFF},      // 
 constexpr std::array<Range, 3> katakana{{{0x30A0, 0x30FF}, {0x31F0, 0x31FF}, {0xFF66, 0xFF9F}}};
 
 /// Letters that belong to the consonant before them: Thai and Lao vowels.
-constexpr std::array<Range, 4> vowelsBehind{
+constexpr std::array<Range, 4> vowelsAfter{
     {{0x0E30, 0x0E33}, {0x0E45, 0x0E45}, {0x0EB0, 0x0EB0}, {0x0EB2, 0x0EB3}}};
 
-/// What belongs to the consonant behind it: Thai and Lao vowels, and the signs that put a Burmese
-/// or Khmer consonant below another.
+/// Characters that belong to the consonant after them: Thai and Lao vowels, and the signs that put a
+/// Burmese or Khmer consonant below another.
 constexpr std::array<Range, 4> signsBefore{
     {{0x0E40, 0x0E44}, {0x0EC0, 0x0EC4}, {0x1039, 0x1039}, {0x17D2, 0x17D2}}};
 
@@ -57,9 +57,9 @@ bool isAsciiLetterOrDigit(char byte) {
   return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || isDigit(byte);
 }
 
-/// A character of a word, or what separates words.
+/// A character of a word, or a separator of words.
 struct Character {
-  std::size_t length = 0;  ///< in bytes; 0 for what separates words
+  std::size_t length = 0;  ///< in bytes; 0 for a separator
   char32_t point = 0;
 
   bool isOfWord() const { return length > 0; }
@@ -72,7 +72,7 @@ struct Character {
       return false;
     }
     const bool isOneSyllable =
-        next.belongsToTheOneBefore() || isIn(vowelsBehind, next.point) || isIn(signsBefore, point);
+        next.belongsToTheOneBefore() || isIn(vowelsAfter, next.point) || isIn(signsBefore, point);
     return !isOneSyllable && !(isIn(katakana, point) && isIn(katakana, next.point));
   }
 
@@ -142,14 +142,13 @@ Character characterBefore(std::string_view text, std::size_t place) {
 
 constexpr std::array<std::string_view, 5> joiners{"'", "-", "’", "\u200C", "\u200D"};
 
-/// Whether a character that is none of a word joins the two beside it to one word.
-bool isJoined(const Character& before, std::string_view joiner, const Character& behind) {
-  if (!before.isOfWord() || !behind.isOfWord() || before.needsNoBlanks() ||
-      behind.needsNoBlanks()) {
+/// Whether a character that is not part of a word joins its neighbours to one word.
+bool isJoined(const Character& before, std::string_view joiner, const Character& after) {
+  if (!before.isOfWord() || !after.isOfWord() || before.needsNoBlanks() || after.needsNoBlanks()) {
     return false;
   }
   if (joiner == "." || joiner == ",") {
-    return before.point >= '0' && before.point <= '9' && behind.point >= '0' && behind.point <= '9';
+    return before.point >= '0' && before.point <= '9' && after.point >= '0' && after.point <= '9';
   }
   return std::find(joiners.begin(), joiners.end(), joiner) != joiners.end();
 }
@@ -193,9 +192,9 @@ std::size_t WordParts::lengthAt(std::size_t place, std::size_t longest) const {
   return 0;
 }
 
-bool joinWords(std::string_view before, std::string_view behind) {
+bool joinWords(std::string_view before, std::string_view after) {
   const Character last = characterBefore(before, before.size());
-  const Character first = characterAt(behind, 0);
+  const Character first = characterAt(after, 0);
   return last.isOfWord() && first.isOfWord() && !last.isApartFrom(first);
 }
 

@@ -10,17 +10,17 @@ namespace KQ::engines {
 ///
 /// A word is a run of letters, numerals and marks of any script, with single apostrophes, hyphens
 /// and zero-width joiners between two of them, and full stops and commas between two digits:
-/// "don't", "R2-D2", "3.5". What is no UTF-8 separates words.
+/// "don't", "R2-D2", "3.5". Invalid UTF-8 separates words.
 ///
-/// Such a run is one part, unless it holds characters of scripts that put no blanks between words:
-/// those of Chinese, Japanese, Thai, Lao, Khmer and Burmese. Each of them begins a part, but for
-/// what belongs to the one before: marks, signs of repetition and length, a Thai or Lao vowel,
-/// katakana behind katakana. A word has one or more parts then.
+/// Such a run is one part, unless it holds characters of scripts without blanks between words: those
+/// of Chinese, Japanese, Thai, Lao, Khmer and Burmese. Each of these characters begins a part, except
+/// if it belongs to the one before: marks, signs of repetition and length, a Thai or Lao vowel,
+/// katakana after katakana. A word then has one or more parts.
 ///
-/// Any place may be asked for, and what lies far from it costs nothing and changes nothing.
+/// Results for a place depend only on the text near it, and take time only for that.
 class WordParts {
  public:
-  /// \param text  stays alive and as it is
+  /// \param text  stays alive and unchanged
   explicit WordParts(std::string_view text) : text(text) {}
 
   bool beginsAt(std::size_t place) const;
@@ -32,9 +32,8 @@ class WordParts {
   std::string_view text;
 };
 
-/// Whether two texts that stand side by side would have a part that reaches from one into the
-/// other.
-bool joinWords(std::string_view before, std::string_view behind);
+/// Whether a part would reach from one text into the other if they were joined.
+bool joinWords(std::string_view before, std::string_view after);
 
 /// A word in lower case, whatever its script.
 std::string toLowerCase(std::string_view word);

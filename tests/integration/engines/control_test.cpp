@@ -76,7 +76,7 @@ TEST_F(Speaking, NoAudioBufferIsLongerThanFiftyMilliseconds) {
   }
 }
 
-TEST_F(Speaking, SinkThatWantsNoMoreEndsItAsStopped) {
+TEST_F(Speaking, RefusingHostEndsItAsStopped) {
   int buffers = 0;
   speaking.host.atAudio = [&] { return ++buffers < 3; };
   speaking->startSynthetizer(test::longText());
@@ -105,7 +105,7 @@ TEST_F(Speaking, AnotherUtteranceFollowsAStoppedOne) {
   EXPECT_THAT(speaking.host.ends(), ElementsAre(SpeechEnd::stopped, SpeechEnd::finished));
 }
 
-TEST_F(Speaking, AnUtteranceAfterAStoppedOneSoundsAsEver) {
+TEST_F(Speaking, AnUtteranceAfterAStoppedOneSoundsAsAlways) {
   const double normal = test::length(test::spoken("Hello"));
   int buffers = 0;
   speaking.host.atAudio = [&] { return ++buffers != 40; };
@@ -134,7 +134,7 @@ TEST_F(Speaking, PauseHoldsIt) {
   EXPECT_TRUE(speaking.host.ends().empty());
 }
 
-TEST_F(Speaking, PauseFromAnEventHoldsRightThere) {
+TEST_F(Speaking, PauseFromAnEventHoldsAtOnce) {
   speaking.host.atAudio = [&] {
     if (speaking->isPaused()) {
       toldWhilePaused.open();
@@ -217,7 +217,7 @@ TEST_F(Speaking, IsRefusedByAnInactiveEngine) {
   EXPECT_THAT([&] { speaking->startSynthetizer("Hello"); }, test::throwsNotActive("startTalking"));
 }
 
-TEST_F(Speaking, ExceptionOfTheSinkPassesThroughAndEndsItAsFailed) {
+TEST_F(Speaking, ExceptionOfTheHostPassesThroughAndEndsItAsFailed) {
   speaking.host.atAudio = []() -> bool { throw std::runtime_error("no more tape"); };
   EXPECT_THROW(speaking->startSynthetizer("Hello"), std::runtime_error);
   EXPECT_EQ(speaking.host.events(SpeechEvent::Kind::audio).size(), 1U);
@@ -268,7 +268,7 @@ TEST(FailingStart, IsFollowedByOneEndAndNoAudio) {
   EXPECT_TRUE(host.samples().empty());
 }
 
-TEST(FailingStart, IsWhatPassesThroughIfTheEndFailsToo) {
+TEST(FailingStart, IsThrownEvenIfTheEndFailsToo) {
   FailingHost host;
   host.atStart = true;
   host.atEnd = true;
@@ -286,7 +286,7 @@ TEST(FailingEnd, PassesThroughAndIsNotRepeated) {
   EXPECT_THAT(host.ends(), ElementsAre(SpeechEnd::finished));
 }
 
-TEST(NoHost, IsSpokenToAllTheSame) {
+TEST(NoHost, IsNoError) {
   test::LoadedEngine engine(nullptr);
   engine->initialize(test::engineUnderTest().packages);
   EXPECT_NO_THROW(engine->startSynthetizer("\\mrk=1\\ Hello"));

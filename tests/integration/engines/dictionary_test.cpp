@@ -22,8 +22,7 @@ class UsersDictionary : public ::testing::Test {
   UsersDictionary() { ::setenv("XDG_DATA_HOME", data.path().c_str(), 1); }
   ~UsersDictionary() override { ::unsetenv("XDG_DATA_HOME"); }
 
-  static bool add(FreshEngine& speaking, const std::string& word,
-                  const std::string& replacement) {
+  static bool add(FreshEngine& speaking, const std::string& word, const std::string& replacement) {
     return speaking->addToDictionary(word, replacement, "", "", "");
   }
 

@@ -11,10 +11,10 @@ namespace {
 
 using test::difference;
 using test::doubleVoice;
+using test::FreshEngine;
 using test::Samples;
 using test::setting;
 using test::settingsFile;
-using test::FreshEngine;
 using test::spoken;
 
 constexpr const char* pangram = "The quick brown fox jumps over the lazy dog";

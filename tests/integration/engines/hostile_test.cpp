@@ -57,7 +57,7 @@ TEST_P(StrangeText, IsSpokenToItsEnd) {
 
 INSTANTIATE_TEST_SUITE_P(Table, StrangeText, ::testing::ValuesIn(strangeTexts), test::RowName());
 
-TEST(StrangeTexts, TextBehindANulIsSpoken) {
+TEST(StrangeTexts, TextAfterANulIsSpoken) {
   SpeakingEngine speaking;
   const std::string text("one\0two", 7);
   speaking->startSynthetizer(text);
@@ -71,7 +71,7 @@ TEST(StrangeTexts, InvalidBytesSeparateWords) {
   EXPECT_THAT(speaking.host.words(text), ElementsAre("one", "two"));
 }
 
-TEST(StrangeTexts, CommandsOfTheSynthesiserAreNotObeyed) {
+TEST(StrangeTexts, CommandsOfTheSynthesiserAreIgnored) {
   const double normal = test::length(spoken("Hello my friend"));
   EXPECT_NEAR(test::length(spoken("\x01 Hello my friend")), normal, normal * 0.01);
   EXPECT_GT(test::length(spoken("\x01 80S Hello my friend")),
@@ -84,7 +84,7 @@ TEST(StrangeTexts, MarkupIsSpokenWithTagsToo) {
   EXPECT_NEAR(test::length(spoken("\\mrk=1\\ " + markup)), plain, plain * 0.03);
 }
 
-TEST(StrangeTexts, WordsBehindCharactersLeftOutAreTold) {
+TEST(StrangeTexts, WordsAfterSkippedCharactersAreEmitted) {
   SpeakingEngine speaking;
   const std::string text = "one \xE0\xA7\xA6\xE0\xA7\xA6 two";
   speaking->startSynthetizer(text);

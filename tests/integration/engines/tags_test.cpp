@@ -39,12 +39,12 @@ double levelBehindFirstWord(const std::string& text) {
   return test::level({samples.begin() + static_cast<std::ptrdiff_t>(begin), samples.end()});
 }
 
-TEST(Marks, AreToldInOrder) {
+TEST(Marks, AreEmittedInOrder) {
   EXPECT_THAT(marksIn("One \\mrk=1\\ two. \\mrk=22\\ Three, \\mrk=-3\\ four"),
               ElementsAre(1, 22, -3));
 }
 
-TEST(Marks, AtOnePlaceAreAllTold) {
+TEST(Marks, AtOnePlaceAreAllEmitted) {
   std::string text = "One ";
   std::vector<int> expected;
   for (int i = 0; i < 200; ++i) {
@@ -54,15 +54,15 @@ TEST(Marks, AtOnePlaceAreAllTold) {
   EXPECT_EQ(marksIn(text + " two"), expected);
 }
 
-TEST(Marks, AtTheEndsAreTold) {
+TEST(Marks, AtTheEndsAreEmitted) {
   EXPECT_THAT(marksIn("\\mrk=1\\Hello\\mrk=2\\"), ElementsAre(1, 2));
 }
 
-TEST(Marks, WithoutAnyTextAreTold) {
+TEST(Marks, WithoutAnyTextAreEmitted) {
   EXPECT_THAT(marksIn("\\mrk=1\\ \\mrk=2\\"), ElementsAre(1, 2));
 }
 
-TEST(Marks, InALongTextAreAllTold) {
+TEST(Marks, InALongTextAreAllEmitted) {
   std::string text;
   std::vector<int> expected;
   for (int i = 0; i < 1000; ++i) {
@@ -72,7 +72,7 @@ TEST(Marks, InALongTextAreAllTold) {
   EXPECT_EQ(marksIn(text), expected);
 }
 
-TEST(Marks, StandAtTheWordBehindThem) {
+TEST(Marks, ComeAtTheNextWord) {
   SpeakingEngine speaking;
   speaking->startSynthetizer("Hello wonderful \\mrk=1\\ world");
   const std::uint64_t mark = speaking.host.events(Kind::mark).at(0).word.samplePosition;
@@ -93,7 +93,7 @@ TEST(Pauses, AreSilenceOfTheirLength) {
   EXPECT_NEAR(milliseconds(test::longestSilence(with).length), 500, 10);
 }
 
-TEST(Pauses, StandBetweenTheirWords) {
+TEST(Pauses, ComeBetweenTheirWords) {
   SpeakingEngine speaking;
   speaking->startSynthetizer("Hello \\Pau=500\\ my friend");
   const std::uint64_t word = speaking.host.events(Kind::word).at(1).word.samplePosition;
@@ -150,7 +150,7 @@ TEST(Speed, InTheTextIsPercent) {
   EXPECT_NEAR(half / normal, 2, 0.15);
 }
 
-TEST(Speed, InTheTextIsOnTopOfTheEngines) {
+TEST(Speed, InTheTextMultipliesTheEngines) {
   const auto twice = [](KQ::TextToSpeechEngine& engine) { engine.setParameter("speed", 200); };
   const double normal = test::length(spoken("The quick brown fox jumps over the lazy dog"));
   const double both =
@@ -163,7 +163,7 @@ TEST(Level, InTheTextIsPercent) {
   EXPECT_NEAR(test::level(spoken("\\Vol=50\\Hello my friend")) / normal, 0.5, 0.03);
 }
 
-TEST(Level, InTheTextIsOnTopOfTheEngines) {
+TEST(Level, InTheTextMultipliesTheEngines) {
   const auto loud = [](KQ::TextToSpeechEngine& engine) { engine.setParameter("voiceLevel", 0.5F); };
   const double normal = test::level(spoken("Hello my friend"));
   EXPECT_NEAR(test::level(spoken("\\Vol=50\\Hello my friend", loud)) / normal, 0.25, 0.03);
@@ -174,18 +174,18 @@ TEST(Pitch, InTheTextIsPercent) {
   EXPECT_NEAR(test::pitch(spoken("\\VCT=150\\Hello my good old friend"), rate) / normal, 1.5, 0.1);
 }
 
-TEST(Reset, GoesBackToTheVoicesSettings) {
+TEST(Reset, RestoresTheVoicesSettings) {
   const double normal = test::length(spoken("Hello my friend"));
   const Samples reset = spoken("\\RSPD=50\\\\Vol=10\\\\VCT=200\\\\RST\\Hello my friend");
   EXPECT_NEAR(test::length(reset) / normal, 1, 0.02);
 }
 
-TEST(Reset, BehindAWordHoldsForTheNextOnes) {
+TEST(Reset, AfterAWordAppliesToTheNextWords) {
   const double normal = levelBehindFirstWord("Hello my friend");
   EXPECT_NEAR(levelBehindFirstWord("\\Vol=10\\Hello \\RST\\my friend") / normal, 1, 0.05);
 }
 
-TEST(Settings, InTheTextHoldAllAtOnce) {
+TEST(Settings, InTheTextApplyTogether) {
   const std::string text = "The quick brown fox jumps over the lazy dog";
   const Samples normal = spoken(text);
   const Samples changed = spoken("\\RSPD=50\\\\Vol=50\\\\VCT=150\\" + text);
@@ -195,7 +195,7 @@ TEST(Settings, InTheTextHoldAllAtOnce) {
   EXPECT_NEAR(test::pitch(changed, rate) / test::pitch(normal, rate), 1.5, 0.15);
 }
 
-TEST(Settings, InTheTextTakeThePlaceOfFormerOnes) {
+TEST(Settings, InTheTextReplaceFormerOnes) {
   const double normal = levelBehindFirstWord("Hello my friend");
   EXPECT_NEAR(levelBehindFirstWord("\\Vol=10\\Hello \\Vol=50\\my friend") / normal, 0.5, 0.05);
 }
