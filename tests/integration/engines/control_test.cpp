@@ -39,7 +39,7 @@ class Speaking : public ::testing::Test {
 
   std::size_t samplesEmitted() const { return speaking.host.samples().size(); }
 
-  // What an event uses outlives the speech.
+  // Events use it, so it outlives the speech.
   test::Latch inEvent;
   test::Latch paused;
   test::Latch toldWhilePaused;
@@ -117,7 +117,7 @@ TEST_F(Speaking, AnUtteranceAfterAStoppedOneSoundsAsAlways) {
 }
 
 TEST_F(Speaking, PauseHoldsIt) {
-  // The engine is paused while a buffer is being told; the next one must not come.
+  // The engine is paused while the host receives a buffer; the next one must not come.
   speaking.host.atAudio = [&] {
     if (isPausedOnce) {
       toldWhilePaused.open();

@@ -26,7 +26,7 @@ class UsersDictionary : public ::testing::Test {
     return speaking->addToDictionary(word, replacement, "", "", "");
   }
 
-  /// What is spoken with "machine" for "robot".
+  /// Whether the engine speaks "machine" for "robot".
   static test::Samples spokenWithEntry(const std::string& text) {
     return test::spoken(text, [](KQ::TextToSpeechEngine& engine) {
       engine.addToDictionary("robot", "machine", "", "", "");
@@ -53,7 +53,7 @@ TEST_F(UsersDictionary, WithoutItsWordsChangesNothing) {
   EXPECT_EQ(spokenWithEntry("Nothing of that"), test::spoken("Nothing of that"));
 }
 
-TEST_F(UsersDictionary, TellsTheWordsOfTheHostsText) {
+TEST_F(UsersDictionary, ReportsTheWordsOfTheHostsText) {
   const std::string text = "One robot, \\Pau=10\\ two robots and a Robot";
   FreshEngine speaking;
   add(speaking, "robot", longReplacement);
@@ -76,7 +76,7 @@ TEST_F(UsersDictionary, LeavesWordsOfALongTextWhole) {
   EXPECT_EQ(words, expected);
 }
 
-TEST_F(UsersDictionary, KeepsMarksWhereTheyStand) {
+TEST_F(UsersDictionary, KeepsThePlacesOfMarks) {
   FreshEngine speaking;
   add(speaking, "robot", longReplacement);
   speaking->startSynthetizer("\\mrk=1\\ robot \\mrk=2\\ robot");
@@ -128,7 +128,7 @@ TEST_F(UsersDictionary, KnowsExactSpellings) {
   EXPECT_FALSE(replacesRobot(speaking));
 }
 
-TEST_F(UsersDictionary, TellsWhetherAnEntryIsNew) {
+TEST_F(UsersDictionary, ReportsWhetherAnEntryIsNew) {
   FreshEngine speaking;
   EXPECT_TRUE(add(speaking, "robot", "machine"));
   EXPECT_FALSE(add(speaking, "robot", "machine"));
@@ -147,7 +147,7 @@ TEST_F(UsersDictionary, ShowsItsEntriesInTheLog) {
                           "\"robot\" is spoken as \"machine\""));
 }
 
-TEST_F(UsersDictionary, RefusesHostileEntriesByItsOwnName) {
+TEST_F(UsersDictionary, RefusesHostileEntriesUnderTheEnginesName) {
   FreshEngine speaking;
   EXPECT_THAT([&] { add(speaking, "robot", "\\Pau=600000\\"); },
               test::throwsKQError(test::engineUnderTest().name, "addToDictionary",

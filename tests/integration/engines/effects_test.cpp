@@ -61,7 +61,7 @@ TEST_F(Effects, SpeedOfAnEffectIsPercent) {
   EXPECT_NEAR(test::length(fast) / test::length(plain), 0.5, 0.05);
 }
 
-TEST_F(Effects, SwitchedOffAgainEverythingIsAsBefore) {
+TEST_F(Effects, SwitchedOffTheyChangeNothing) {
   const Samples again = spoken(pangram, [&](KQ::TextToSpeechEngine& engine) {
     engine.loadEffect(effectFile(doubleVoice("1.5", "1", "0.1")));
     engine.applyEffect("effect", true);
@@ -72,7 +72,7 @@ TEST_F(Effects, SwitchedOffAgainEverythingIsAsBefore) {
   EXPECT_EQ(again, plain);
 }
 
-TEST_F(Effects, FilterTakesAwayTheLowestPartAndLeavesTheRest) {
+TEST_F(Effects, FilterRemovesOnlyTheLowestPart) {
   const Samples filtered =
       spoken(pangram, [](KQ::TextToSpeechEngine& engine) { engine.enableFilter(true); });
   ASSERT_EQ(filtered.size(), plain.size());
@@ -98,7 +98,7 @@ TEST_F(Effects, MarksStayAtTheirPlaces) {
   EXPECT_EQ(position(true), position(false));
 }
 
-TEST_F(Effects, WordsAreToldBeforeTheirAudio) {
+TEST_F(Effects, WordsComeBeforeTheirAudio) {
   FreshEngine speaking;
   speaking->loadEffect(effectFile(setting("pitchShift", "2")));
   speaking->applyEffect("effect", true);

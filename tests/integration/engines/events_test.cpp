@@ -11,7 +11,7 @@ using test::SpeechEvent;
 using Kind = test::SpeechEvent::Kind;
 using ::testing::ElementsAre;
 
-TEST(Events, BeginWithTheStartAndCloseWithTheEnd) {
+TEST(Events, BeginWithTheStartAndEndWithTheEnd) {
   SpeakingEngine speaking;
   speaking->startSynthetizer("Hello world");
   const std::vector<SpeechEvent> events = speaking.host.events();
@@ -58,14 +58,14 @@ TEST(Events, NameTheSameWordTwiceInARowTwice) {
   EXPECT_THAT(speaking.host.words(text), ElementsAre("bye", "bye"));
 }
 
-TEST(Events, NameWordsBehindEscapedCharactersAndTags) {
+TEST(Events, NameWordsAfterEscapedCharactersAndTags) {
   SpeakingEngine speaking;
   const std::string text = "a < b \\mrk=3\\ & \\Vol=50\\ ñandú";
   speaking->startSynthetizer(text);
   EXPECT_EQ(speaking.host.words(text).back(), "ñandú");
 }
 
-TEST(Events, NameWordsFarBehindInALongText) {
+TEST(Events, NameWordsLateInALongText) {
   SpeakingEngine speaking;
   std::string text;
   for (int i = 0; i < 300; ++i) {

@@ -50,7 +50,7 @@ TEST(TwoEngines, SpeakOneAfterAnother) {
   EXPECT_THAT(second.host.ends(), ElementsAre(SpeechEnd::finished));
 }
 
-/// Two engines, the first of which speaks and holds the synthesiser.
+/// Two engines: the first one speaks and holds the synthesiser, the second one waits.
 class WaitingEngine : public ::testing::Test {
  protected:
   WaitingEngine() {
@@ -135,7 +135,7 @@ TEST(Threads, SeveralStartsOfOneEngineAreOneUtteranceAfterAnother) {
   EXPECT_EQ(speaking.host.ends().size(), 6U);
 }
 
-TEST(Threads, EveryOperationMayStormAtOnce) {
+TEST(Threads, AllOperationsMayBeCalledAtOnce) {
   const test::EngineUnderTest& other = test::engineUnderTest();
   SpeakingEngine speaking;
   std::atomic<bool> over{false};
@@ -196,7 +196,7 @@ TEST(Threads, EveryOperationMayStormAtOnce) {
   EXPECT_EQ(speaking.host.ends().size(), 60U);
 }
 
-TEST(Threads, TerminateBesideAStartOftenEnough) {
+TEST(Threads, TerminateDuringAStart) {
   const std::vector<zu::PackageInfo> packages = test::engineUnderTest().packages;
   for (int round = 0; round < 300; ++round) {
     SpeakingEngine speaking(packages);
@@ -216,7 +216,7 @@ TEST(Threads, TerminateBesideAStartOftenEnough) {
   }
 }
 
-TEST(Threads, TerminateOfTheManagerBesideARoutedStart) {
+TEST(Threads, TerminateOfTheManagerDuringARoutedStart) {
   zu::path::addLibDir(BUILT_LIBRARIES);
   const std::vector<zu::PackageInfo> packages = test::engineUnderTest().packages;
   const auto languages = test::languageTable();

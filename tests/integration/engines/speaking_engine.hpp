@@ -17,22 +17,22 @@
 
 namespace test {
 
-/// What the tests of all engines need to know of the engine that their program is for.
+/// The facts about an engine that the tests of all engines need.
 struct EngineUnderTest {
   std::string plugin;                        ///< "nuance"
-  std::string name;                          ///< as getName() says
-  std::string library;                       ///< of the synthesiser, as the process's map shows it
+  std::string name;                          ///< as getName() returns it
+  std::string library;                       ///< of the synthesiser, as in the process's memory map
   std::vector<zu::PackageInfo> packages;     ///< the first one's default voice is English
   std::vector<zu::PackageInfo> allPackages;  ///< all that the engine can use
   std::string voice;                         ///< the one that speaks in the tests, in English
   std::string otherLanguage;                 ///< of `otherVoice`
   std::string otherVoice;
   int samplingRate;
-  std::size_t lengthOfStrangeTexts;  ///< so long that they are spoken in a second or two
-  int strangeTexts;                  ///< random ones, as many as are spoken in a second or two
+  std::size_t lengthOfStrangeTexts;  ///< spoken in a second or two
+  int strangeTexts;                  ///< random ones, spoken in a second or two
 };
 
-/// Each program has its own.
+/// Each program defines it.
 const EngineUnderTest& engineUnderTest();
 
 /// A package of the build tree.
@@ -40,12 +40,12 @@ inline zu::PackageInfo builtPackage(const std::string& name) {
   return {"", "", std::string(BUILT_DATA) + "/packages/" + name};
 }
 
-/// One that is not in use unless a host asks for it.
+/// A package of the build tree that is used only if a host asks for it.
 inline zu::PackageInfo optionalPackage(const std::string& name) {
   return {"", "", std::string(BUILT_DATA) + "/optional-packages/" + name};
 }
 
-/// Those in use, in the order of their names.
+/// Returns the packages in use, in the order of their names.
 inline std::vector<zu::PackageInfo> builtPackages() {
   std::vector<zu::PackageInfo> packages;
   for (const auto& entry :
@@ -57,7 +57,7 @@ inline std::vector<zu::PackageInfo> builtPackages() {
   return packages;
 }
 
-/// One for all: each new one logs its languages.
+/// Returns one table for all tests, because each new one logs its languages.
 inline boost::shared_ptr<KQ::TTSLanguageInfo> languageTable() {
   static const auto table = boost::make_shared<KQ::TTSLanguageInfo>();
   return table;

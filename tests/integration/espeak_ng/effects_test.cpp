@@ -12,10 +12,10 @@ namespace {
 
 using test::difference;
 using test::doubleVoice;
+using test::FreshEngine;
 using test::Samples;
 using test::setting;
 using test::settingsFile;
-using test::FreshEngine;
 using test::spoken;
 
 constexpr const char* pangram = "The quick brown fox jumps over the lazy dog";
@@ -74,7 +74,7 @@ struct PitchRow {
 
 class EspeakPitch : public EffectsOfEspeak, public ::testing::WithParamInterface<PitchRow> {};
 
-TEST_P(EspeakPitch, IsReachedWhereTheSynthesiserCannot) {
+TEST_P(EspeakPitch, IsReachedBeyondTheSynthesisersRange) {
   const auto shiftedBy = [&](const char* factor) {
     return spoken(pangram, [&](KQ::TextToSpeechEngine& engine) {
       engine.setCurrentVoice(GetParam().voice);

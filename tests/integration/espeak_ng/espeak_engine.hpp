@@ -4,7 +4,7 @@
 
 namespace test {
 
-/// What the default packages leave to another engine.
+/// The package of English, which the default packages leave to another engine.
 inline zu::PackageInfo englishPackage() {
   return optionalPackage("espeak-ng-english");
 }

@@ -15,8 +15,8 @@
 
 namespace {
 
-using test::Samples;
 using test::FreshEngine;
+using test::Samples;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::Pair;
@@ -60,7 +60,7 @@ const LanguageRow languageRows[] = {
 
 class EveryLanguage : public ::testing::TestWithParam<LanguageRow> {
  protected:
-  /// What the synthesiser's own program makes of the sentence.
+  /// The samples of the sentence, spoken by the synthesiser's own program.
   Samples programsSamples() const {
     const std::string file = (folder.path() / "program.wav").string();
     const std::string text = folder.write("sentence.txt", GetParam().sentence).string();
@@ -129,7 +129,7 @@ TEST(Languages, AreThoseOfTheLanguageTable) {
   EXPECT_EQ(languages, KQ::TTSLanguageInfo().getLanguages());
 }
 
-TEST(Languages, StandInTheOrderOfThePackages) {
+TEST(Languages, ComeInTheOrderOfThePackages) {
   FreshEngine speaking({test::builtPackage("turkish"), test::builtPackage("czech")});
   EXPECT_THAT(speaking->getAvailableLanguages(), ElementsAre("Turkish", "Czech"));
 }
@@ -217,7 +217,7 @@ TEST(Voices, ThoseOfAllLanguagesAreAvailableToo) {
   EXPECT_THAT(speaking->getAllAvailableVoices(), Contains(Pair("french-male", "French")));
 }
 
-TEST(Voices, TheDefaultOneIsToldForEachLanguage) {
+TEST(Voices, EachLanguageHasADefaultOne) {
   FreshEngine speaking;
   EXPECT_EQ(speaking->getDefaultVoiceForLanguage("French"), "french-male");
   EXPECT_EQ(speaking->getDefaultVoiceForLanguage("German"), "");
@@ -248,7 +248,7 @@ TEST(Engine, HasTheSynthesisersSamplingRate) {
   EXPECT_EQ(speaking.host.samplingRate(), 22050);
 }
 
-TEST(Engine, SpeaksBehindTheManager) {
+TEST(Engine, SpeaksThroughTheManager) {
   zu::path::addLibDir(BUILT_LIBRARIES);
   test::SpeechRecorder host;
   KQ::TextToSpeechManager manager(&host, test::languageTable());
@@ -258,7 +258,7 @@ TEST(Engine, SpeaksBehindTheManager) {
   EXPECT_GT(test::level(host.samples()), 500);
 }
 
-TEST(Engine, LeavesTheLocaleAsItIs) {
+TEST(Engine, KeepsTheLocale) {
   const std::string before = std::setlocale(LC_ALL, nullptr);
   FreshEngine speaking;
   EXPECT_EQ(std::setlocale(LC_ALL, nullptr), before);

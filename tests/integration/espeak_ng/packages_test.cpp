@@ -59,7 +59,7 @@ class Packages : public ::testing::Test {
 
   void write(const std::string& file, const std::string& content) { folder.write(file, content); }
 
-  /// What is spoken with the preferences of a voice.
+  /// The samples of a sentence, spoken with the preferences of a voice.
   test::Samples spokenWith(const std::string& preferences) {
     const zu::PackageInfo info = voicedPackage("tuned", {});
     write("tuned/voices/tuned/voiceSettings.xml", settingsFile(preferences));
@@ -87,13 +87,13 @@ TEST_F(Packages, WithoutAnyTheEngineIsNotUsable) {
   EXPECT_THAT(log.lines(), warned("None of the 0 installed packages"));
 }
 
-TEST_F(Packages, OfAnotherEngineAreNotOurs) {
+TEST_F(Packages, OfAnotherEngineAreIgnored) {
   Manifest manifest;
   manifest.engine = "flite";
   EXPECT_FALSE(initializes({voicedPackage("other", manifest)}));
 }
 
-TEST_F(Packages, OfAnotherEngineAreNoReasonToWarn) {
+TEST_F(Packages, OfAnotherEngineCauseNoWarning) {
   Manifest manifest;
   manifest.engine = "flite";
   const SpeakingEngine speaking({voicedPackage("other", manifest), test::builtPackage("french")});
@@ -171,7 +171,7 @@ INSTANTIATE_TEST_SUITE_P(Table, KnownVoice,
                          ::testing::Values("en-us", "gmw/en-US", "English (America)", "en-gb-x-rp",
                                            "roa/fr+f2", "ko+whisper"));
 
-TEST_F(Packages, LanguageOfTheSynthesiserStandsForItsBestVoice) {
+TEST_F(Packages, LanguageOfTheSynthesiserMeansItsBestVoice) {
   const zu::PackageInfo info = package("some", {});
   voice("some", "language", "en");
   voice("some", "file", "gmw/en");
@@ -194,7 +194,7 @@ TEST_F(Packages, DefaultVoiceIsTheOneThatTheManifestNames) {
   EXPECT_EQ(SpeakingEngine({info})->getCurrentVoice(), "second");
 }
 
-TEST_F(Packages, DefaultVoiceIsElseTheFirstOne) {
+TEST_F(Packages, DefaultVoiceIsOtherwiseTheFirstOne) {
   Manifest manifest;
   manifest.more = setting("defaultVoice", "third");
   const zu::PackageInfo info = package("some", manifest);
@@ -275,7 +275,7 @@ TEST_F(Packages, FirstOneOfAUuidCounts) {
   EXPECT_THAT(speaking->getAvailableVoices(), ElementsAre(Key("first")));
 }
 
-TEST_F(Packages, BrokenManifestIsNotOurs) {
+TEST_F(Packages, WithABrokenManifestAreIgnored) {
   const zu::PackageInfo info = voicedPackage("broken", {});
   write("broken/manifest.xml", "<Any><Setting name=\"engine\" value=\"espeak-ng\"/>");
   SpeakingEngine speaking({info, test::builtPackage("french")});

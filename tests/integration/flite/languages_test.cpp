@@ -19,7 +19,7 @@ using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::Key;
 
-/// Real plug-ins behind the real manager.
+/// The real manager with real plug-ins.
 class Manager : public ::testing::Test {
  protected:
   explicit Manager() { zu::path::addLibDir(BUILT_LIBRARIES); }

@@ -54,7 +54,7 @@ double secondsOf(const std::string& text,
   return seconds(speaking.host.events(Kind::mark).back());
 }
 
-TEST(LogEngine, TellsStartWordsMarksAndEndWithoutASound) {
+TEST(LogEngine, EmitsStartWordsMarksAndEndWithoutSound) {
   SpeakingEngine speaking;
   const std::string text = "One \\mrk=7\\ two, \"three\"!";
   speaking->startSynthetizer(text);
@@ -189,7 +189,7 @@ std::vector<std::string> records(const test::LogRecorder& log) {
   return messages;
 }
 
-TEST(LogRecord, TellsWhatWasSaid) {
+TEST(LogRecord, HasWhatWasSaid) {
   SpeakingEngine speaking;
   const test::LogRecorder log;
   speaking->startSynthetizer("fifteen letters\\mrk=1\\");
@@ -198,7 +198,7 @@ TEST(LogRecord, TellsWhatWasSaid) {
                           "seconds of speech: 1.00)"));
 }
 
-TEST(LogRecord, TellsOfAnUtteranceCutShort) {
+TEST(LogRecord, ReportsAnUtteranceCutShort) {
   SpeakingEngine speaking;
   speaking.host.atMark = [&] { speaking->stopSynthetizer(); };
   const test::LogRecorder log;
@@ -267,7 +267,7 @@ const struct {
     {"ControlCharacters", "one \x01 two"},
 };
 
-TEST(LogEngine, SeparatesWordsAtWhatIsNoText) {
+TEST(LogEngine, SeparatesWordsAtInvalidText) {
   for (const auto& row : strangeTexts) {
     SpeakingEngine speaking;
     speaking->startSynthetizer(row.text);

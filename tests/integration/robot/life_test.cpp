@@ -21,11 +21,11 @@ class EngineLife : public ::testing::TestWithParam<LivingEngine> {
   EngineLife() { zu::path::addLibDir(BUILT_LIBRARIES); }
 };
 
-TEST_P(EngineLife, KeepsNothingOfItsUtterances) {
+TEST_P(EngineLife, KeepsNoMemoryAfterUtterances) {
   EXPECT_LT(gainedEachTime(bench::growthOverUtterances, GetParam(), 100, 500), 16);
 }
 
-TEST_P(EngineLife, LeavesNothingBehind) {
+TEST_P(EngineLife, KeepsNoMemoryAfterItsEnd) {
   EXPECT_LT(gainedEachTime(bench::growthOverLives, GetParam(), 10, 50), 100);
 }
 

@@ -180,7 +180,7 @@ TEST_P(HighPassGain, IsThatOfFourthOrderButterworth) {
 INSTANTIATE_TEST_SUITE_P(Table, HighPassGain, ::testing::ValuesIn(gains),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST(EffectChain, HighPassTakesAwayAnOffset) {
+TEST(EffectChain, HighPassRemovesAnOffset) {
   const Samples offset(second, 5000);
   const Samples filtered = changed(highPass, offset);
   ASSERT_EQ(filtered.size(), offset.size());

@@ -78,7 +78,7 @@ TEST_F(DictionaryOnDisk, IsTheUsersAlone) {
   EXPECT_EQ(fs::status(english().path()).permissions(), fs::owner_read | fs::owner_write);
 }
 
-TEST_F(DictionaryOnDisk, LeavesNothingButFileAndLock) {
+TEST_F(DictionaryOnDisk, ConsistsOfFileAndLock) {
   english().update(adding("robot", "machine man"));
   EXPECT_EQ(filesInFolder(), 2U);
 }
@@ -88,7 +88,7 @@ TEST_F(DictionaryOnDisk, IsNotWrittenWithoutAChange) {
   EXPECT_FALSE(fs::exists(english().path()));
 }
 
-TEST_F(DictionaryOnDisk, StaysAsItWasWhenTheChangeFails) {
+TEST_F(DictionaryOnDisk, StaysUnchangedWhenTheChangeFails) {
   english().update(adding("robot", "machine man"));
   EXPECT_THROW(english().update([](UserDictionary& dictionary) {
     dictionary.add({"other", "x"});
@@ -107,7 +107,7 @@ TEST_F(DictionaryOnDisk, IsReplacedAsAWhole) {
   EXPECT_EQ(text.str(), "robot\tmachine man\tany\n");
 }
 
-TEST_F(DictionaryOnDisk, LanguagesAreApart) {
+TEST_F(DictionaryOnDisk, LanguagesHaveTheirOwnFiles) {
   english().update(adding("robot", "machine man"));
   EXPECT_TRUE(DictionaryFile(folder(), "French").read().entries().empty());
 }
@@ -133,7 +133,7 @@ TEST_F(DictionaryOnDisk, ProcessesLoseNothingOfEachOther) {
   EXPECT_EQ(english().read().entries().size(), std::size_t{processes * rounds});
 }
 
-TEST_F(DictionaryOnDisk, ThatAnotherProcessKeepsIsAnErrorInTheEnd) {
+TEST_F(DictionaryOnDisk, LockedByAnotherProcessIsAnErrorInTheEnd) {
   english().update(adding("robot", "machine man"));
   const int holder = ::open((folder() / "English.lock").c_str(), O_RDWR);
   ASSERT_EQ(::flock(holder, LOCK_EX), 0);
@@ -142,7 +142,7 @@ TEST_F(DictionaryOnDisk, ThatAnotherProcessKeepsIsAnErrorInTheEnd) {
   ::close(holder);
 }
 
-TEST_F(DictionaryOnDisk, InAFolderThatCannotBeMadeIsAnError) {
+TEST_F(DictionaryOnDisk, WithoutAFolderIsAnError) {
   temp.write("deep", "");
   EXPECT_THAT([&] { english().update(adding("robot", "x")); },
               ThrowsMessage<DictionaryError>(HasSubstr("cannot be made")));
@@ -206,7 +206,7 @@ TEST_F(DictionaryOnDisk, OddLanguageStaysInTheFolder) {
   }
 }
 
-TEST_F(DictionaryOnDisk, OddLanguagesAreApart) {
+TEST_F(DictionaryOnDisk, OddLanguagesHaveTheirOwnFiles) {
   EXPECT_EQ(DictionaryFile(folder(), "a/b").path().filename(), "a%2Fb.txt");
   EXPECT_EQ(DictionaryFile(folder(), "a%2Fb").path().filename(), "a%252Fb.txt");
 }

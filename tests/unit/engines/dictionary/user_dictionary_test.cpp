@@ -32,19 +32,19 @@ class Dictionary : public ::testing::Test {
   UserDictionary dictionary;
 };
 
-TEST_F(Dictionary, ExactEntryGoesFirst) {
+TEST_F(Dictionary, ExactEntryWins) {
   dictionary.add({"Robot", "Karel", true});
   EXPECT_EQ(replacement("Robot"), "Karel");
   EXPECT_EQ(replacement("robot"), "machine man");
 }
 
-TEST_F(Dictionary, EntryTakesTheFormerOnesPlace) {
+TEST_F(Dictionary, EntryReplacesTheFormerOne) {
   EXPECT_TRUE(dictionary.add({"ROBOT", "servant"}));
   EXPECT_EQ(replacement("robot"), "servant");
   EXPECT_EQ(dictionary.entries().size(), 4U);
 }
 
-TEST_F(Dictionary, EntryThatIsThereChangesNothing) {
+TEST_F(Dictionary, SameEntryChangesNothing) {
   EXPECT_FALSE(dictionary.add({"Robot", "machine man"}));
 }
 
@@ -68,7 +68,7 @@ TEST_F(Dictionary, EntriesAreListedByWord) {
   EXPECT_THAT(words, ElementsAre("KQ!", "queue", "robot", "été"));
 }
 
-TEST_F(Dictionary, LongestEntryGoesFirst) {
+TEST_F(Dictionary, LongestEntryWins) {
   dictionary.add({"重", "a"});
   dictionary.add({"重庆", "b"});
   dictionary.add({"重庆银行", "c"});
@@ -149,7 +149,7 @@ TEST(UserDictionary, HoldsALimitedNumberOfEntries) {
   EXPECT_THROW(dictionary.add({"another", "x"}), DictionaryError);
 }
 
-TEST(UserDictionary, WordsMayStandSideBySideInAnEntry) {
+TEST(UserDictionary, EntryMayHaveSeveralWordsWithoutBlanks) {
   UserDictionary dictionary;
   EXPECT_TRUE(dictionary.add({"卡拉OK", "karaoke"}));
   EXPECT_TRUE(dictionary.add({"T恤", "shirt"}));

@@ -39,7 +39,7 @@ TEST_F(Effects, AreOffWhenLoaded) {
   EXPECT_TRUE(effects.applied().empty());
 }
 
-TEST_F(Effects, AreCalledAsTheirFile) {
+TEST_F(Effects, HaveTheNameOfTheirFile) {
   load(setting("pitchShift", "1.5"));
   effects.apply("robot", true);
   ASSERT_EQ(effects.applied().size(), 1U);
@@ -60,7 +60,7 @@ TEST_F(Effects, HoldAllPreferences) {
   EXPECT_EQ(tuning.doubleVoice.delay, 0.02F);
 }
 
-TEST_F(Effects, WhatTheFileDoesNotNameStaysAsItIs) {
+TEST_F(Effects, KeepNormalValuesThatTheFileDoesNotName) {
   load(setting("pitchShift", "0"));
   effects.apply("robot", true);
   const VoiceTuning tuning = effects.applied().at(0);
@@ -77,14 +77,14 @@ TEST_F(Effects, CanBeSwitchedOff) {
   EXPECT_TRUE(effects.applied().empty());
 }
 
-TEST_F(Effects, LoadedAnewStayOnWithTheNewValues) {
+TEST_F(Effects, StayOnWithTheNewValuesWhenReloaded) {
   load(setting("pitchShift", "1.5"));
   effects.apply("robot", true);
   load(setting("pitchShift", "0.75"));
   EXPECT_EQ(effects.applied().at(0).pitch, 0.75F);
 }
 
-TEST_F(Effects, ThatCannotBeLoadedAnewStayAsTheyWere) {
+TEST_F(Effects, StayUnchangedWhenReloadingFails) {
   load(setting("pitchShift", "1.5"));
   effects.apply("robot", true);
   EXPECT_THROW(load(setting("pitchShift", "9")), KQError);

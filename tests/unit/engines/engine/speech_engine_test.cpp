@@ -45,7 +45,7 @@ class EngineWithoutSynthesizer : public ::testing::Test {
   KQ::engines::SpeechEngine engine{traits(), nullptr, boost::make_shared<KQ::TTSLanguageInfo>()};
 };
 
-TEST_F(EngineWithoutSynthesizer, IsNotUsableAndTellsWhy) {
+TEST_F(EngineWithoutSynthesizer, IsNotUsableAndLogsWhy) {
   EXPECT_FALSE(engine.initialize({package("lost")}));
   EXPECT_THAT(log.messages(), Contains("Its data are gone."));
 }

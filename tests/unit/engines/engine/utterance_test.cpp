@@ -24,10 +24,10 @@ constexpr int samplingRate = 22050;
 constexpr std::size_t bufferSize = 441;
 const AudioEffects lateEffects{1.5F, {{1.25F, 0.5F, 0.1F}}, true};
 
-/// An utterance of a buzz, told in buffers.
+/// An utterance of a buzz, emitted in buffers.
 class ChangedUtterance : public ::testing::Test {
  protected:
-  void tellBuffers(int count) {
+  void emitBuffers(int count) {
     const Samples buffer = test::tone(300, bufferSize, samplingRate);
     for (int i = 0; i < count; ++i) {
       utterance.emitAudio(buffer.data(), buffer.size(), samplingRate);
@@ -60,7 +60,7 @@ TEST_F(ChangedUtterance, WithoutEffectsIsPassedOnAsItIs) {
 
 TEST_F(ChangedUtterance, LosesNothingAtTheEnd) {
   utterance.setEffects(lateEffects);
-  utterance.run([&] { tellBuffers(50); });
+  utterance.run([&] { emitBuffers(50); });
   EXPECT_EQ(host.samples().size(), 50 * bufferSize + samplingRate / 10);
   EXPECT_THAT(host.ends(), ElementsAre(SpeechEnd::finished));
 }
@@ -68,17 +68,17 @@ TEST_F(ChangedUtterance, LosesNothingAtTheEnd) {
 TEST_F(ChangedUtterance, CountsTheSynthesisersSamples) {
   utterance.setEffects(lateEffects);
   utterance.run([&] {
-    tellBuffers(3);
+    emitBuffers(3);
     EXPECT_EQ(utterance.samplesEmitted(), 3 * bufferSize);
   });
 }
 
-TEST_F(ChangedUtterance, TellsAMarkBetweenItsSamples) {
+TEST_F(ChangedUtterance, EmitsAMarkBetweenItsSamples) {
   utterance.setEffects(lateEffects);
   utterance.run([&] {
-    tellBuffers(20);
+    emitBuffers(20);
     utterance.emitMark(7, utterance.samplesEmitted());
-    tellBuffers(20);
+    emitBuffers(20);
   });
   ASSERT_EQ(host.events(EventKind::mark).size(), 1U);
   EXPECT_EQ(host.events(EventKind::mark)[0].number, 7);
@@ -86,27 +86,27 @@ TEST_F(ChangedUtterance, TellsAMarkBetweenItsSamples) {
   EXPECT_EQ(samplesBefore(EventKind::mark), 20 * bufferSize);
 }
 
-TEST_F(ChangedUtterance, TellsAWordBeforeItsSamples) {
+TEST_F(ChangedUtterance, EmitsAWordBeforeItsSamples) {
   utterance.setEffects(lateEffects);
   utterance.run([&] {
-    tellBuffers(20);
+    emitBuffers(20);
     utterance.emitWord({4, 5, utterance.samplesEmitted() + 100});
-    tellBuffers(20);
+    emitBuffers(20);
   });
   ASSERT_EQ(host.events(EventKind::word).size(), 1U);
   EXPECT_EQ(host.events(EventKind::word)[0].word.textOffset, 4U);
   EXPECT_EQ(samplesBefore(EventKind::word), 20 * bufferSize + 100);
 }
 
-TEST_F(ChangedUtterance, TellsEventsInTheOrderOfTheirPositions) {
+TEST_F(ChangedUtterance, EmitsEventsInTheOrderOfTheirPositions) {
   utterance.setEffects(lateEffects);
   utterance.run([&] {
-    tellBuffers(20);
+    emitBuffers(20);
     const std::uint64_t told = utterance.samplesEmitted();
     utterance.emitWord({0, 1, told + 300});
     utterance.emitMark(1, told + 100);
     utterance.emitMark(2, told + 100);
-    tellBuffers(20);
+    emitBuffers(20);
   });
   EXPECT_EQ(host.events(EventKind::mark)[0].number, 1);
   EXPECT_EQ(host.events(EventKind::mark)[1].number, 2);
@@ -114,7 +114,7 @@ TEST_F(ChangedUtterance, TellsEventsInTheOrderOfTheirPositions) {
   EXPECT_EQ(samplesBefore(EventKind::word), 20 * bufferSize + 300);
 }
 
-TEST_F(ChangedUtterance, WithoutAudioTellsEventsAtOnce) {
+TEST_F(ChangedUtterance, WithoutAudioEmitsEventsAtOnce) {
   utterance.setEffects(lateEffects);
   utterance.run([&] {
     utterance.emitWord({0, 1, 300});
@@ -124,28 +124,28 @@ TEST_F(ChangedUtterance, WithoutAudioTellsEventsAtOnce) {
   });
 }
 
-TEST_F(ChangedUtterance, TellsEventsBehindTheLastSample) {
+TEST_F(ChangedUtterance, EmitsEventsAfterTheLastSample) {
   utterance.setEffects({1, {}, true});
   utterance.run([&] {
-    tellBuffers(2);
+    emitBuffers(2);
     utterance.emitMark(1, 100000);
   });
   EXPECT_EQ(host.events(EventKind::mark).size(), 1U);
 }
 
-TEST_F(ChangedUtterance, TellsAMarkAtTheVeryEnd) {
+TEST_F(ChangedUtterance, EmitsAMarkAtTheVeryEnd) {
   utterance.setEffects(lateEffects);
   utterance.run([&] {
-    tellBuffers(20);
+    emitBuffers(20);
     utterance.emitMark(7, utterance.samplesEmitted());
   });
   EXPECT_EQ(samplesBefore(EventKind::mark), 20 * bufferSize);
 }
 
-TEST_F(ChangedUtterance, StoppedOneTellsNothingOfWhatWasHeldBack) {
+TEST_F(ChangedUtterance, StoppedOneEmitsNothingThatWasDelayed) {
   utterance.setEffects(lateEffects);
   utterance.run([&] {
-    tellBuffers(20);
+    emitBuffers(20);
     control.stop();
     utterance.emitMark(7, 0);
   });
@@ -165,7 +165,7 @@ TEST_F(ChangedUtterance, StopDuringTheRestEndsIt) {
     return true;
   };
   utterance.run([&] {
-    tellBuffers(20);
+    emitBuffers(20);
     utterance.emitMark(7, utterance.samplesEmitted());
     allIsSpoken = true;
   });
@@ -173,18 +173,18 @@ TEST_F(ChangedUtterance, StopDuringTheRestEndsIt) {
   EXPECT_THAT(host.ends(), ElementsAre(SpeechEnd::stopped));
 }
 
-TEST_F(ChangedUtterance, RefusingSinkEndsIt) {
+TEST_F(ChangedUtterance, RefusingHostEndsIt) {
   utterance.setEffects(lateEffects);
   host.atAudio = [] { return false; };
-  utterance.run([&] { tellBuffers(50); });
+  utterance.run([&] { emitBuffers(50); });
   EXPECT_EQ(host.events(EventKind::audio).size(), 1U);
   EXPECT_THAT(host.ends(), ElementsAre(SpeechEnd::stopped));
 }
 
-TEST_F(ChangedUtterance, FailingSinkEndsIt) {
+TEST_F(ChangedUtterance, FailingHostEndsIt) {
   utterance.setEffects(lateEffects);
   host.atAudio = []() -> bool { throw std::runtime_error("no more"); };
-  EXPECT_THROW(utterance.run([&] { tellBuffers(50); }), std::runtime_error);
+  EXPECT_THROW(utterance.run([&] { emitBuffers(50); }), std::runtime_error);
   EXPECT_EQ(host.events(EventKind::audio).size(), 1U);
   EXPECT_THAT(host.ends(), ElementsAre(SpeechEnd::failed));
 }
@@ -192,19 +192,19 @@ TEST_F(ChangedUtterance, FailingSinkEndsIt) {
 TEST_F(ChangedUtterance, FailedSynthesisIsNotPlayedOut) {
   utterance.setEffects(lateEffects);
   EXPECT_THROW(utterance.run([&] {
-    tellBuffers(20);
+    emitBuffers(20);
     throw std::runtime_error("cannot speak");
   }),
                std::runtime_error);
   EXPECT_LT(host.samples().size(), 20 * bufferSize);
 }
 
-TEST_F(ChangedUtterance, PauseHoldsWhatIsHeldBack) {
+TEST_F(ChangedUtterance, PauseHoldsDelayedAudio) {
   utterance.setEffects({1, {{1.5F, 1, 0.5F}}, false});
   test::Latch spoken;
   std::thread speech([&] {
     utterance.run([&] {
-      tellBuffers(20);
+      emitBuffers(20);
       control.pause();
       spoken.open();
     });

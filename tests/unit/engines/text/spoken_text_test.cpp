@@ -104,8 +104,8 @@ TEST_F(Spoken, WithoutDictionaryIsTheTextItself) {
   EXPECT_EQ(result.inOriginal({2, 5, 42}).textOffset, 2U);
 }
 
-TEST_F(Spoken, TagsStayTagsWhateverIsPutIntoThem) {
-  // With a shorter word behind it, the unclosed tag would be one of at most 256 bytes.
+TEST_F(Spoken, ReplacementsNeverMakeOrBreakTags) {
+  // With the shorter word, the unclosed tag would be closed within 256 bytes.
   dictionary.add({std::string(100, 'x'), "y"});
   const std::string text = "\\Style=a " + std::string(100, 'x') + std::string(200, ' ') + "\\";
   SpokenText result(text, &dictionary);
@@ -118,7 +118,7 @@ TEST_F(Spoken, TagsStayTagsWhateverIsPutIntoThem) {
 
 // Places ---------------------------------------------------------------------------------------
 
-/// Where a part of what is spoken stands in the original.
+/// Returns the part of the original that a part of the text comes from.
 std::string inOriginal(const SpokenText& spoken, const std::string& all,
                        const std::string& original, const std::string& part) {
   const SpeechWord word = spoken.inOriginal({all.find(part), part.size(), 42});
@@ -126,7 +126,7 @@ std::string inOriginal(const SpokenText& spoken, const std::string& all,
   return original.substr(word.textOffset, word.textLength);
 }
 
-TEST_F(Spoken, PlacesAreThoseOfTheOriginal) {
+TEST_F(Spoken, PlacesMapToTheOriginal) {
   const std::string text = "one robot, two KQ three \\Pau=1\\ four";
   SpokenText result(text, &dictionary);
   const std::string all = read(result);
@@ -136,7 +136,7 @@ TEST_F(Spoken, PlacesAreThoseOfTheOriginal) {
   }
 }
 
-TEST_F(Spoken, PartsOfAReplacementStandForTheWholeWord) {
+TEST_F(Spoken, PartsOfAReplacementMapToTheWholeWord) {
   const std::string text = "one robot, two KQ";
   SpokenText result(text, &dictionary);
   const std::string all = read(result);
@@ -172,7 +172,7 @@ TEST_F(Spoken, IsReadInShortPieces) {
 
 TEST_F(Spoken, PiecesHoldWholeCharacters) {
   for (const char* some : {"。", "é", "日", "😀"}) {
-    // The first piece would end behind one byte of the longest of them.
+    // The first piece would end after the first byte of the longest character.
     const std::string text = "aaa" + repeat(some, 10000);
     SpokenText result(text, &dictionary);
     while (const auto item = result.next()) {
@@ -181,7 +181,7 @@ TEST_F(Spoken, PiecesHoldWholeCharacters) {
   }
 }
 
-TEST_F(Spoken, ForgetsWhatWasReleased) {
+TEST_F(Spoken, DropsReleasedText) {
   const std::string text = repeat("robot ", 100000);
   SpokenText result(text, &dictionary);
   while (const auto item = result.next()) {

@@ -32,7 +32,7 @@ std::vector<std::string> cut(const std::string& text) {
   return all;
 }
 
-TEST(TextChunks, OfAnEmptyTextAreOneEmptyOne) {
+TEST(TextChunks, OfAnEmptyTextAreOneEmptyChunk) {
   EXPECT_THAT(cut(""), ElementsAre(""));
 }
 

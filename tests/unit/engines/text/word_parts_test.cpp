@@ -43,7 +43,7 @@ TEST(WordParts, AreJoinedByZeroWidthJoiners) {
   EXPECT_THAT(partsOf("می\u200Cخواهم क्\u200Dष"), ElementsAre("می\u200Cخواهم", "क्\u200Dष"));
 }
 
-TEST(WordParts, LeaveOutApostrophesAndHyphensOutside) {
+TEST(WordParts, ExcludeApostrophesAndHyphensAtTheirEnds) {
   EXPECT_THAT(partsOf("'quoted' -x- a--b ’c’"), ElementsAre("quoted", "x", "a", "b", "c"));
 }
 
@@ -52,11 +52,11 @@ TEST(WordParts, OfDigitsAreJoinedByFullStopsAndCommas) {
               ElementsAre("3.5", "1,000", "end", "Next", "7", "8", "x"));
 }
 
-TEST(WordParts, AreSeparatedByWhatIsNoUtf8) {
+TEST(WordParts, AreSeparatedByInvalidUtf8) {
   EXPECT_THAT(partsOf("a\xFFz\xC3 b\x80z\xE2\x80 \x80\xA9"), ElementsAre("a", "z", "b", "z"));
 }
 
-TEST(WordParts, AreNoneWhereNoneIs) {
+TEST(WordParts, AreFoundOnlyAtWords) {
   EXPECT_THAT(partsOf(""), IsEmpty());
   EXPECT_THAT(partsOf(" .,-'’ \n 😀。"), IsEmpty());
 }
@@ -65,7 +65,7 @@ TEST(WordParts, AreCharactersWhereThereAreNoBlanks) {
   EXPECT_THAT(partsOf("重庆。すし ㄅ"), ElementsAre("重", "庆", "す", "し", "ㄅ"));
 }
 
-TEST(WordParts, AreCharactersOfTheScriptsThatUnicodeSays) {
+TEST(WordParts, AreCharactersOfTheScriptsThatUnicodeNames) {
   constexpr char32_t behindHan = 0x32000;
   for (char32_t point = 0x80; point < behindHan; ++point) {
     if (const std::optional<bool> expected = oracle::needsNoBlanks(point)) {
@@ -104,7 +104,7 @@ TEST(WordParts, MayBeTooLong) {
   EXPECT_EQ(WordParts(text).lengthAt(1, 128), 128U);
 }
 
-TEST(JoinWords, TellsWhetherTwoTextsMakeOneWord) {
+TEST(JoinWords, ReportsWhetherTwoTextsMakeOneWord) {
   EXPECT_TRUE(KQ::engines::joinWords("qing", "yin"));
   EXPECT_TRUE(KQ::engines::joinWords("é", "2"));
   EXPECT_FALSE(KQ::engines::joinWords("qing", "银"));
