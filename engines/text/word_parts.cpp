@@ -109,7 +109,7 @@ bool isOfWord(char32_t point) {
   }
 }
 
-Character characterAt(std::string_view text, std::size_t place) {
+Character wordCharacterAt(std::string_view text, std::size_t place) {
   if (place >= text.size()) {
     return {};
   }
@@ -127,7 +127,7 @@ Character characterAt(std::string_view text, std::size_t place) {
 }
 
 /// The character that ends at a place.
-Character characterBefore(std::string_view text, std::size_t place) {
+Character wordCharacterBefore(std::string_view text, std::size_t place) {
   constexpr std::size_t longestCharacter = 4;
   if (place == 0) {
     return {};
@@ -136,7 +136,7 @@ Character characterBefore(std::string_view text, std::size_t place) {
   while (begin > 0 && place - begin < longestCharacter && isUtf8Continuation(text[begin])) {
     --begin;
   }
-  const Character character = characterAt(text, begin);
+  const Character character = wordCharacterAt(text, begin);
   return character.length == place - begin ? character : Character();
 }
 
@@ -156,31 +156,31 @@ bool isJoined(const Character& before, std::string_view joiner, const Character&
 }  // namespace
 
 bool WordParts::beginsAt(std::size_t place) const {
-  const Character first = characterAt(text, place);
+  const Character first = wordCharacterAt(text, place);
   if (!first.isOfWord() || place == 0) {
     return first.isOfWord();
   }
-  const Character before = characterBefore(text, place);
+  const Character before = wordCharacterBefore(text, place);
   if (before.isOfWord()) {
     return before.isApartFrom(first);
   }
   const std::size_t length = isUtf8Continuation(text[place - 1]) && place >= 3 ? 3 : 1;
-  return !isJoined(characterBefore(text, place - length), text.substr(place - length, length),
+  return !isJoined(wordCharacterBefore(text, place - length), text.substr(place - length, length),
                    first);
 }
 
 std::size_t WordParts::lengthAt(std::size_t place, std::size_t longest) const {
-  Character last = characterAt(text, place);
+  Character last = wordCharacterAt(text, place);
   std::size_t end = place + last.length;
   while (end - place <= longest) {
-    Character next = characterAt(text, end);
+    Character next = wordCharacterAt(text, end);
     if (next.isOfWord()) {
       if (last.isApartFrom(next)) {
         return end - place;
       }
     } else {
       const std::size_t length = end < text.size() && utf8Length(text.substr(end)) == 3 ? 3 : 1;
-      next = characterAt(text, end + length);
+      next = wordCharacterAt(text, end + length);
       if (end >= text.size() || !isJoined(last, text.substr(end, length), next)) {
         return end - place;
       }
@@ -193,8 +193,8 @@ std::size_t WordParts::lengthAt(std::size_t place, std::size_t longest) const {
 }
 
 bool joinWords(std::string_view before, std::string_view after) {
-  const Character last = characterBefore(before, before.size());
-  const Character first = characterAt(after, 0);
+  const Character last = wordCharacterBefore(before, before.size());
+  const Character first = wordCharacterAt(after, 0);
   return last.isOfWord() && first.isOfWord() && !last.isApartFrom(first);
 }
 

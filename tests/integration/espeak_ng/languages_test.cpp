@@ -87,7 +87,7 @@ TEST_P(EveryLanguage, SoundsAsFromTheSynthesisersOwnProgram) {
 }
 
 TEST_P(EveryLanguage, SaysMinus) {
-  SpeakingEngine speaking(test::espeakPackages());
+  FreshEngine speaking(test::espeakPackages());
   speaking->setCurrentLanguage(GetParam().name);
   const std::string text = "5 − 3";
   speaking->startSynthetizer(text);
@@ -95,7 +95,7 @@ TEST_P(EveryLanguage, SaysMinus) {
 }
 
 TEST_P(EveryLanguage, SaysMoneyAndDegrees) {
-  SpeakingEngine speaking(test::espeakPackages());
+  FreshEngine speaking(test::espeakPackages());
   speaking->setCurrentLanguage(GetParam().name);
   const std::string text = "5 € 7 ℃";
   speaking->startSynthetizer(text);
