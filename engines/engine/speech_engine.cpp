@@ -6,7 +6,6 @@
 #include <zu/log.hpp>
 
 #include "engine/warning.hpp"
-#include "text/language_rewriter.hpp"
 #include "text/utf8.hpp"
 
 namespace KQ::engines {
@@ -133,8 +132,8 @@ void SpeechEngine::xStartSynthetizer(const std::string& text) {
   const Sound wanted = sound(*now);
   utterance.setEffects(wanted.effects);
   const auto dictionary = dictionaries.loaded(now->language);
-  LanguageRewriter rewriter(now->synthesizer->language(wanted.settings.sourceVoice));
-  SpokenText spoken(text, dictionary.get(), &rewriter);
+  const auto rewriter = now->synthesizer->rewriter(wanted.settings.sourceVoice);
+  SpokenText spoken(text, dictionary.get(), rewriter.get());
   utterance.setText(spoken);
   Synthesizer& synthesizer = *now->synthesizer;
   const Turn turn(synthesizer.turns(), [&] { return utterance.isStopped(); });

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <string>
 
 #include "engine/turn_queue.hpp"
 #include "engine/utterance.hpp"
 #include "text/spoken_text.hpp"
+#include "text/text_rewriter.hpp"
 
 namespace KQ::engines {
 
@@ -30,9 +32,10 @@ class Synthesizer {
   /// Whether the synthesiser has a voice of that name.
   virtual bool hasVoice(const std::string& sourceVoice) const = 0;
 
-  /// The language that the synthesiser reads with a voice, as a locale names it. Signs are written as
-  /// words of that language. "" leaves the text unchanged.
-  virtual std::string language(const std::string& /*sourceVoice*/) const { return ""; }
+  /// Returns what rewrites a text for a voice, or null to leave it as it is. Serves one utterance.
+  virtual std::unique_ptr<TextRewriter> rewriter(const std::string& /*sourceVoice*/) const {
+    return nullptr;
+  }
 
   /// How much of a change of pitch the synthesiser makes itself. The engine shifts the pitch of the
   /// audio by the rest.

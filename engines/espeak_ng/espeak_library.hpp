@@ -11,6 +11,7 @@ namespace KQ::engines {
 
 /// The synthesiser's name in the engine, errors and logs.
 inline constexpr const char* espeakName = "eSpeak NG";
+inline constexpr const char* espeakLogCategory = "engine.espeak-ng";
 
 /// The voice for a text, and how it is to sound.
 struct EspeakVoice {

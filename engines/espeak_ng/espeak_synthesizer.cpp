@@ -3,6 +3,13 @@
 #include <algorithm>
 #include <charconv>
 #include <cstring>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include "engine/warning.hpp"
+#include "japanese/japanese_rewriter.hpp"
+#include "text/language_rewriter.hpp"
 
 namespace KQ::engines {
 
@@ -83,7 +90,29 @@ std::size_t endOf(const TextChunk& chunk) {
   return chunk.empty() ? 0 : chunk.back().offset + chunk.back().length;
 }
 
+/// Says once in a process that kanji cannot be read.
+void warnOfMissingDictionary() {
+  static std::once_flag warned;
+  std::call_once(warned, [] {
+    warn(espeakLogCategory,
+         std::string("Kanji are not read, since MeCab has no dictionary: install ") +
+             JapaneseRewriter::dictionaryPackage);
+  });
+}
+
 }  // namespace
+
+std::unique_ptr<TextRewriter> EspeakSynthesizer::rewriter(const std::string& sourceVoice) const {
+  const std::string language = languageOfVoice(library.voiceFile(sourceVoice));
+  std::unique_ptr<TextRewriter> rewriter = std::make_unique<LanguageRewriter>(language);
+  if (language != "ja") {
+    return rewriter;
+  }
+  if (!JapaneseRewriter::hasDictionary()) {
+    warnOfMissingDictionary();
+  }
+  return std::make_unique<JapaneseRewriter>(std::move(rewriter));
+}
 
 void EspeakSynthesizer::speak(SpokenText& text, const SpeechSettings& settings,
                               Utterance& utterance) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <memory>
 #include <vector>
 
 #include "engine/parameter_table.hpp"
@@ -24,9 +25,7 @@ class EspeakSynthesizer : public Synthesizer {
   bool hasVoice(const std::string& sourceVoice) const override {
     return !library.voiceFile(sourceVoice).empty();
   }
-  std::string language(const std::string& sourceVoice) const override {
-    return languageOfVoice(library.voiceFile(sourceVoice));
-  }
+  std::unique_ptr<TextRewriter> rewriter(const std::string& sourceVoice) const override;
   /// The range that all voices reach.
   float ownPitchShift(float factor) const override { return std::clamp(factor, 0.75F, 1.6F); }
   TurnQueue& turns() override { return EspeakLibrary::turns(); }

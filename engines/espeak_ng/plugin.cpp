@@ -8,7 +8,7 @@ KQ::engines::EngineTraits KQ::engines::pluginTraits() {
   traits.name = espeakName;
   traits.packageEngine = "espeak-ng";
   traits.minimumVersion = "1.0";
-  traits.logCategory = "engine.espeak-ng";
+  traits.logCategory = espeakLogCategory;
   traits.openSynthesizer = [] { return std::make_shared<EspeakSynthesizer>(); };
   traits.moreParameters = EspeakSynthesizer::ownParameters();
   return traits;

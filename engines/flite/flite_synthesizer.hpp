@@ -1,11 +1,13 @@
 #pragma once
 
 #include <algorithm>
+#include <memory>
 #include <vector>
 
 #include "engine/parameter_table.hpp"
 #include "engine/synthesizer.hpp"
 #include "flite/flite_library.hpp"
+#include "text/language_rewriter.hpp"
 
 namespace KQ::engines {
 
@@ -22,7 +24,9 @@ class FliteSynthesizer : public Synthesizer {
   bool hasVoice(const std::string& sourceVoice) const override {
     return library.hasVoice(sourceVoice);
   }
-  std::string language(const std::string& /*sourceVoice*/) const override { return "en"; }
+  std::unique_ptr<TextRewriter> rewriter(const std::string& /*sourceVoice*/) const override {
+    return std::make_unique<LanguageRewriter>("en");
+  }
   /// The range that all voices reach.
   float ownPitchShift(float factor) const override { return std::clamp(factor, 0.6F, 2.F); }
   TurnQueue& turns() override { return FliteLibrary::turns(); }
