@@ -91,7 +91,7 @@ std::size_t paragraphEnd(std::string_view text, std::size_t begin) {
   return text.size();
 }
 
-/// Whether what follows a place tells a sentence's end from an abbreviation: a letter does.
+/// Whether the text after a place shows if a sentence ends there: it does if it has a letter.
 bool isDecided(std::string_view text, std::size_t place) {
   for (Character next = characterAt(text, place); next.length > 0;
        next = characterAt(text, place += next.length)) {

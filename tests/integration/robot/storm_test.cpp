@@ -20,7 +20,7 @@ Clock::duration stormTime() {
   return std::chrono::milliseconds(wanted == nullptr ? 2000 : 1000 * std::atol(wanted));
 }
 
-/// Counts utterances, and events that do not belong to the utterance of the thread that tells them.
+/// Counts utterances, and events that do not belong to the utterance of the thread that emits them.
 class StrictHost : public TextToSpeechEngineCallbackInterface {
  public:
   void onStart() override {

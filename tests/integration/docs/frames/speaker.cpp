@@ -1,4 +1,4 @@
-// What a fragment may take for granted: it stands in a host that has a speaker.
+// The frame of the fragments in the speaker's guide: a host with a speaker and options.
 #include <iostream>
 #include <kqtts/speaker.hpp>
 

@@ -80,7 +80,7 @@ TEST(TextChunks, AreNotCutWithinACharacter) {
 struct CutRow {
   const char* name;
   std::string best;   ///< where it is cut
-  std::string worse;  ///< what stands behind it, and is no place for a cut
+  std::string worse;  ///< the text after it, with a worse place for a cut
 };
 
 const CutRow cuts[] = {
