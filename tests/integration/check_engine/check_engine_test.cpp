@@ -86,7 +86,7 @@ json checkNamed(const json& report, const std::string& name) {
   return {};
 }
 
-// What keeps the contract -------------------------------------------------------------------------
+// Engines that keep the contract ------------------------------------------------------------------
 
 TEST_F(CheckEngineTest, AGoodEnginePassesEveryCheck) {
   const Outcome outcome = runSpecimen({});
@@ -94,11 +94,11 @@ TEST_F(CheckEngineTest, AGoodEnginePassesEveryCheck) {
   EXPECT_THAT(outcome.output, HasSubstr(", 0 failed, 0 not run"));
 }
 
-// What does not -----------------------------------------------------------------------------------
+// Engines that do not -----------------------------------------------------------------------------
 
 struct Fault {
-  const char* name;     ///< as the specimen knows it
-  const char* check;    ///< that finds it
+  const char* name;     ///< the specimen's name for the fault
+  const char* check;    ///< the check that finds it
   const char* finding;  ///< part of the report
   const char* timeout = "30";
 };
@@ -133,7 +133,7 @@ TEST_P(BrokenEngineTest, IsFoundOut) {
   EXPECT_THAT(check.at("findings").dump(), HasSubstr(fault.finding));
 }
 
-constexpr const char* soon = "2";  ///< for faults that only time shows
+constexpr const char* soon = "2";  ///< for faults that only a timeout shows
 
 const Fault faults[] = {
     {"exit in load", "entry-points", "load_plugin(): the plug-in ended its process with status 3"},
@@ -201,7 +201,7 @@ TEST_F(CheckEngineTest, AFileThatIsNoLibraryIsAFinding) {
   EXPECT_THAT(outcome.output, HasSubstr("the library cannot be opened"));
 }
 
-// What cannot be checked --------------------------------------------------------------------------
+// Plug-ins that cannot be checked -----------------------------------------------------------------
 
 TEST_F(CheckEngineTest, WithoutAPackageSpeechIsNotRunAndNotPassed) {
   const Outcome outcome = run({SPECIMEN_ENGINE, "--packages", path("."), "--json"});
@@ -222,7 +222,7 @@ TEST_F(CheckEngineTest, WhatNeedsABrokenCheckIsNotRun) {
   EXPECT_THAT(checkNamed(report, "languages").at("reason"), HasSubstr("it needs initialize"));
 }
 
-// How it is asked and what it answers -------------------------------------------------------------
+// Options and reports -----------------------------------------------------------------------------
 
 TEST_F(CheckEngineTest, AnEngineIsFoundByName) {
   const Outcome outcome = run({"specimen", "--engines", ENGINE_FOLDER, "--check", "entry-points"});

@@ -1,5 +1,5 @@
-// An engine plug-in that keeps the contract, but for the one fault that the environment variable
-// SPECIMEN_FAULT names.
+// An engine plug-in that keeps the contract, except for one fault that the environment variable
+// SPECIMEN_FAULT selects.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <unistd.h>
@@ -30,7 +30,7 @@ bool faulty(const char* fault) {
   }
 }
 
-/// Opens this library once more, and never gives that back.
+/// Opens this library again, and never closes it.
 void holdThisLibrary() {
   static const char inThisLibrary = 0;
   Dl_info library = {};
@@ -38,7 +38,8 @@ void holdThisLibrary() {
   static_cast<void>(dlopen(library.dli_fname, RTLD_NOW));
 }
 
-/// Speaks 20 ms for each byte. Its packages are those whose manifest names the engine "specimen".
+/// Speaks each byte as 20 ms of audio. Its packages are those whose manifest names the engine
+/// "specimen".
 class SpecimenEngine : public KQ::TextToSpeechEngine {
  public:
   SpecimenEngine(TextToSpeechEngineCallbackInterface* callback,

@@ -41,20 +41,20 @@ using Infection = std::function<void(Patient&)>;
 struct Illness {
   const char* name;
   Infection infect;
-  const char* cause;     ///< that doctor names
-  const char* evidence;  ///< in the finding
+  const char* cause;     ///< the cause that doctor reports
+  const char* evidence;  ///< a part of the finding
 };
 
 std::ostream& operator<<(std::ostream& output, const Illness& illness) {
   return output << illness.name;
 }
 
-/// Makes the plug-in fall ill, as patient_plugin.cpp knows it.
+/// Makes the plug-in misbehave; patient_plugin.cpp has the names.
 Infection fault(const std::string& name) {
   return [name](Patient& patient) { patient.environment["TEST_FAULT"] = name; };
 }
 
-/// What doctor says of a patient. Plug-ins that hang are not waited for long.
+/// Returns what doctor reports about a patient. The timeout for plug-ins that hang is short.
 Answer examine(const Illness& illness) {
   Patient patient;
   illness.infect(patient);

@@ -13,7 +13,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-/// What is asked, and what is meant by it.
+/// A name that `explain` gets, and the language or voice that it means.
 struct Question {
   const char* name;
   const char* asked;

@@ -1,4 +1,4 @@
-// A library that a plug-in needs, and that is not where it is looked for.
+// A library that a plug-in needs, in a folder that the loader does not search.
 
 __attribute__((visibility("default"))) int somethingNeeded() {
   return 0;

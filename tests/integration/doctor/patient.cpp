@@ -10,7 +10,7 @@ namespace fs = boost::filesystem;
 
 namespace {
 
-/// A copy of the program, so that it finds nothing beside itself, and its libraries in a folder
+/// A copy of the program, which so finds no engines next to itself, and its libraries in a folder
 /// without plug-ins. Made once.
 class Program {
  public:

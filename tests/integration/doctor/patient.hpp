@@ -12,7 +12,7 @@
 
 namespace doctor_test {
 
-/// What the program says of an installation.
+/// The program's report about an installation.
 struct Answer {
   int status = 0;
   nlohmann::json report;
@@ -24,8 +24,8 @@ struct Answer {
   std::vector<std::string> causes(const std::string& severity) const;
 };
 
-/// An installation in a folder of its own, with the program and its libraries and nothing else that
-/// is installed on the machine.
+/// An installation in a separate folder, with the program, its libraries, and nothing else of the
+/// machine.
 ///
 /// It is healthy at first: it has the plug-in "nuance", which speaks a tone and takes packages for
 /// "tone", and an English package for it with the voice "bob".
@@ -33,9 +33,9 @@ class Patient {
  public:
   Patient();
 
-  /// The file of a plug-in, there or not.
+  /// The path of a plug-in, which need not exist.
   boost::filesystem::path plugin(const std::string& name) const;
-  /// Puts a file of the tests in the place of a plug-in.
+  /// Replaces a plug-in by a file of the tests.
   void installPlugin(const std::string& name, const std::string& library);
   void removePlugin(const std::string& name);
 

@@ -1,4 +1,4 @@
-// An engine plug-in that speaks a tone, and that TEST_FAULT in the environment makes fall ill.
+// An engine plug-in that speaks a tone. The environment variable TEST_FAULT selects a fault.
 #include <unistd.h>
 
 #include <cstdio>

@@ -16,7 +16,7 @@ namespace {
 using test::FreshEngine;
 using ::testing::ElementsAre;
 
-/// The user's dictionaries are in a folder of the test's own.
+/// The test has its own folder of the user's dictionaries.
 class UsersDictionary : public ::testing::Test {
  protected:
   UsersDictionary() { ::setenv("XDG_DATA_HOME", data.path().c_str(), 1); }
@@ -33,7 +33,7 @@ class UsersDictionary : public ::testing::Test {
     });
   }
 
-  /// Whether "robot" is spoken as something else.
+  /// Whether "robot" is replaced by another word.
   static bool replacesRobot(FreshEngine& speaking) {
     const std::size_t before = speaking.host.samples().size();
     speaking->startSynthetizer("robot");

@@ -19,7 +19,7 @@ using test::spoken;
 
 constexpr const char* pangram = "The quick brown fox jumps over the lazy dog";
 
-/// Effects that are made for a test.
+/// Writes effects for a test.
 class Effects : public ::testing::Test {
  protected:
   std::string effectFile(const std::string& settings) const {

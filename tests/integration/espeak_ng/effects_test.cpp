@@ -21,7 +21,7 @@ using test::spoken;
 constexpr const char* pangram = "The quick brown fox jumps over the lazy dog";
 constexpr int samplingRate = 22050;
 
-/// Effects and derived voices that are made for a test.
+/// Writes effects and derived voices for a test.
 class EffectsOfEspeak : public ::testing::Test {
  protected:
   Samples spokenWithEffect(const std::string& settings) {
@@ -31,7 +31,7 @@ class EffectsOfEspeak : public ::testing::Test {
     });
   }
 
-  /// With a voice that is derived from the usual one.
+  /// The samples of a voice that is derived from the usual one.
   Samples spokenWithVoice(const std::string& settings) {
     boost::filesystem::create_directories(folder.path() / "voices/derived");
     folder.write("manifest.xml",
@@ -67,7 +67,7 @@ TEST_F(EffectsOfEspeak, DoubleVoiceOfAnEffectIsThatOfAVoice) {
 }
 
 struct PitchRow {
-  const char* voice;  ///< whose shifted pitch can be measured
+  const char* voice;  ///< a voice whose shifted pitch can be measured
   const char* value;
   double factor;
 };

@@ -9,7 +9,7 @@ inline zu::PackageInfo englishPackage() {
   return optionalPackage("espeak-ng-english");
 }
 
-/// One for each language of the language table.
+/// One package for each language of the language table.
 inline std::vector<zu::PackageInfo> espeakPackages() {
   std::vector<zu::PackageInfo> packages = builtPackages();
   packages.push_back(englishPackage());

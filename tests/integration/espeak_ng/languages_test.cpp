@@ -24,8 +24,8 @@ using ::testing::Pair;
 struct LanguageRow {
   const char* name;
   const char* sentence;
-  const char* program;             ///< what the synthesiser's own program calls the voice
-  const char* asSpoken = nullptr;  ///< what that program reads, if it is not the sentence
+  const char* program;             ///< the synthesiser's own program's name for the voice
+  const char* asSpoken = nullptr;  ///< the text for that program, if it differs from the sentence
 };
 
 const LanguageRow languageRows[] = {

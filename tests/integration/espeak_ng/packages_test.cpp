@@ -24,7 +24,7 @@ using ::testing::Key;
 
 namespace fs = boost::filesystem;
 
-/// Packages made for a test.
+/// Writes packages for a test.
 class Packages : public ::testing::Test {
  protected:
   struct Manifest {
@@ -44,7 +44,7 @@ class Packages : public ::testing::Test {
     return {manifest.uuid, "", (folder.path() / name).string()};
   }
 
-  /// A package with one voice of its own name.
+  /// A package with one voice, which has the package's name.
   zu::PackageInfo voicedPackage(const std::string& name, const Manifest& manifest) {
     zu::PackageInfo info = package(name, manifest);
     voice(name, name, "en-us");

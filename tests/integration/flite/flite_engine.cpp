@@ -1,7 +1,7 @@
 #include "engines/speaking_engine.hpp"
 
 const test::EngineUnderTest& test::engineUnderTest() {
-  // The voice of the least work: the tests are the same for all of them.
+  // The fastest voice: the tests are the same for all voices.
   static const EngineUnderTest engine{"aitalk",
                                       "Flite",
                                       "libflite",

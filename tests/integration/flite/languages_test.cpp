@@ -149,7 +149,7 @@ TEST(Prosody, LevelOfOneWordIsItsOwn) {
 struct ReadingRow {
   const char* name;
   const char* text;
-  const char* sounds;  ///< like this one
+  const char* sounds;  ///< a text that sounds the same
 };
 
 const ReadingRow readings[] = {

@@ -34,14 +34,14 @@ namespace fs = std::filesystem;
 using KQ::isolation::enterSandbox;
 using KQ::isolation::SandboxRules;
 
-/// What an attempt may touch.
+/// The files of an attempt.
 struct Place {
-  fs::path folder;        ///< nothing in it may change
+  fs::path folder;        ///< nothing in this folder may change
   fs::path file;          ///< in that folder
   fs::path dictionaries;  ///< may change
 };
 
-/// 0 if a system call succeeded, else its error number.
+/// Returns 0 if a system call succeeded, otherwise its error number.
 int errorOf(long result) {
   return result < 0 ? errno : 0;
 }
@@ -178,7 +178,7 @@ const Attempt refused[] = {
      {EPERM}},
     {"TypingIntoTheTerminal",
      [](const Place&) {
-       // The upper half of a request is not looked at by the kernel.
+       // The kernel ignores the upper half of a request.
        return errorOf(syscall(SYS_ioctl, 0, 0x100000000UL | TIOCSTI, "x"));
      },
      {EPERM}},

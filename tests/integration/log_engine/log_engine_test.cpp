@@ -43,7 +43,7 @@ double seconds(const SpeechEvent& event) {
   return static_cast<double>(event.word.samplePosition) / 16000;
 }
 
-/// The place of the mark that closes a text: how long it would take to speak.
+/// Returns how long a text would take to speak: the position of a mark after it.
 double secondsOf(const std::string& text,
                  const std::function<void(KQ::TextToSpeechEngine&)>& setUp = nullptr) {
   SpeakingEngine speaking;

@@ -9,7 +9,7 @@ namespace {
 using bench::Growth;
 using bench::LivingEngine;
 
-/// How many bytes are gained each time from the early to the late one.
+/// Returns by how many bytes the memory grows in each round between the early and the late one.
 double gainedEachTime(Growth (*measure)(const LivingEngine& engine, int early, int late),
                       const LivingEngine& engine, int early, int late) {
   const Growth growth = measure(engine, early, late);

@@ -14,7 +14,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// How long each storm lasts: KQTTS_STORM_SECONDS, else so that it can be run with every change.
+/// The duration of each storm: KQTTS_STORM_SECONDS, or else short enough for every change.
 Clock::duration stormTime() {
   const char* wanted = std::getenv("KQTTS_STORM_SECONDS");
   return std::chrono::milliseconds(wanted == nullptr ? 2000 : 1000 * std::atol(wanted));
@@ -62,7 +62,7 @@ class StrictHost : public TextToSpeechEngineCallbackInterface {
   std::atomic<std::thread::id> speaker{std::thread::id()};
 };
 
-/// Eight threads that do to a robot whatever its software may.
+/// Eight threads that call every operation that a robot's software may call.
 class Storm : public ::testing::Test {
  protected:
   using Random = std::minstd_rand;
@@ -83,7 +83,7 @@ class Storm : public ::testing::Test {
     }
   }
 
-  // What threads do: these wait for no utterance ...
+  // Actions that do not wait for an utterance.
 
   void stop(Random& /*random*/) { manager.stopSynthetizer(); }
   void hold(Random& /*random*/) {
@@ -111,7 +111,7 @@ class Storm : public ::testing::Test {
   }
   void filter(Random& random) { manager.enableFilter(random() % 2 == 0); }
 
-  // ... and these do.
+  // Actions that wait for an utterance.
 
   void speak(Random& random) {
     static const std::vector<std::string> texts{
@@ -125,7 +125,7 @@ class Storm : public ::testing::Test {
     static const std::vector<std::string> oneOfEach{"English", "French", "Turkish"};
     manager.setCurrentLanguage(any(oneOfEach, random));
   }
-  /// Chooses its language first; another thread may have chosen one in between.
+  /// Also chooses the voice's language; another thread may choose a different one in between.
   void chooseVoice(Random& random) {
     const std::string& voice = any(voices, random).first;
     try {
@@ -188,7 +188,7 @@ class Storm : public ::testing::Test {
     std::this_thread::yield();
   }
 
-  /// Lets eight threads loose until `last` is over.
+  /// Runs eight threads until `last` has returned.
   void rage(unsigned int seed, const std::function<void()>& last) {
     std::atomic<bool> over{false};
     std::atomic<int> busy{7};
@@ -220,7 +220,7 @@ class Storm : public ::testing::Test {
   test::RobotManager manager{&host};
   std::vector<std::string> languages;
   std::map<std::string, std::string> voices;
-  std::atomic<bool> isEnding{false};  ///< so that operations may be refused
+  std::atomic<bool> isEnding{false};  ///< while true, operations may be refused
   std::atomic<std::uint64_t> refusals{0};
 };
 

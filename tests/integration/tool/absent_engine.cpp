@@ -1,4 +1,4 @@
-// A plug-in that has no engine to give: it hides a real one of its name.
+// A plug-in that returns no engine. It hides a real plug-in of the same name.
 #include <boost/shared_ptr.hpp>
 
 class TextToSpeechEngineCallbackInterface;

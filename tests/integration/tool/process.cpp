@@ -40,7 +40,7 @@ struct Terminal {
   int writing;
 };
 
-/// A file without a name.
+/// A temporary file without a name.
 int anonymousFile() {
   return open("/tmp", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
 }
@@ -70,7 +70,7 @@ std::vector<char*> pointers(const std::vector<std::string>& texts) {
   return result;
 }
 
-/// Reads what there is. \return whether there may be more
+/// Reads the available data. \return whether more may come
 bool readSome(int fd, std::string& text) {
   char piece[65536];
   const ssize_t count = read(fd, piece, sizeof piece);

@@ -8,22 +8,23 @@
 
 namespace tool_test {
 
-/// How a program ended.
+/// The result of a program.
 struct Outcome {
   int status;          ///< exit status, or minus the signal that ended it
-  std::string output;  ///< standard output, as far as readLine() had not taken it
+  std::string output;  ///< the part of standard output that readLine() has not returned
   std::string errors;  ///< standard error
 };
 
-/// How a program is started.
+/// Options for starting a program.
 struct Launch {
-  std::map<std::string, std::string> environment;  ///< over that of this process; "" removes
-  std::string outputFile;  ///< where standard output goes in place of readLine() and Outcome
+  std::map<std::string, std::string>
+      environment;         ///< added to that of this process; "" removes a variable
+  std::string outputFile;  ///< receives standard output; readLine() and Outcome then have none
   bool errorsOnTerminal = false;
-  bool ignoreInterrupts = false;  ///< as a shell starts a job in the background
+  bool ignoreInterrupts = false;  ///< like a background job of a shell
 };
 
-/// A running program, which is ended after a few minutes at the latest.
+/// A running program. It is killed after a few minutes at the latest.
 class Process {
  public:
   explicit Process(const std::vector<std::string>& command, const Launch& launch = {});
@@ -31,12 +32,12 @@ class Process {
   Process(const Process&) = delete;
   Process& operator=(const Process&) = delete;
 
-  /// Writes to standard input, as much as the program reads.
+  /// Writes to standard input, until the program stops reading.
   void write(const std::string& text) const;
   void closeInput();
   void closeOutput();
 
-  /// The next line of standard output with its end, or what is left of it; "" at its end.
+  /// Returns the next line of standard output with its line feed, or the rest; "" at the end.
   std::string readLine();
 
   void signal(int number) const;

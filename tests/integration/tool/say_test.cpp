@@ -1,4 +1,4 @@
-// Runs the program as its users do.
+// Runs the program like its users.
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
@@ -54,7 +54,7 @@ class Say : public ProgramTest {
   }
 };
 
-// ---- Where the audio goes
+// ---- Output of audio
 
 TEST_F(Say, WritesAFileAndNothingElse) {
   const Outcome outcome = run({"say", "-o", wav(), "Hello", "world"});
@@ -137,7 +137,7 @@ TEST_F(Say, FailsWhenStandardOutputIsFull) {
   expectFailure(run({"say", "-o", "-", "Hello"}), 1, "No space left on device");
 }
 
-// ---- What is said
+// ---- Texts
 
 TEST_F(Say, TakesTheTextFromStandardInput) {
   EXPECT_EQ(run({"say", "-o", wav()}, "One two.\nThree").status, 0);
@@ -203,7 +203,7 @@ TEST_F(Say, ShowsTheSentenceOnATerminal) {
   EXPECT_EQ(outcome.errors, "\r\x1B[K1: One two.\r\x1B[K2: Three [2J.\r\x1B[K");
 }
 
-// ---- How it is said
+// ---- Languages, voices, parameters
 
 TEST_F(Say, SpeaksEnglishUnlessAskedOtherwise) {
   EXPECT_EQ(voiceUsedBy({}), "Bob\n");

@@ -1,5 +1,5 @@
-// An engine plug-in that speaks a tone, a tenth of a second for each word, and does as the text
-// says: a word in square brackets makes it misbehave.
+// An engine plug-in that speaks a tone, a tenth of a second for each word. A word in square
+// brackets makes it misbehave.
 #include <unistd.h>
 
 #include <boost/thread/condition_variable.hpp>
