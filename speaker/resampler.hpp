@@ -7,8 +7,8 @@
 
 namespace KQ::speaking {
 
-/// Gives a stream of audio another sampling rate; sample k of one is at the time of sample k * ratio
-/// of the other.
+/// Gives a stream of audio another sampling rate; sample k of one is at the time of sample k *
+/// ratio of the other.
 class Resampler {
  public:
   /// \throws KQError where the rates cannot be had

@@ -16,8 +16,8 @@ namespace KQ::speaking {
 
 /// Makes segments of what a reader finds in a text: words, tags, marks, changes of language.
 ///
-/// A segment is a sentence, or what of it is of one language. Its text begins with the settings that
-/// hold there, so that each segment stands alone.
+/// A segment is a sentence, or what of it is of one language. Its text begins with the settings
+/// that hold there, so that each segment stands alone.
 class Segmenter {
  public:
   /// \param localeOf  the locale of a language as it was written; "" stands for the utterance's

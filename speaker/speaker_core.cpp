@@ -179,8 +179,8 @@ void SpeakerCore::stopCurrent() {
   }
 }
 
-/// Stops the engine, if it speaks what was cancelled. The speaking thread begins nothing else in the
-/// meantime: endEngine() waits.
+/// Stops the engine, if it speaks what was cancelled. The speaking thread begins nothing else in
+/// the meantime: endEngine() waits.
 void SpeakerCore::stopEngine(Lock& lock) {
   if (!engineInUse || running == nullptr || !running->isCancelled) {
     return;

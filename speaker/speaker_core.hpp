@@ -98,8 +98,8 @@ class SpeakerCore : public std::enable_shared_from_this<SpeakerCore> {
     bool isOverdue = false;  ///< what came last has waited long enough for more
     bool isCancelled = false;
   };
-  /// Waits for more text than `known` bytes, or until what is known is overdue. \param isLate  it was
-  /// found overdue already
+  /// Waits for more text than `known` bytes, or until what is known is overdue. \param isLate  it
+  /// was found overdue already
   Piece waitForText(speaking::UtteranceRun& run, std::size_t known, bool isLate);
 
   /// An engine is about to be started; a stop reaches it from now on.

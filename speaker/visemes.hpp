@@ -11,8 +11,8 @@ struct MouthShape {
   std::string_view faceName;
 };
 
-/// The shape for a phoneme in IPA; stress, length and what else stands with it are left out. Silence
-/// for "" and for what is no sound.
+/// The shape for a phoneme in IPA; stress, length and what else stands with it are left out.
+/// Silence for "" and for what is no sound.
 MouthShape mouthShapeOf(std::string_view ipa);
 
 }  // namespace KQ::speaking

@@ -19,7 +19,8 @@ struct AudioEffects {
   bool isAny() const { return pitch != 1 || !doubleVoices.empty() || highPass; }
 };
 
-/// Applies the effects to one utterance: first the pitch, then each double voice, then the high-pass.
+/// Applies the effects to one utterance: first the pitch, then each double voice, then the
+/// high-pass.
 class EffectChain {
  public:
   /// \param samplingRate  in Hz, 8000 to 192000

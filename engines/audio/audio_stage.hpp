@@ -7,8 +7,8 @@ namespace KQ::engines {
 /// Mono samples, -1 to 1.
 using AudioBlock = std::vector<float>;
 
-/// Changes audio block by block. Output samples keep the positions of the input, but may come out in a
-/// later call, and may go on after the end of the input. Used by one thread.
+/// Changes audio block by block. Output samples keep the positions of the input, but may come out
+/// in a later call, and may go on after the end of the input. Used by one thread.
 class AudioStage {
  public:
   virtual ~AudioStage() = default;

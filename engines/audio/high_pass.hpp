@@ -6,13 +6,14 @@
 
 namespace KQ::engines {
 
-/// Removes frequencies that a small loudspeaker cannot radiate: a Butterworth high-pass of the fourth
-/// order, 24 dB an octave.
+/// Removes frequencies that a small loudspeaker cannot radiate: a Butterworth high-pass of the
+/// fourth order, 24 dB an octave.
 class HighPass : public AudioStage {
  public:
-  /// The frequency at which the level is 3 dB down, in Hz. Full-range loudspeakers of 4 to 5 cm resonate
-  /// at about 200 Hz: lower tones move the cone and are hardly heard. The band of telephony begins
-  /// higher, at 300 Hz (ITU-T G.712), so speech stays as easy to understand as on the telephone.
+  /// The frequency at which the level is 3 dB down, in Hz. Full-range loudspeakers of 4 to 5 cm
+  /// resonate at about 200 Hz: lower tones move the cone and are hardly heard. The band of
+  /// telephony begins higher, at 300 Hz (ITU-T G.712), so speech stays as easy to understand as on
+  /// the telephone.
   static constexpr double cutOff = 200;
 
   /// \param samplingRate  in Hz, 8000 to 192000

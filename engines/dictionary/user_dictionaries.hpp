@@ -9,8 +9,8 @@
 
 namespace KQ::engines {
 
-/// The user's dictionaries that one engine has loaded, by language. May be used from several threads at
-/// once. Operations on files throw DictionaryError, and then change nothing.
+/// The user's dictionaries that one engine has loaded, by language. May be used from several
+/// threads at once. Operations on files throw DictionaryError, and then change nothing.
 class UserDictionaries {
  public:
   /// Reads a language's dictionary, even if it is loaded.

@@ -14,17 +14,17 @@ class TextToSpeechEngine;
 
 namespace KQ::engines {
 
-/// The effects that a host loaded into one engine, and which of them are on. May be used from several
-/// threads at once.
+/// The effects that a host loaded into one engine, and which of them are on. May be used from
+/// several threads at once.
 class EffectSet {
  public:
   /// \param engine  reads the files; errors have its name as module
   explicit EffectSet(const TextToSpeechEngine& engine) : engine(engine) {}
 
-  /// Reads an effect: a file of preferences in the name/value form. The effect's name is the file's,
-  /// without the extension. It replaces an effect of that name; a new one is off.
-  /// \throws KQError (method "loadEffect") if the file cannot be read or holds no effect, or a value is
-  ///         not a number or out of range; nothing has changed then
+  /// Reads an effect: a file of preferences in the name/value form. The effect's name is the
+  /// file's, without the extension. It replaces an effect of that name; a new one is off.
+  /// \throws KQError (method "loadEffect") if the file cannot be read or holds no effect, or a
+  ///         value is not a number or out of range; nothing has changed then
   void load(const boost::filesystem::path& file);
 
   /// \throws KQError (method "applyEffect") for an unknown name

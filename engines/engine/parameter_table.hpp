@@ -37,8 +37,8 @@ class ParameterTable {
   /// \param engineName  the module of its errors
   ParameterTable(std::string engineName, std::vector<ParameterRow> rows);
 
-  /// \throws KQError (method "setParameter") for an unknown name or a value out of range; nothing has
-  ///         changed then
+  /// \throws KQError (method "setParameter") for an unknown name or a value out of range; nothing
+  ///         has changed then
   void set(const std::string& name, float value);
 
   /// \throws KQError (method "getParameter") for an unknown name

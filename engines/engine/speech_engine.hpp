@@ -32,15 +32,16 @@ struct EngineTraits {
   bool isStandIn = false;                      ///< whether a missing package is no fault
 };
 
-/// The frame of an engine, which offers the voices of its packages and speaks with a synthesiser. Each
-/// plug-in makes one from its EngineTraits.
+/// The frame of an engine, which offers the voices of its packages and speaks with a synthesiser.
+/// Each plug-in makes one from its EngineTraits.
 ///
 /// The engine is usable if its synthesiser and at least one package are. It begins with English, or
 /// with British English, or with its first language. All hooks may be called from any thread. A
 /// setting that changes during an utterance takes effect with the next one.
 ///
-/// Each startSynthetizer() calls the host's onStart() and onEnd() exactly once, unless it throws before
-/// its utterance begins. Concurrent utterances are spoken one after another, and a stop ends them all.
+/// Each startSynthetizer() calls the host's onStart() and onEnd() exactly once, unless it throws
+/// before its utterance begins. Concurrent utterances are spoken one after another, and a stop ends
+/// them all.
 class SpeechEngine : public TextToSpeechEngine {
  public:
   SpeechEngine(EngineTraits traits, TextToSpeechEngineCallbackInterface* callback,
@@ -83,13 +84,14 @@ class SpeechEngine : public TextToSpeechEngine {
   std::vector<std::string> xGetOldLanguagesDetected() const override;
   std::string xGetVoiceInstallDir(const std::string& voice) const override;
 
-  /// Switches the high-pass, which is off at first: by default a host gets the synthesiser's own sound.
+  /// Switches the high-pass, which is off at first: by default a host gets the synthesiser's own
+  /// sound.
   void enableFilter(bool enable) override;
   void xLoadEffect(const boost::filesystem::path& file) override;
   void xApplyEffect(const std::string& effect, bool flag) override;
 
-  // The user's dictionary of the current language: on disk, and once loaded, in speech. Each operation
-  // throws KQError if it fails, and then changes nothing.
+  // The user's dictionary of the current language: on disk, and once loaded, in speech. Each
+  // operation throws KQError if it fails, and then changes nothing.
 
   /// Reads the dictionary, even if it is loaded.
   void xLoadDictionary() override;

@@ -20,8 +20,8 @@ struct SpeechSettings {
   std::map<std::string, float> more{};  ///< the engine's own parameters
 };
 
-/// A synthesiser that is ready to speak. One engine uses it, from several threads at once; the engine
-/// drops it when it is shut down and its last utterance has ended.
+/// A synthesiser that is ready to speak. One engine uses it, from several threads at once; the
+/// engine drops it when it is shut down and its last utterance has ended.
 class Synthesizer {
  public:
   virtual ~Synthesizer() = default;
@@ -45,9 +45,9 @@ class Synthesizer {
   /// The queue for the right to speak. The engine holds a turn of it during each utterance.
   virtual TurnQueue& turns() = 0;
 
-  /// Reads a text with its inline tags, and emits its audio, words and marks, until the text ends or
-  /// utterance.isOver(). The engine takes the turn and reports start and end. The text may hold any
-  /// bytes.
+  /// Reads a text with its inline tags, and emits its audio, words and marks, until the text ends
+  /// or utterance.isOver(). The engine takes the turn and reports start and end. The text may hold
+  /// any bytes.
   /// \throws KQError when it cannot speak
   virtual void speak(SpokenText& text, const SpeechSettings& settings, Utterance& utterance) = 0;
 

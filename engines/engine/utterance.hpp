@@ -24,8 +24,8 @@ class UtteranceControl {
   /// Ends all utterances that have begun; later ones are not affected.
   void stop();
 
-  /// Holds the engine: the host gets no audio, word or mark until resume(), except the one in progress.
-  /// Also holds later utterances, before their first audio, word or mark.
+  /// Holds the engine: the host gets no audio, word or mark until resume(), except the one in
+  /// progress. Also holds later utterances, before their first audio, word or mark.
   void pause();
   void resume();
 
@@ -38,7 +38,8 @@ class UtteranceControl {
   std::atomic<bool> paused{false};  ///< written under mutex
 };
 
-/// One text that is spoken to the host, from its start to its end. Used by the thread that speaks it.
+/// One text that is spoken to the host, from its start to its end. Used by the thread that speaks
+/// it.
 ///
 /// If a function of the host throws, the utterance fails and ends, and run() throws the same.
 class Utterance {
@@ -86,8 +87,8 @@ class Utterance {
   /// Waits while the engine is paused. \return whether the utterance goes on
   bool mayGoOn() noexcept;
 
-  /// Waits for a time, without the time in which the engine is paused. Returns early if the utterance
-  /// is over. \return whether the utterance goes on
+  /// Waits for a time, without the time in which the engine is paused. Returns early if the
+  /// utterance is over. \return whether the utterance goes on
   bool wait(std::chrono::microseconds duration) noexcept;
 
   /// Whether UtteranceControl::stop() ended the utterance. May be called from any thread.

@@ -68,8 +68,8 @@ Process& process() {
   return theProcess;
 }
 
-/// Returns a voice, and registers it first if needed: unused voices take no memory. The caller holds a
-/// turn.
+/// Returns a voice, and registers it first if needed: unused voices take no memory. The caller
+/// holds a turn.
 cst_voice* registered(const LinkedVoice& linked) {
   cst_voice*& voice = process().voices[&linked];
   if (voice == nullptr) {
@@ -191,7 +191,8 @@ void setFeatures(cst_features* features, const cst_voice& voice, float stretch,
   feat_set(features, "streaming_info", audio_streaming_info_val(stream));
 }
 
-/// Speaks an utterance. Flite ends the process if it cannot go on, unless there is a place to jump to.
+/// Speaks an utterance. Flite ends the process if it cannot go on, unless there is a place to jump
+/// to.
 /// \return whether the utterance was spoken
 bool synthesize(cst_utterance* utterance, cst_voice* voice) {
   std::jmp_buf giveUp;

@@ -39,8 +39,8 @@ class FliteListener {
   virtual bool take(const std::int16_t* samples, std::size_t count) noexcept = 0;
 };
 
-/// A use of Flite, whose voices exist once in a process: the first speech with a voice registers it,
-/// and the end of the last use releases all. May be used from several threads at once.
+/// A use of Flite, whose voices exist once in a process: the first speech with a voice registers
+/// it, and the end of the last use releases all. May be used from several threads at once.
 class FliteLibrary {
  public:
   FliteLibrary();

@@ -11,11 +11,12 @@
 
 namespace KQ::engines {
 
-/// Flite as a Synthesizer. All engines of the process share it: their utterances are spoken one after
-/// another, in the order in which they were started.
+/// Flite as a Synthesizer. All engines of the process share it: their utterances are spoken one
+/// after another, in the order in which they were started.
 class FliteSynthesizer : public Synthesizer {
  public:
-  /// The engine's own parameters, besides those of all engines. SpeechSettings::more has their values.
+  /// The engine's own parameters, besides those of all engines. SpeechSettings::more has their
+  /// values.
   static std::vector<ParameterRow> ownParameters() { return {}; }
 
   int samplingRate(const std::string& sourceVoice) const override {

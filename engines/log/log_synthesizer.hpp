@@ -18,11 +18,12 @@ namespace parameters {
 constexpr ParameterRow speechTime{"speechTime", 0, 0, 10, false};
 }  // namespace parameters
 
-/// Speaks without sound: emits words and marks at the pace of speech, and writes one record to the log
-/// for each utterance. Each engine has a queue of its own.
+/// Speaks without sound: emits words and marks at the pace of speech, and writes one record to the
+/// log for each utterance. Each engine has a queue of its own.
 class LogSynthesizer : public Synthesizer {
  public:
-  /// The engine's own parameters, besides those of all engines. SpeechSettings::more has their values.
+  /// The engine's own parameters, besides those of all engines. SpeechSettings::more has their
+  /// values.
   static std::vector<ParameterRow> ownParameters() { return {parameters::speechTime}; }
 
   /// The rate in which positions of words and marks count, in Hz.

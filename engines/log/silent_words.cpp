@@ -56,7 +56,8 @@ std::optional<SilentItem> SilentWords::next() {
   return readWord();
 }
 
-/// Reads a word and the white space after it. The word is empty if the text begins with white space.
+/// Reads a word and the white space after it. The word is empty if the text begins with white
+/// space.
 SilentItem SilentWords::readWord() {
   SilentItem item;
   source.release(position);

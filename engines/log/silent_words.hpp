@@ -18,10 +18,10 @@ struct SilentItem {
   std::chrono::microseconds time{0};
 };
 
-/// Splits a text with inline tags into words, and estimates how long each takes to speak: a fifteenth
-/// of a second for each character, and a quarter for each syllable or word sign of Chinese, Japanese
-/// and Korean. White space separates words. Punctuation at the ends of a word does not belong to it.
-/// Invalid UTF-8 and control characters count as white space.
+/// Splits a text with inline tags into words, and estimates how long each takes to speak: a
+/// fifteenth of a second for each character, and a quarter for each syllable or word sign of
+/// Chinese, Japanese and Korean. White space separates words. Punctuation at the ends of a word
+/// does not belong to it. Invalid UTF-8 and control characters count as white space.
 class SilentWords {
  public:
   /// \param source  stays alive; only this object reads it

@@ -39,12 +39,12 @@ struct PackageRules {
 ///     voices/<voice>/voice.xml          sourceVoice
 ///     voices/<voice>/voiceSettings.xml  optional preferences
 ///
-/// All files are in the name/value form that TextToSpeechEngine::getParamFromXml() reads; their names
-/// are in kqtts/package_names.hpp. The catalogue leaves out packages and voices that are missing,
-/// broken or unusable, and logs one warning for each. If several packages have one uuid, or several
-/// voices one name, the first counts. A package is outdated if its version is too low, in its manifest
-/// or as the host gives it. The catalogue then offers its voices and marks its language as outdated,
-/// unless another package of the language is current.
+/// All files are in the name/value form that TextToSpeechEngine::getParamFromXml() reads; their
+/// names are in kqtts/package_names.hpp. The catalogue leaves out packages and voices that are
+/// missing, broken or unusable, and logs one warning for each. If several packages have one uuid,
+/// or several voices one name, the first counts. A package is outdated if its version is too low,
+/// in its manifest or as the host gives it. The catalogue then offers its voices and marks its
+/// language as outdated, unless another package of the language is current.
 class PackageCatalogue {
  public:
   PackageCatalogue() = default;

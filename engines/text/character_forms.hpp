@@ -8,8 +8,8 @@
 
 namespace KQ::engines {
 
-/// Characters in the form that synthesisers know: a letter and its marks as one character (NFC), and
-/// plain letters and digits for ligatures, full-width, circled and presentation forms.
+/// Characters in the form that synthesisers know: a letter and its marks as one character (NFC),
+/// and plain letters and digits for ligatures, full-width, circled and presentation forms.
 ///
 /// What only steers the layout is left out: soft hyphens, joiners, direction and variation marks.
 class CharacterForms {

@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
-"""make_sign_names.py SIGNS.TSV CLDR_FOLDER OUTPUT: writes the names of signs in all languages as C++.
+"""make_sign_names.py SIGNS.TSV CLDR_FOLDER OUTPUT: writes the names of signs as C++.
 
-The names are those of the table and, for all else, those that Unicode's common locale data has to be spoken. Each
-language gets one string of lines, "sign, tab, name", in the order of the signs' bytes, and where its lines begin:
-so that nothing has to be prepared, or even read, before a name is asked for."""
+The names are those of the table, and for all other signs the spoken names of Unicode's common
+locale data. Each language has one string of lines, "sign, tab, name", in the order of the signs'
+bytes, and the positions of the lines. So the library prepares nothing, and reads nothing before a
+name is needed."""
 import pathlib
 import sys
 import unicodedata
@@ -16,7 +17,7 @@ DRAWN = range(0x2500, 0x25FD)
 
 
 def is_spoken(sign):
-    """Punctuation and letters have names too, which nobody wants to hear, as have variants of other signs."""
+    """False for punctuation, letters and variants of signs: nobody wants to hear their names."""
     if SKIN_TONES & set(sign) or ord(sign[0]) in DRAWN or ord(sign[0]) < 0x80 and len(sign) == 1:
         return False
     return unicodedata.category(sign[0]).startswith("S") or len(sign) > 1
@@ -58,14 +59,18 @@ def main(table, cldr, output):
     rows = []
     for language, own in sorted(languages.items()):
         names = {**published_names(pathlib.Path(cldr), language), **own}
-        lines = sorted((f"{sign}\t{name}\n" for sign, name in names.items()), key=lambda line: line.split("\t")[0].encode())
+        lines = sorted((f"{sign}\t{name}\n" for sign, name in names.items()),
+                       key=lambda line: line.split("\t")[0].encode())
         begins, place = [], 0
         for line in lines:
             begins.append(place)
             place += len(line.encode())
-        parts.append(f"constexpr char lines_{language}[] =\n" + "\n".join("  " + literal(line) for line in lines) + ";\n"
-                     f"constexpr std::uint32_t begins_{language}[] = {{{','.join(map(str, begins))}}};\n")
-        rows.append(f'  {{"{language}", {{lines_{language}, sizeof lines_{language} - 1}}, begins_{language}, {len(begins)}}},\n')
+        parts.append(f"constexpr char lines_{language}[] =\n"
+                     + "\n".join("  " + literal(line) for line in lines) + ";\n"
+                     f"constexpr std::uint32_t begins_{language}[] = "
+                     f"{{{','.join(map(str, begins))}}};\n")
+        rows.append(f'  {{"{language}", {{lines_{language}, sizeof lines_{language} - 1}}, '
+                    f'begins_{language}, {len(begins)}}},\n')
     text = "".join(parts) + "constexpr Names allNames[] = {\n" + "".join(rows) + "};\n"
     pathlib.Path(output).write_text(text)
 

@@ -102,8 +102,8 @@ struct Tag {
     return row == nullptr ? Form::number : row->form;
   }
 
-  /// Whether the backslash after the value begins the next tag instead of closing this one: there is
-  /// white space before it, which only words may hold.
+  /// Whether the backslash after the value begins the next tag instead of closing this one: there
+  /// is white space before it, which only words may hold.
   bool runsIntoText() const { return spaceIn(value) < value.size() && form() != Form::words; }
 };
 

@@ -6,9 +6,9 @@
 
 namespace KQ::engines {
 
-/// The names of signs and emoji in one language, as they are spoken: those of signs.tsv and, for all
-/// others, those that the Unicode consortium publishes. They are constants of the program: none is
-/// read before it is asked for.
+/// The spoken names of signs and emoji in one language: those of signs.tsv, and for all others
+/// those that the Unicode consortium publishes. They are constants in the library, and none is read
+/// before it is needed.
 class SignNames {
  public:
   /// \param language  as eSpeak NG or a locale calls it: "de", "pt_BR", "cmn"; "" for no names

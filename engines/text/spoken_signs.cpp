@@ -145,7 +145,7 @@ struct SpokenSigns::Sign {
   bool blankBefore() const { return before.length == 0 || isBlank(before.point); }
   bool blankAfter() const { return after.length == 0 || isBlank(after.point); }
 
-  /// Where the number ends that stands before it, at most a blank apart; `place` or less, 0 for none.
+  /// The end of the number before the sign, with at most a blank between them; 0 if there is none.
   std::size_t numberEndBefore() const {
     const std::size_t end = isBlank(before.point) ? place - before.length : place;
     return end > 0 && isDigitByte(text[end - 1]) ? end : 0;

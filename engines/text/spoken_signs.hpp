@@ -12,8 +12,8 @@ namespace KQ::engines {
 
 /// Signs as words of a language: arithmetic, money, fractions, ranges, arrows, emoji, addresses.
 ///
-/// A sign of money before a number is spoken after it, "−5" is "minus 5" and "5–10" is "5 to 10". The
-/// full stops of addresses are spoken, and those of numbers where voices leave them out.
+/// A sign of money before a number is spoken after it, "−5" is "minus 5" and "5–10" is "5 to 10".
+/// Full stops are spoken in addresses, and in numbers if the voice would leave them out.
 class SpokenSigns {
  public:
   /// \param language  as eSpeak NG or a locale calls it; for one without names nothing is found

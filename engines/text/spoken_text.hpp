@@ -13,13 +13,13 @@
 
 namespace KQ::engines {
 
-/// A text with inline tags as it is spoken: with the words of a user's dictionary replaced, and what
-/// the synthesiser does not read as it is written.
+/// A text with inline tags in the form in which it is spoken: words of a user's dictionary, and
+/// signs that the synthesiser does not read, are replaced.
 ///
-/// It is replaced as it is read, piece by piece, so that neither the time nor the memory up to a
-/// place depends on what stands after it; where the pieces end changes nothing. Text in which nothing
-/// is replaced is not copied. Offsets count in the text with the replacements. A word of the
-/// dictionary gets a blank at its side where its replacement would be one with the next: only scripts
+/// The text is replaced while it is read, piece by piece. So the time and the memory up to a place
+/// do not depend on the text after it, and the ends of the pieces do not change the result. Text
+/// without replacements is not copied. Offsets count in the text with the replacements. If a
+/// replacement and its neighbour would become one word, there is a blank between them: scripts
 /// without blanks have words side by side.
 class SpokenText {
  public:

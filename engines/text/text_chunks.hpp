@@ -23,8 +23,8 @@ class TextChunks {
   /// \param text  stays alive; only this object reads it
   void restart(SpokenText& text);
 
-  /// Returns the next chunk, or null after the last one, and releases the text before it. Valid until
-  /// the next call. An empty text is one empty chunk.
+  /// Returns the next chunk, or null after the last one, and releases the text before it. Valid
+  /// until the next call. An empty text is one empty chunk.
   const TextChunk* next();
 
   /// No chunk is longer, in bytes.

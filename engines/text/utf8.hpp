@@ -6,8 +6,8 @@
 
 namespace KQ::engines {
 
-/// Returns the length in bytes of the character that a text begins with, or 0 if the text is empty or
-/// begins with invalid UTF-8.
+/// Returns the length in bytes of the character that a text begins with, or 0 if the text is empty
+/// or begins with invalid UTF-8.
 std::size_t utf8Length(std::string_view text);
 
 /// Returns the code point of a valid character.

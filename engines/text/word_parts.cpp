@@ -37,8 +37,8 @@ constexpr std::array<Range, 3> katakana{{{0x30A0, 0x30FF}, {0x31F0, 0x31FF}, {0x
 constexpr std::array<Range, 4> vowelsAfter{
     {{0x0E30, 0x0E33}, {0x0E45, 0x0E45}, {0x0EB0, 0x0EB0}, {0x0EB2, 0x0EB3}}};
 
-/// Characters that belong to the consonant after them: Thai and Lao vowels, and the signs that put a
-/// Burmese or Khmer consonant below another.
+/// Characters that belong to the consonant after them: Thai and Lao vowels, and the signs that put
+/// a Burmese or Khmer consonant below another.
 constexpr std::array<Range, 4> signsBefore{
     {{0x0E40, 0x0E44}, {0x0EC0, 0x0EC4}, {0x1039, 0x1039}, {0x17D2, 0x17D2}}};
 

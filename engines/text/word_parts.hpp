@@ -12,10 +12,10 @@ namespace KQ::engines {
 /// and zero-width joiners between two of them, and full stops and commas between two digits:
 /// "don't", "R2-D2", "3.5". Invalid UTF-8 separates words.
 ///
-/// Such a run is one part, unless it holds characters of scripts without blanks between words: those
-/// of Chinese, Japanese, Thai, Lao, Khmer and Burmese. Each of these characters begins a part, except
-/// if it belongs to the one before: marks, signs of repetition and length, a Thai or Lao vowel,
-/// katakana after katakana. A word then has one or more parts.
+/// Such a run is one part, unless it holds characters of scripts without blanks between words:
+/// those of Chinese, Japanese, Thai, Lao, Khmer and Burmese. Each of these characters begins a
+/// part, except if it belongs to the one before: marks, signs of repetition and length, a Thai or
+/// Lao vowel, katakana after katakana. A word then has one or more parts.
 ///
 /// Results for a place depend only on the text near it, and take time only for that.
 class WordParts {

@@ -105,7 +105,8 @@ struct SpeakingEngine {
   KQ::TextToSpeechEngine* operator->() const { return &*engine; }
 };
 
-/// Unmaps the synthesiser's library, which a plug-in may keep in the process, unless an engine uses it.
+/// Unmaps the synthesiser's library, which a plug-in may keep in the process, unless an engine uses
+/// it.
 struct ForgottenSynthesiser {
   ForgottenSynthesiser() {
     const std::string library = engineUnderTest().library + ".so.1";
@@ -117,8 +118,8 @@ struct ForgottenSynthesiser {
   }
 };
 
-/// An engine that sounds as it does in a new process, for tests that compare samples: eSpeak NG sounds
-/// a little different after other utterances.
+/// An engine that sounds like in a new process, for tests that compare samples: eSpeak NG sounds a
+/// little different after other utterances.
 struct FreshEngine : private ForgottenSynthesiser, public SpeakingEngine {
   using SpeakingEngine::SpeakingEngine;
 };
@@ -134,7 +135,7 @@ inline Samples spoken(const std::string& text,
   return speaking.host.samples();
 }
 
-/// Far longer than any test lets it be spoken.
+/// A text that is far too long for any test to speak to its end.
 inline std::string longText() {
   std::string text;
   for (int i = 0; i < 20000; ++i) {

@@ -28,11 +28,14 @@ _kqtts_arguments() {
 }
 
 _kqtts() {
-  local program=${COMP_WORDS[0]} current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
+  local program=${COMP_WORDS[0]}
+  local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
   local subcommands subcommand='' word candidates
   subcommands=$(_kqtts_subcommands "$program")
   for word in "${COMP_WORDS[@]:1:COMP_CWORD - 1}"; do
-    if [[ -z $subcommand && $'\n'$subcommands$'\n' == *$'\n'$word$'\n'* ]]; then subcommand=$word; fi
+    if [[ -z $subcommand && $'\n'$subcommands$'\n' == *$'\n'$word$'\n'* ]]; then
+      subcommand=$word
+    fi
   done
   case $previous in
     -l|--language) candidates=$(_kqtts_listed "$program" languages) ;;
@@ -43,7 +46,8 @@ _kqtts() {
       ;;
     --check) candidates=$("$program" check-engine --list 2>/dev/null | sed 's/:.*//') ;;
     --log-level)
-      candidates=$("$program" --help 2>/dev/null | sed -n 's/^  --log-level {\([^}]*\)}.*/\1/p' | tr ',' '\n')
+      candidates=$("$program" --help 2>/dev/null |
+        sed -n 's/^  --log-level {\([^}]*\)}.*/\1/p' | tr ',' '\n')
       ;;
     --packages|--engines) mapfile -t COMPREPLY < <(compgen -d -- "$current"); return ;;
     -o|--output|--events|--junit) mapfile -t COMPREPLY < <(compgen -f -- "$current"); return ;;

@@ -53,7 +53,7 @@ std::size_t firstLoud(const Samples& samples) {
   return static_cast<std::size_t>(loud - samples.begin());
 }
 
-/// Without what the effects do where the tone begins and ends.
+/// The middle of the tone, without the transients of the effects at its ends.
 Samples middleOf(const Samples& samples) {
   return {samples.begin() + second / 4, samples.end() - second / 4};
 }

@@ -23,7 +23,7 @@ class Dictionary : public ::testing::Test {
     dictionary.add({"queue", "line"});
   }
 
-  /// The replacement of what a text begins with, or "".
+  /// The replacement of the entry at the begin of a text, or "".
   std::string replacement(const std::string& text) const {
     const DictionaryMatch match = dictionary.matchAt(text, 0);
     return match.entry == nullptr ? "" : match.entry->replacement;

@@ -21,7 +21,7 @@ using ::testing::Contains;
 /// An engine whose synthesiser cannot be opened.
 class EngineWithoutSynthesizer : public ::testing::Test {
  protected:
-  /// A package with one voice. \param engine  that it is for
+  /// A package with one voice. \param engine  the manifest's "engine"
   zu::PackageInfo package(const std::string& engine) {
     boost::filesystem::create_directories(folder.path() / "voices/anna");
     folder.write("manifest.xml",

@@ -34,7 +34,7 @@ class ChangedUtterance : public ::testing::Test {
     }
   }
 
-  /// The number of samples that came before the first event of a kind.
+  /// The number of samples before the first event of a kind.
   std::size_t samplesBefore(EventKind kind) const {
     std::size_t count = 0;
     for (const SpeechEvent& event : host.events()) {

@@ -25,7 +25,7 @@ using KQ::engines::TextChunks;
 using KQ::engines::UserDictionary;
 using test::repeat;
 
-/// All of it, as it is spoken.
+/// The whole text in the form in which it is spoken.
 std::string read(SpokenText& text) {
   std::string all;
   while (const auto item = text.next()) {
@@ -159,7 +159,7 @@ TEST_F(Spoken, BlanksBetweenReplacementsBelongToThem) {
   EXPECT_EQ(inOriginal(result, all, text, "OK"), "OK");
 }
 
-// In pieces ------------------------------------------------------------------------------------
+// Pieces ---------------------------------------------------------------------------------------
 
 TEST_F(Spoken, IsReadInShortPieces) {
   dictionary.add({"long", std::string(UserDictionary::longestReplacement, 'x')});
@@ -203,7 +203,7 @@ TEST_F(Spoken, EndOfALongWordInTwoPiecesOfTheOriginalIsNot) {
   EXPECT_EQ(spoken(text), text);
 }
 
-// Beside the whole text ------------------------------------------------------------------------
+// Comparison with the whole text ---------------------------------------------------------------
 
 const std::vector<std::string> randomPieces = {" ",
                                                "  ",
@@ -251,7 +251,7 @@ const std::vector<std::string> randomPieces = {" ",
                                                std::string(600, ' '),
                                                std::string(40, '-')};
 
-/// A text of so many random pieces, some of them again and again.
+/// A text of so many random pieces, some of which repeat.
 std::string randomText(std::minstd_rand& random, int count) {
   std::string text;
   for (int i = 0; i < count; ++i) {

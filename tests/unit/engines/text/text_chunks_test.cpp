@@ -103,11 +103,11 @@ TEST_P(Cut, IsMadeAtTheBestPlace) {
 
 INSTANTIATE_TEST_SUITE_P(Table, Cut, ::testing::ValuesIn(cuts), test::RowName());
 
-// The first ones are short, but only where a synthesiser speaks the pieces as it speaks the whole.
+// The first chunks are short, but only where a synthesiser speaks them like the whole text.
 
 struct EarlyRow {
   const char* name;
-  std::string sentence;  ///< of a long text that consists of it
+  std::string sentence;  ///< repeated to make a long text
   bool isCutEarly;
 };
 

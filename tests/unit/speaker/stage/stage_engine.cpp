@@ -16,8 +16,8 @@ namespace {
 using test::stage::Script;
 
 /// An engine whose speech can be foretold: each letter is a stretch of a tone, whose height the
-/// letter gives; each word is reported, and each mark. It offers the languages of the packages whose
-/// manifests name its plug-in.
+/// letter gives; each word is reported, and each mark. It offers the languages of the packages
+/// whose manifests name its plug-in.
 class StageEngine : public KQ::TextToSpeechEngine {
  public:
   StageEngine(TextToSpeechEngineCallbackInterface* callback,

@@ -187,7 +187,8 @@ TEST_F(WavStreamTest, GetsItsTrueLengthInAFile) {
 }
 
 TEST_F(WavStreamTest, StandsForAllThatFollowsInAPipe) {
-  writeStream(openFile(O_APPEND));  // a file that is appended to cannot be corrected either
+  writeStream(
+      openFile(O_APPEND));  // the header of a file that is appended to cannot be corrected either
 
   EXPECT_EQ(readSound(path("s.wav")).samples, samples);
   EXPECT_EQ(bytes().substr(40, 4), std::string("\0\xF0\xFF\x7F", 4));

@@ -17,7 +17,7 @@ using tool::Sentence;
 using tool::SentenceReader;
 using tool::TextSource;
 
-/// Gives out prepared pieces; between two of them the text pauses where the piece is "".
+/// Returns prepared pieces. An empty piece is a pause of the input.
 class PreparedSource : public TextSource {
  public:
   explicit PreparedSource(std::deque<std::string> prepared) : pieces(std::move(prepared)) {}
@@ -182,7 +182,7 @@ TEST(SentenceReader, SaysWhetherTheTextWasUtf8) {
   EXPECT_TRUE(foreignReader.sawForeignBytes());
 }
 
-/// Ten million bytes without end or blank, and it must know nothing of the end.
+/// An endless text without a blank or the end of a sentence.
 class EndlessSource : public TextSource {
  public:
   Result read(std::string& text, int) override {
