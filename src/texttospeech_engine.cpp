@@ -20,8 +20,8 @@ const LogCategory category(sites::engineCategory);
 constexpr const char* moduleName = "TextToSpeechEngine";
 constexpr const char* fallbackLanguage = "English";
 
-/// A function of its own, so that an operation has nothing to clean up: it then jumps to its hook
-/// and needs no stack frame.
+/// A separate function, so that an operation has nothing to clean up: it then jumps to its hook and
+/// needs no stack frame.
 [[noreturn, gnu::cold, gnu::noinline]] void throwNotActive(const char* method) {
   throw KQError(moduleName, method, "This engine is not active.", nullptr, 0);
 }

@@ -14,7 +14,7 @@ using test::SpeakingEngine;
 using test::SpeechEvent;
 using ::testing::ElementsAre;
 
-/// An engine that speaks a text in a thread of its own, far longer than the test takes.
+/// An engine that speaks in another thread, for far longer than the test takes.
 class Speaking : public ::testing::Test {
  protected:
   ~Speaking() override { finish(); }

@@ -216,7 +216,7 @@ bool isLocked(FakeEngine& engine) {
 
 class EngineLock : public testing::TestWithParam<Operation> {};
 
-TEST_P(EngineLock, IsTakenByStopPauseAndRestartAlone) {
+TEST_P(EngineLock, IsTakenOnlyByStopPauseAndRestart) {
   const std::string name = GetParam().name;
   const bool locks =
       name == "stopSynthetizer" || name == "pauseSynthetizer" || name == "restartSynthetizer";

@@ -226,7 +226,7 @@ class ReloadTest : public testing::Test {
   std::string requestedLanguage;
 };
 
-TEST_F(ReloadTest, OfAnInactiveEngineThrowsBeforeAnythingChanges) {
+TEST_F(ReloadTest, ThrowsForAnInactiveEngineBeforeAnythingChanges) {
   engine.terminate();
   engine.takeCalls();
   fallbackUsed = true;
@@ -239,7 +239,7 @@ TEST_F(ReloadTest, OfAnInactiveEngineThrowsBeforeAnythingChanges) {
   EXPECT_EQ(requestedLanguage, "Klingon");
 }
 
-TEST_F(ReloadTest, InitializesAnewAndPutsTheLanguageBack) {
+TEST_F(ReloadTest, InitializesAgainAndRestoresTheLanguage) {
   engine.currentLanguage = "French";
   fallbackUsed = true;
   const test::LogRecorder log;
@@ -337,7 +337,7 @@ TEST_F(ReloadTest, ALaterFallbackKeepsALanguageWantedBefore) {
   EXPECT_EQ(requestedLanguage, "Quenya");
 }
 
-TEST_F(ReloadTest, WithoutEnglishTheErrorPassesAndTheMemoryStays) {
+TEST_F(ReloadTest, WithoutEnglishTheErrorPassesAndTheVariablesStay) {
   engine.currentLanguage = "Klingon";
   engine.languages = {"French"};
 
@@ -414,7 +414,7 @@ TEST_F(ReloadTest, AnEngineThatRefusesToInitializeEndsInTheNotActiveError) {
   EXPECT_FALSE(fallbackUsed);
 }
 
-TEST_F(ReloadTest, TheCallersMemoryFollowsALanguageThatComesAndGoes) {
+TEST_F(ReloadTest, TheCallersVariablesFollowALanguageThatIsRemovedAndInstalled) {
   engine.currentLanguage = "Klingon";
   reload();
   reload();

@@ -248,7 +248,7 @@ INSTANTIATE_TEST_SUITE_P(Operations, Forwarding, testing::ValuesIn(operations), 
 
 // What does not fit into the table -------------------------------------------------------------
 
-TEST_F(ForwardingTest, TheFilterOfTheEngineIsSwitchedNotTheManagers) {
+TEST_F(ForwardingTest, EnableFilterSwitchesTheEnginesFilterAndNotTheManagers) {
   manager.enableFilter(false);
   EXPECT_FALSE(engine->isFilterEnabled());
   EXPECT_TRUE(manager.filterEnabled);

@@ -132,7 +132,7 @@ TEST_F(RegistryTest, LoadingDoesNotChangeTheRouting) {
   manager.xUnloadPlugin("x");
 }
 
-TEST_F(RegistryTest, LoadingAnUnknownPluginFailsWithTheLoadersMessageAlone) {
+TEST_F(RegistryTest, LoadingAnUnknownPluginFailsWithOnlyTheLoadersMessage) {
   const test::LogRecorder log;
   EXPECT_FALSE(load("absent"));
   EXPECT_THAT(manager.engines, IsEmpty());

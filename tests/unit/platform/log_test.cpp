@@ -108,7 +108,7 @@ TEST_F(LogTest, WriteKeepsToTheLevel) {
   EXPECT_THAT(errors.lines(), ElementsAre(testing::HasSubstr("at")));
 }
 
-TEST_F(LogTest, ACategorysLevelAppliesToItAlone) {
+TEST_F(LogTest, ACategorysLevelAppliesOnlyToThisCategory) {
   zu::log::registerCategory("log.one");
   zu::log::registerCategory("log.other");
 
@@ -323,7 +323,7 @@ TEST_F(LogTest, ALibraryMayLogWhileItIsLoadedAndUnloaded) {
   EXPECT_THAT(errors.lines(), Contains(EndsWith("warning guest: unloaded (guest.cpp:1 ~Guest)")));
 }
 
-// Tests that run in a process of their own.
+// Each of these tests runs in a separate process.
 class LogProcessTest : public testing::Test {
  protected:
   LogProcessTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }

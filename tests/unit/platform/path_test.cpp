@@ -80,7 +80,7 @@ TEST_F(PathTest, ReadsTheEnvironmentAtEachCall) {
   EXPECT_EQ(findLib("libx"), library);
 }
 
-TEST_F(PathTest, FindsALibraryBesideThisOne) {
+TEST_F(PathTest, FindsALibraryNextToThisOne) {
   ASSERT_TRUE(fs::exists(fs::path(ZU_FOLDER) / "libzu.so"));
 
   EXPECT_TRUE(fs::equivalent(findLib("libzu"), fs::path(ZU_FOLDER) / "libzu.so"));

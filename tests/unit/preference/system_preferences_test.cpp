@@ -23,7 +23,7 @@ KQValue entry(const KQValue& name, const KQValue& value) {
 
 // Settings from the system's preferences -----------------------------------------------------
 
-TEST(SystemPreferences, NoneGiveTheDefaultsAndTheGivenVoice) {
+TEST(SystemPreferences, AnEmptyArrayGivesTheDefaultsAndTheGivenVoice) {
   EXPECT_TRUE(KQ::makeVoiceSettingFromSysXml(KQValue::array(), "voice1") == settingOf("voice1"));
 }
 

@@ -71,7 +71,7 @@ TEST(TokenizeStringTest, AppendsToTheTokensThatAreThere) {
   EXPECT_THAT(tokens, ElementsAre("a", "b", "c"));
 }
 
-TEST(TokenizeStringTest, AppendsNothingForDelimitersAlone) {
+TEST(TokenizeStringTest, AppendsNothingForATextOfDelimiters) {
   std::string text = "  ";
   std::vector<std::string> tokens = {"a"};
 
