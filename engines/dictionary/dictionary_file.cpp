@@ -1,6 +1,9 @@
 #include "dictionary/dictionary_file.hpp"
 
 #include <fcntl.h>
+#include <pwd.h>
+#include <stdlib.h>
+#include <sys/auxv.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -9,9 +12,9 @@
 #include <boost/filesystem/operations.hpp>
 #include <cerrno>
 #include <chrono>
-#include <cstdlib>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 namespace KQ::engines {
 
@@ -27,16 +30,28 @@ constexpr std::chrono::seconds longestWait{3};
                         std::generic_category().message(error));
 }
 
-/// An open file.
+/// An open file or folder. A file that is made is its owner's alone.
 class Descriptor {
  public:
   /// \throws DictionaryError when it cannot be opened
-  Descriptor(const fs::path& file, int flags)
-      : file(file), number(::open(file.c_str(), flags | O_CLOEXEC | O_NONBLOCK, 0600)) {
-    if (number < 0) {
-      failWith(file, "cannot be opened", errno);
+  Descriptor(const fs::path& file, int flags) : Descriptor(AT_FDCWD, file, file.c_str(), flags) {}
+
+  /// Opens a file of this folder, but no link.
+  /// \throws DictionaryError when it cannot be opened
+  Descriptor open(const std::string& name, int flags) const {
+    return {number, file / name, name.c_str(), flags | O_NOFOLLOW};
+  }
+
+  /// Removes a file of this folder, if there is one.
+  void remove(const std::string& name) const { ::unlinkat(number, name.c_str(), 0); }
+
+  /// Puts a file of this folder in the place of another one.
+  void rename(const std::string& from, const std::string& to) const {
+    if (::renameat(number, from.c_str(), number, to.c_str()) != 0) {
+      failWith(file / to, "cannot be replaced", errno);
     }
   }
+
   ~Descriptor() { ::close(number); }
   Descriptor(const Descriptor&) = delete;
   Descriptor& operator=(const Descriptor&) = delete;
@@ -91,9 +106,42 @@ class Descriptor {
   }
 
  private:
+  Descriptor(int folder, fs::path path, const char* name, int flags)
+      : file(std::move(path)),
+        number(::openat(folder, name, flags | O_CLOEXEC | O_NONBLOCK, S_IRUSR | S_IWUSR)) {
+    if (number < 0) {
+      failWith(file, "cannot be opened", errno);
+    }
+  }
+
   const fs::path file;
   const int number;
 };
+
+/// Makes a folder, and those above it, for their owner alone.
+/// \throws DictionaryError when it cannot be made
+Descriptor privateFolder(const fs::path& folder) {
+  fs::path made;
+  int error = 0;
+  for (const fs::path& part : folder) {
+    made /= part;
+    error = ::mkdir(made.c_str(), S_IRWXU) == 0 ? 0 : errno;
+  }
+  boost::system::error_code ignored;
+  if (!fs::is_directory(folder, ignored)) {
+    failWith(folder, "cannot be made", error);
+  }
+  return {folder, O_RDONLY | O_DIRECTORY};
+}
+
+/// The home folder that the system knows for the user whose rights this process has, or "".
+fs::path homeOfEffectiveUser() {
+  passwd user{};
+  passwd* found = nullptr;
+  std::array<char, 4096> texts{};
+  ::getpwuid_r(::geteuid(), &user, texts.data(), texts.size(), &found);
+  return found == nullptr ? "" : found->pw_dir;
+}
 
 std::string fileName(const std::string& language) {
   constexpr const char* digits = "0123456789ABCDEF";
@@ -120,6 +168,26 @@ DictionaryEntry toEntry(std::string_view line) {
           kind == "exact"};
 }
 
+/// \throws DictionaryError when it is too long for a file
+std::string toText(const UserDictionary& dictionary) {
+  std::string content;
+  for (const auto& [word, entry] : dictionary.entries()) {
+    content += word + '\t' + entry.replacement + '\t' + (entry.isExact ? "exact" : "any") + '\n';
+  }
+  if (content.size() > DictionaryFile::longest) {
+    throw DictionaryError("the dictionary is full: its file would be too long");
+  }
+  return content;
+}
+
+/// Puts a new file in the place of a language's. The caller holds the lock.
+void replace(const Descriptor& folder, const std::string& language, const std::string& content) {
+  const std::string written = language + ".new";
+  folder.remove(written);  // what a process left that was killed here, or a link of somebody's
+  folder.open(written, O_WRONLY | O_CREAT | O_EXCL).write(content);
+  folder.rename(written, language + ".txt");
+}
+
 }  // namespace
 
 DictionaryFile::DictionaryFile(const fs::path& folder, const std::string& language)
@@ -127,12 +195,13 @@ DictionaryFile::DictionaryFile(const fs::path& folder, const std::string& langua
 
 fs::path DictionaryFile::userFolder() {
   const auto absolute = [](const char* variable) {
-    const char* const value = std::getenv(variable);
+    const char* const value = ::secure_getenv(variable);
     const fs::path path = value == nullptr ? "" : value;
     return path.is_absolute() ? path : fs::path();
   };
+  const bool hasRaisedRights = ::getauxval(AT_SECURE) != 0;
   const fs::path data = absolute("XDG_DATA_HOME");
-  const fs::path home = absolute("HOME");
+  const fs::path home = hasRaisedRights ? homeOfEffectiveUser() : absolute("HOME");
   if (data.empty() && home.empty()) {
     throw DictionaryError("no folder for dictionaries: neither XDG_DATA_HOME nor HOME is set");
   }
@@ -161,37 +230,15 @@ UserDictionary DictionaryFile::read() const {
 }
 
 UserDictionary DictionaryFile::update(const std::function<bool(UserDictionary&)>& change) const {
-  boost::system::error_code error;
-  fs::create_directories(file.parent_path(), error);
-  if (error) {
-    throw DictionaryError(file.parent_path().string() + ": cannot be made: " + error.message());
-  }
+  const Descriptor folder = privateFolder(file.parent_path());
   // The file itself is replaced, so a lock on it would hold the former one.
-  const Descriptor lockFile(file.parent_path() / (file.stem().string() + ".lock"),
-                            O_RDWR | O_CREAT);
+  const Descriptor lockFile = folder.open(file.stem().string() + ".lock", O_RDWR | O_CREAT);
   lockFile.lock();
   UserDictionary dictionary = read();
   if (change(dictionary)) {
-    write(dictionary);
+    replace(folder, file.stem().string(), toText(dictionary));
   }
   return dictionary;
-}
-
-void DictionaryFile::write(const UserDictionary& dictionary) const {
-  std::string content;
-  for (const auto& [word, entry] : dictionary.entries()) {
-    content += word + '\t' + entry.replacement + '\t' + (entry.isExact ? "exact" : "any") + '\n';
-  }
-  if (content.size() > longest) {
-    throw DictionaryError("the dictionary is full: its file would be too long");
-  }
-  const fs::path written = file.parent_path() / (file.stem().string() + ".new");
-  Descriptor(written, O_WRONLY | O_CREAT | O_TRUNC).write(content);
-  boost::system::error_code error;
-  fs::rename(written, file, error);
-  if (error) {
-    throw DictionaryError(file.string() + ": cannot be replaced: " + error.message());
-  }
 }
 
 }  // namespace KQ::engines

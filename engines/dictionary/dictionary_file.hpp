@@ -20,7 +20,8 @@ class DictionaryFile {
   DictionaryFile(const boost::filesystem::path& folder, const std::string& language);
 
   /// Returns the folder of the user's dictionaries: "kqtts/dictionaries" in $XDG_DATA_HOME, or in
-  /// ~/.local/share if that is not set.
+  /// ~/.local/share if that is not set. A process with raised rights ignores these variables: it takes
+  /// the home folder that the system knows for its effective user.
   /// \throws DictionaryError when neither is known
   static boost::filesystem::path userFolder();
 
@@ -42,8 +43,6 @@ class DictionaryFile {
   static constexpr std::size_t longest = std::size_t{8} << 20U;
 
  private:
-  void write(const UserDictionary& dictionary) const;
-
   boost::filesystem::path file;
 };
 

@@ -1,8 +1,11 @@
 #include "espeak_ng/espeak_library.hpp"
 
 #include <dlfcn.h>
+#include <pthread.h>
+#include <sys/auxv.h>
 
 #include <array>
+#include <atomic>
 #include <boost/filesystem/directory.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <chrono>
@@ -40,6 +43,10 @@ struct Process {
 
   TurnQueue turns{espeakName};
 
+  /// Whether this process was forked while eSpeak NG was in use. Its thread is the parent's then, and
+  /// it waits for that thread wherever it begins or ends.
+  std::atomic<bool> isOfParent{false};
+
   // The current settings of eSpeak NG; empty if unknown. Used by the holder of the turn.
   std::string voiceFile;
   std::optional<EspeakParameters> parameters;
@@ -48,6 +55,18 @@ struct Process {
 Process& process() {
   static Process theProcess;
   return theProcess;
+}
+
+void noteFork() {
+  if (process().uses > 0) {
+    process().isOfParent = true;
+  }
+}
+
+/// Sees to it that forks are noted from now on.
+void watchForks() {
+  static const int watched = pthread_atfork(nullptr, nullptr, noteFork);
+  static_cast<void>(watched);
 }
 
 std::string statusText(espeak_ng_STATUS status) {
@@ -100,10 +119,21 @@ void keepLibrary() {
   }
 }
 
+/// Returns the folder of eSpeak NG's own library, which holds its data as well.
+std::string libraryFolder() {
+  Dl_info library{};
+  if (::dladdr(reinterpret_cast<const void*>(&espeak_ng_Initialize), &library) == 0) {
+    return "";
+  }
+  return boost::filesystem::path(library.dli_fname).parent_path().string();
+}
+
 void load() {
   keepLibrary();
   const LocaleKeeper keeper;
-  espeak_ng_InitializePath(nullptr);
+  // Without a path, it believes ESPEAK_DATA_PATH and HOME, whoever set them.
+  const bool hasRaisedRights = ::getauxval(AT_SECURE) != 0;
+  espeak_ng_InitializePath(hasRaisedRights ? libraryFolder().c_str() : nullptr);
   espeak_ng_ERROR_CONTEXT context = nullptr;
   const espeak_ng_STATUS status = espeak_ng_Initialize(&context);
   espeak_ng_ClearErrorContext(&context);
@@ -187,8 +217,14 @@ void apply(const EspeakVoice& voice) {
 
 EspeakLibrary::EspeakLibrary() {
   Process& known = process();
+  if (known.isOfParent) {
+    throw KQError(espeakName, "initialize",
+                  "eSpeak NG cannot be used in a process that was forked while it was in use.",
+                  nullptr, 0);
+  }
   const std::lock_guard<std::mutex> lock(known.lifeMutex);
   if (known.uses == 0) {
+    watchForks();
     load();
     known.samplingRate = espeak_ng_GetSampleRate();
     listVoices(known);
@@ -200,6 +236,9 @@ EspeakLibrary::EspeakLibrary() {
 
 EspeakLibrary::~EspeakLibrary() {
   Process& known = process();
+  if (known.isOfParent) {
+    return;
+  }
   const std::lock_guard<std::mutex> lock(known.lifeMutex);
   if (--known.uses == 0) {
     unload();

@@ -83,6 +83,49 @@ TEST_F(DictionaryOnDisk, ConsistsOfFileAndLock) {
   EXPECT_EQ(filesInFolder(), 2U);
 }
 
+TEST_F(DictionaryOnDisk, FoldersThatAreMadeAreTheUsersAlone) {
+  const mode_t former = ::umask(0);
+  english().update(adding("GmbH", "Firma"));
+  ::umask(former);
+
+  for (const fs::path& made : {folder().parent_path(), folder()}) {
+    struct stat status {};
+    ASSERT_EQ(::stat(made.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0700U) << made;
+  }
+}
+
+TEST_F(DictionaryOnDisk, ReplacesALinkThatStandsInTheWayInsteadOfWritingThroughIt) {
+  fs::create_directories(folder());
+  const fs::path victim = temp.write("victim", "untouched");
+  fs::create_symlink(victim, folder() / "English.new");
+
+  english().update(adding("GmbH", "Firma"));
+
+  std::ostringstream text;
+  text << std::ifstream(victim.string()).rdbuf();
+  EXPECT_EQ(text.str(), "untouched");
+  EXPECT_EQ(english().read().entries().size(), 1U);
+  EXPECT_FALSE(fs::is_symlink(english().path()));
+}
+
+TEST_F(DictionaryOnDisk, MakesNoFileThroughALinkInPlaceOfTheLock) {
+  fs::create_directories(folder());
+  fs::create_symlink(temp.path() / "made", folder() / "English.lock");
+
+  EXPECT_THROW(english().update(adding("GmbH", "Firma")), DictionaryError);
+  EXPECT_FALSE(fs::exists(temp.path() / "made"));
+}
+
+TEST_F(DictionaryOnDisk, IsWrittenAfterAProcessWasKilledWhileItWrote) {
+  fs::create_directories(folder());
+  std::ofstream((folder() / "English.new").string()) << "half an en";
+
+  english().update(adding("GmbH", "Firma"));
+
+  EXPECT_EQ(english().read().entries().size(), 1U);
+}
+
 TEST_F(DictionaryOnDisk, IsNotWrittenWithoutAChange) {
   english().update([](UserDictionary& /*dictionary*/) { return false; });
   EXPECT_FALSE(fs::exists(english().path()));
