@@ -7,6 +7,7 @@
 #include <cmath>
 #include <utility>
 
+#include "espeak_ng/clause_limits.hpp"
 #include "text/utf8.hpp"
 
 namespace KQ::engines {
@@ -287,6 +288,7 @@ void EspeakTextWriter::write(const TextChunk& chunk, EspeakText& written) {
     }
   }
   appender.addMarkup(inText.isNormal() ? "" : closingTag);
+  limitClauses(written);
 }
 
 bool EspeakTextWriter::needsMarkup(const TextChunk& chunk) const {

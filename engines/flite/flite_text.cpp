@@ -30,6 +30,12 @@ constexpr int mostRead = 1000;
 constexpr std::size_t wordsToPunctuation = 20;
 constexpr std::size_t mostWords = 40;
 
+/// A word ends behind so many digits or consonants in a row: each of them may be spoken as a word.
+constexpr std::size_t mostSpelled = 20;
+
+/// A number of so many digits is a word as any other.
+constexpr std::size_t shortNumber = 4;
+
 constexpr const char* openingPunctuation = "\"'`({[";
 constexpr const char* closingPunctuation = "\"'`.,:;!?(){}[]";
 constexpr const char* spokenSigns = "@#$%^&*|=+~_/";
@@ -41,6 +47,38 @@ bool isUpper(char letter) {
 bool isSpoken(char letter) {
   return (letter >= 'a' && letter <= 'z') || isUpper(letter) || (letter >= '0' && letter <= '9') ||
          std::string_view(spokenSigns).find(letter) != std::string_view::npos;
+}
+
+bool isDigit(char letter) {
+  return letter >= '0' && letter <= '9';
+}
+
+bool isVowel(char letter) {
+  return std::string_view("aeiouyAEIOUY").find(letter) != std::string_view::npos;
+}
+
+/// Whether Flite may speak it with a word of its own.
+bool mayBeSpelled(char letter) {
+  return isSpoken(letter) && !isVowel(letter);
+}
+
+/// How many words a word may be spoken as.
+std::size_t spokenWords(const std::string& word) {
+  const auto digits = static_cast<std::size_t>(std::count_if(word.begin(), word.end(), isDigit));
+  const auto stops = static_cast<std::size_t>(std::count(word.begin(), word.end(), '.'));
+  const auto signs = static_cast<std::size_t>(std::count_if(word.begin(), word.end(), [](char c) {
+    return std::string_view(spokenSigns).find(c) != std::string_view::npos;
+  }));
+  std::size_t run = 0;
+  std::size_t longestRun = 0;
+  for (const char letter : word) {
+    run = mayBeSpelled(letter) && !isDigit(letter) ? run + 1 : 0;
+    longestRun = std::max(run, longestRun);
+  }
+  constexpr std::size_t mostConsonants = 6;  // of a word that is read as one: "Knightsbridge"
+  const std::size_t letters = longestRun > mostConsonants ? word.size() - digits : 0;
+  const std::size_t numerals = digits > shortNumber ? digits : 0;
+  return 1 + letters + numerals + (stops > 2 ? stops : 0) + (signs > 1 ? signs : 0);
 }
 
 bool hasAny(const std::string& text, const char* characters) {
@@ -116,7 +154,8 @@ bool FliteTokenReader::readLetter() {
       settings.lineFeeds = std::exchange(lineFeeds, 0);
     }
     word.push_back({letter, begin, position});
-    return word.size() == longestWord;
+    spelled = mayBeSpelled(letter) ? spelled + 1 : 0;
+    return word.size() == longestWord || spelled == mostSpelled;
   }
   // A blank after a word counts for the next word.
   ++blanks;
@@ -155,6 +194,7 @@ FliteToken FliteTokenReader::take() {
     token.insertions = takeInsertions();
   }
   word.clear();
+  spelled = 0;
   return token;
 }
 
@@ -168,9 +208,11 @@ std::optional<FlitePhrase> FliteText::next() {
   FlitePhrase phrase;
   phrase.continues = std::exchange(isContinued, false);
   std::vector<FliteToken>& tokens = phrase.tokens;
+  words = 0;
   bool isOver = false;
   for (int read = 0; pending && !isOver; ++read) {
     if (!pending->name.empty()) {
+      words += spokenWords(pending->name);
       tokens.push_back(*std::move(pending));
     } else if (!tokens.empty() && tokens.back().after.size() < mostPunctuation) {
       tokens.back().after += pending->before + pending->after;
@@ -196,7 +238,8 @@ bool FliteText::endsPhrase(const std::vector<FliteToken>& tokens) {
   if (isClause || endsSentence(last, *pending)) {
     return true;
   }
-  isContinued = tokens.size() >= mostWords || pending->prosody.pitch != last.prosody.pitch;
+  isContinued = words + spokenWords(pending->name) > mostWords ||
+                pending->prosody.pitch != last.prosody.pitch;
   return isContinued;
 }
 

@@ -64,6 +64,7 @@ class FliteTokenReader {
   std::string letters;       ///< of the current character that were not read, in reverse order
   std::size_t begin = 0;     ///< of that character
   std::vector<Letter> word;
+  std::size_t spelled = 0;             ///< letters at its end that may be spoken one by one
   int blanks = 0;                      ///< since the last word
   int lineFeeds = 0;                   ///< among them
   FliteToken settings;                 ///< prosody and blanks of the next word
@@ -86,6 +87,7 @@ class FliteText {
   SpokenText& source;
   FliteTokenReader reader;
   std::optional<FliteToken> pending;  ///< the next word
+  std::size_t words = 0;              ///< of the phrase, as many as may be spoken
   bool isContinued = false;           ///< by the next phrase
   bool finished = false;
 };
