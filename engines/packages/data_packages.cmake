@@ -3,6 +3,7 @@
 # so this comes after all calls of kqtts_engine().
 
 # add_packages(<source folder> <folder>): installs the packages of a folder in share/kqtts/<folder>.
+# Adds "language=plug-in" of each to the global property KQTTS_LANGUAGES_OF_<folder>.
 function(add_packages source folder)
   file(GLOB manifests CONFIGURE_DEPENDS RELATIVE ${source} ${source}/*/manifest.xml)
   file(GLOB_RECURSE files CONFIGURE_DEPENDS ${source}/*.xml)
@@ -18,6 +19,9 @@ function(add_packages source folder)
     if(NOT plug_in)
       message(FATAL_ERROR "${source}/${manifest}: no kqtts_engine() says MANIFEST_ENGINE \"${engine}\"")
     endif()
+    file(STRINGS ${source}/${manifest} language REGEX "name=\"language\"")
+    string(REGEX REPLACE ".* value=\"([^\"]*)\".*" "\\1" language "${language}")
+    set_property(GLOBAL APPEND PROPERTY KQTTS_LANGUAGES_OF_${folder} "${language}=${plug_in}")
     install(DIRECTORY ${source}/${package} DESTINATION ${CMAKE_INSTALL_DATADIR}/kqtts/${folder}
             COMPONENT engine-${plug_in})
   endforeach()

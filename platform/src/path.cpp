@@ -51,17 +51,31 @@ struct OwnFolder {
   std::string path;
 };
 
-void append(std::vector<std::string>& dirs, const std::string& directory) {
-  if (!directory.empty() && std::find(dirs.begin(), dirs.end(), directory) == dirs.end()) {
-    dirs.push_back(directory);
+/// Folders in the order of adding. A folder is kept once, under its first path: different paths
+/// lead to one folder where there are symbolic links.
+class FolderList {
+ public:
+  void add(const std::string& directory) {
+    const auto isSame = [&](const std::string& other) {
+      std::error_code ignored;
+      return other == directory || fs::equivalent(other, directory, ignored);
+    };
+    if (!directory.empty() && std::none_of(folders.begin(), folders.end(), isSame)) {
+      folders.push_back(directory);
+    }
   }
-}
 
-void appendEnvironment(std::vector<std::string>& dirs) {
+  const std::vector<std::string>& paths() const { return folders; }
+
+ private:
+  std::vector<std::string> folders;
+};
+
+void addEnvironment(FolderList& folders) {
   const char* value = secure_getenv("ZU_LIBRARY_PATH");
   std::istringstream list(value != nullptr ? value : "");
   for (std::string directory; std::getline(list, directory, ':');) {
-    append(dirs, fullPath(directory));
+    folders.add(fullPath(directory));
   }
 }
 
@@ -90,12 +104,16 @@ std::string findLib(const std::string& name) {
 std::vector<std::string> libDirs() {
   auto& added = immortal<AddedDirs>();
   std::unique_lock<std::mutex> lock(added.mutex);
-  std::vector<std::string> dirs = added.dirs;
+  const std::vector<std::string> addedDirs = added.dirs;
   lock.unlock();
-  appendEnvironment(dirs);
-  append(dirs, immortal<OwnFolder>().path);
-  append(dirs, ZU_INSTALL_LIBDIR);
-  return dirs;
+  FolderList folders;
+  for (const std::string& directory : addedDirs) {
+    folders.add(directory);
+  }
+  addEnvironment(folders);
+  folders.add(immortal<OwnFolder>().path);
+  folders.add(ZU_INSTALL_LIBDIR);
+  return folders.paths();
 }
 
 void addLibDir(const std::string& directory) {

@@ -15,7 +15,8 @@ ZU_EXPORT std::string findLib(const std::string& name);
 
 /// The folders that findLib() searches, in order: the folders of addLibDir(), newest first; the
 /// folders of the environment variable ZU_LIBRARY_PATH (separated by colons; ignored in a
-/// set-user-id process); the folder of this library; the install folder.
+/// set-user-id process); the folder of this library; the install folder. A folder is listed once,
+/// under its first path, even if several paths lead to it.
 ZU_EXPORT std::vector<std::string> libDirs();
 
 /// Adds a folder that is searched before all others. A relative path is resolved now, against the

@@ -14,6 +14,7 @@
 #include "probe/installation.hpp"
 #include "system/failure.hpp"
 #include "text/language_argument.hpp"
+#include "text/language_package.hpp"
 #include "text/name_distance.hpp"
 #include "text/paragraph.hpp"
 
@@ -162,8 +163,10 @@ std::string adviceFor(const Route& route) {
     return "install a newer version of the package";
   }
   if (route.offers.empty()) {
-    return "install a package for the language, and the engine that takes it; 'kqtts doctor' tells "
-           "of packages that are not used";
+    const std::string source = whatBrings(route.request.language);
+    return (source.empty() ? "install a package for the language, and the engine that takes it"
+                           : source) +
+           "; 'kqtts doctor' tells of packages that are not used";
   }
   return "'kqtts doctor' tells more of the engine and its packages";
 }

@@ -3,8 +3,26 @@
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
+#include <boost/filesystem/operations.hpp>
+#include <iostream>
+
+#include "text/utf8.hpp"
 
 namespace tool {
+
+namespace {
+
+void noteFoldersWithoutPlugins(const HostOptions& options) {
+  for (const std::string& folder : options.engineFolders) {
+    boost::system::error_code ignored;
+    if (!boost::filesystem::is_directory(folder + "/kqtts", ignored)) {
+      std::cerr << "kqtts: note: there is no folder " << oneLine(folder)
+                << "/kqtts, so --engines finds no plug-in there\n";
+    }
+  }
+}
+
+}  // namespace
 
 void addHostOptions(CLI::App& parser, HostOptions& options) {
   parser
@@ -17,6 +35,7 @@ void addHostOptions(CLI::App& parser, HostOptions& options) {
       ->option_text("DIR ...")
       ->check(CLI::ExistingDirectory)
       ->allow_extra_args(false);
+  parser.callback([&options] { noteFoldersWithoutPlugins(options); });
 }
 
 void addVoiceOptions(CLI::App& parser, VoiceChoice& choice) {

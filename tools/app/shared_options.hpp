@@ -12,7 +12,8 @@ namespace tool {
 
 // Options of several sub-commands.
 
-/// Adds --packages and --engines to a sub-command.
+/// Adds --packages and --engines to a sub-command. `options` must outlive the parsing. A note says
+/// if a folder of --engines has no sub-folder for plug-ins.
 void addHostOptions(CLI::App& parser, HostOptions& options);
 
 /// Adds -l and -v to a sub-command.

@@ -4,6 +4,7 @@
 #include <iostream>
 #include <set>
 
+#include "probe/plugin_library.hpp"
 #include "system/failure.hpp"
 #include "text/utf8.hpp"
 
@@ -160,6 +161,9 @@ Checkup checkEngine(const Candidate& candidate, const std::vector<std::string>& 
       checkup.outcomes.emplace_back(check);
       checkup.outcomes.back().reason = reason;
     }
+  }
+  if (!checkup.outcomes.empty()) {
+    checkup.outcomes.front().notes = notesOnFileName(candidate.plugin);
   }
   return checkup;
 }

@@ -1,10 +1,13 @@
 #include <algorithm>
 #include <boost/algorithm/string/join.hpp>
+#include <kqtts/tts_language_info.hpp>
 #include <map>
 #include <utility>
 
 #include "doctor/finding_list.hpp"
 #include "probe/installation.hpp"
+#include "text/language_argument.hpp"
+#include "text/language_package.hpp"
 
 namespace tool {
 
@@ -36,11 +39,22 @@ class LanguageFindings {
     explainDoubles(session.facts);
     if (!session.facts.language.empty()) {
       list.add(Severity::ok, "language-chosen",
-               session.facts.language + " is spoken unless another language is asked for", "");
+               session.facts.language + " is spoken unless another language is asked for" +
+                   missingLanguage(session.facts),
+               "");
     }
   }
 
  private:
+  /// Which package would bring the language of the user's locale, if it is not installed.
+  static std::string missingLanguage(const SessionFacts& facts) {
+    KQ::TTSLanguageInfo table;
+    const std::string wanted = LanguageResolver(table, facts.languages).resolve(userLocale());
+    const std::string source = whatBrings(wanted);
+    return facts.offers(wanted) || source.empty() ? ""
+                                                  : "; " + wanted + " is not installed: " + source;
+  }
+
   void explainSession(const SessionReport& session) {
     if (!session.probe.isComplete()) {
       const Mishap mishap = mishapOf(session.probe);

@@ -1,16 +1,19 @@
 #include <algorithm>
+#include <boost/algorithm/string/join.hpp>
 #include <boost/algorithm/string/predicate.hpp>
 #include <map>
 
 #include "doctor/finding_list.hpp"
 #include "doctor/library_file.hpp"
 #include "probe/installation.hpp"
+#include "probe/plugin_library.hpp"
 
 namespace tool {
 
 namespace {
 
 using boost::algorithm::contains;
+using boost::algorithm::join;
 
 /// Explains what became of each plug-in.
 class PluginFindings {
@@ -30,6 +33,11 @@ class PluginFindings {
                  path + " is not used: " + plugin.search.library + " comes before it",
                  "remove the one that is not wanted");
       }
+    }
+    for (const std::string& path : installation.unloadedLibraries) {
+      list.add(list.bad(), "plugin-not-loaded", path + " is loaded by no host",
+               "give it a name that hosts load, " + join(loadedFileNames(), ", ") +
+                   ", in a folder of its own; or remove it");
     }
   }
 

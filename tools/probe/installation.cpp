@@ -6,6 +6,7 @@
 #include <kqtts/texttospeech_manager.hpp>
 #include <zu/path.hpp>
 
+#include "probe/plugin_library.hpp"
 #include "say/audio_device_sink.hpp"
 
 namespace tool {
@@ -45,6 +46,7 @@ Installation examineInstallation(const HostOptions& options, std::chrono::millis
   useEngineFolders(options);
   Installation installation;
   installation.libraryFolders = zu::path::libDirs();
+  installation.unloadedLibraries = findUnloadedLibraries();
   installation.packages = surveyPackages(options);
   for (const char* plugin : KQ::plugin_names::all) {
     installation.plugins.push_back(probePlugin(plugin, installation.packages.installed, patience));

@@ -15,8 +15,9 @@ namespace tool {
 
 /// All that can be found out about an installation without relying on anything in it.
 struct Installation {
-  std::vector<std::string> libraryFolders;  ///< where plug-ins are looked for
-  std::vector<PluginReport> plugins;        ///< in the order of merging
+  std::vector<std::string> libraryFolders;     ///< where plug-ins are looked for
+  std::vector<PluginReport> plugins;           ///< in the order of merging
+  std::vector<std::string> unloadedLibraries;  ///< engine libraries whose names no host loads
   PackageSurvey packages;
   std::optional<SessionReport> session;  ///< none when no host could be started safely
   Probe audio;

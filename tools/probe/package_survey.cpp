@@ -104,6 +104,14 @@ bool isKnown(const std::string& setting) {
   return std::find(known.begin(), known.end(), setting) != known.end();
 }
 
+/// Whether one of the folders is this one, under any path.
+bool holds(const std::vector<PackageFolder>& folders, const std::string& path) {
+  return std::any_of(folders.begin(), folders.end(), [&](const PackageFolder& folder) {
+    boost::system::error_code ignored;
+    return folder.path == path || fs::equivalent(folder.path, path, ignored);
+  });
+}
+
 class Surveyor {
  public:
   explicit Surveyor(const KQ::TextToSpeechEngine& engine) : reader(engine) {}
@@ -181,17 +189,18 @@ PackageSurvey surveyPackages(const std::vector<std::string>& folders,
                              const KQ::TextToSpeechEngine& reader) {
   PackageSurvey survey;
   survey.installed = findPackages(folders, reader);
+  std::set<std::string> installed;
+  for (const zu::PackageInfo& package : survey.installed) {
+    installed.insert(package.path);
+  }
   const Surveyor surveyor(reader);
-  std::set<std::string> seen;
   for (const std::string& path : folders) {
-    if (!seen.insert(path).second) {
+    if (holds(survey.folders, path)) {
       continue;
     }
     PackageFolder folder = surveyor.folder(path);
     for (SurveyedPackage& package : folder.packages) {
-      package.isInstalled = std::any_of(
-          survey.installed.begin(), survey.installed.end(),
-          [&](const zu::PackageInfo& installed) { return installed.path == package.path; });
+      package.isInstalled = installed.count(package.path) != 0;
     }
     survey.folders.push_back(std::move(folder));
   }

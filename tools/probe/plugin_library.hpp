@@ -22,6 +22,17 @@ std::string findLibraryOf(const std::string& plugin);
 /// \throws UsageError if there is no such regular file
 std::string findPlugin(const std::string& written);
 
+/// The file names that hosts load, the one that is looked for first at the front.
+std::vector<std::string> loadedFileNames();
+
+/// The engine libraries (libkqtts-NAME.so, kqtts-NAME.so) in the searched folders whose names no
+/// host loads.
+std::vector<std::string> findUnloadedLibraries();
+
+/// What the author of a plug-in should know of its file name: that no host loads it, or that it
+/// would overwrite the library of an installed engine.
+std::vector<std::string> notesOnFileName(const std::string& path);
+
 /// A plug-in whose library was opened. The library stays open until close() is called.
 class PluginLibrary {
  public:

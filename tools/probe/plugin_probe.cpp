@@ -125,7 +125,9 @@ PluginSearch searchPlugin(const std::string& plugin) {
       const std::string path = folder + "/" + name + ".so";
       boost::system::error_code ignored;
       const fs::file_type type = fs::symlink_status(path, ignored).type();
-      if (type == fs::file_not_found || type == fs::status_error || path == search.library) {
+      // The library itself has several paths where there are links.
+      if (type == fs::file_not_found || type == fs::status_error ||
+          fs::equivalent(path, search.library, ignored)) {
         continue;
       }
       const bool isFile = fs::is_regular_file(path, ignored);

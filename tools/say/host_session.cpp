@@ -4,6 +4,7 @@
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/make_shared.hpp>
 #include <boost/thread/locks.hpp>
+#include <iostream>
 #include <kq/error.hpp>
 #include <kqtts/texttospeech_manager.hpp>
 #include <kqtts/tts_language_info.hpp>
@@ -12,6 +13,7 @@
 #include "say/package_discovery.hpp"
 #include "system/failure.hpp"
 #include "text/language_argument.hpp"
+#include "text/language_package.hpp"
 
 namespace tool {
 
@@ -76,12 +78,14 @@ std::string HostSession::localeOf(const std::string& language) const {
 std::string HostSession::findLanguage(const std::string& written) {
   const LanguageResolver resolver(*languageInfo, languages());
   std::string language = resolver.resolve(written);
-  const char* whatToDo = "'kqtts list languages' shows what there is";
+  const std::string whatToDo = "'kqtts list languages' shows what there is";
   if (language.empty()) {
     throw Failure("unknown language '" + written + "'", whatToDo);
   }
   if (!resolver.isInstalled(language)) {
-    throw Failure("the language " + language + " is not installed", whatToDo);
+    const std::string source = whatBrings(language);
+    throw Failure("the language " + language + " is not installed",
+                  (source.empty() ? "" : source + "; ") + whatToDo);
   }
   return language;
 }
@@ -109,6 +113,7 @@ void HostSession::choose(const VoiceChoice& choice) {
     chooseLanguage(findLanguage(choice.language));
   } else if (choice.voice.empty()) {
     chooseLanguage(usualLanguage());
+    noteMissingLanguage();
   }
   if (choice.voice.empty()) {
     return;
@@ -119,6 +124,17 @@ void HostSession::choose(const VoiceChoice& choice) {
     throw Failure("the voice " + voice + " speaks " + spoken, "ask for that language, or for none");
   }
   ttsManager->setCurrentVoice(voice);
+}
+
+/// Says why the language of the user's locale is not the one that was chosen.
+void HostSession::noteMissingLanguage() {
+  const std::string wanted = LanguageResolver(*languageInfo, languages()).resolve(userLocale());
+  const std::string chosen = ttsManager->getCurrentLanguage();
+  const std::string source = whatBrings(wanted);
+  if (wanted != chosen && !source.empty()) {
+    std::cerr << "kqtts: note: " << wanted << " is not installed, so " << chosen << " is spoken; "
+              << source << '\n';
+  }
 }
 
 void HostSession::chooseLanguage(const std::string& language) {

@@ -69,6 +69,7 @@ class HostSession {
   class Manager;
 
   std::string findVoice(const std::string& written);
+  void noteMissingLanguage();
   void chooseLanguage(const std::string& language);
 
   boost::shared_ptr<KQ::TTSLanguageInfo> languageInfo;

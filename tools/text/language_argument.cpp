@@ -9,13 +9,14 @@ namespace tool {
 
 namespace {
 
-const std::string english = "English";
-
 /// The locale that a language code means without a region, if not the first one in the table.
 const std::map<std::string, std::string> usualLocales = {
     {"cmn", "zh_CN"}, {"en", "en_US"}, {"es", "es_ES"},  {"fr", "fr_FR"}, {"nb", "nn_NO"},
     {"no", "nn_NO"},  {"pt", "pt_PT"}, {"yue", "zh_HK"}, {"zh", "zh_CN"},
 };
+
+/// The form of a language that comes after its usual one.
+const std::map<std::string, std::string> nextLocales = {{"en", "en_GB"}};
 
 bool isLetter(char byte) {
   return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z');
@@ -108,7 +109,8 @@ std::string LanguageResolver::chooseFor(const std::string& locale) const {
   if (!relative.empty()) {
     return relative;
   }
-  if (isInstalled(english)) {
+  std::string english = installedFormOf("en");
+  if (!english.empty()) {
     return english;
   }
   return installed.empty() ? "" : installed.front();
@@ -146,6 +148,10 @@ std::string LanguageResolver::installedFormOf(const std::string& languageCode) c
   std::string usual = resolveLocale(languageCode);
   if (isInstalled(usual)) {
     return usual;
+  }
+  std::string next = valueOr(languageOfLocale, valueOr(nextLocales, languageCode, ""), "");
+  if (isInstalled(next)) {
+    return next;
   }
   for (const auto& [locale, language] : languageOfLocale) {
     if (splitLocale(locale).language == languageCode && isInstalled(language)) {

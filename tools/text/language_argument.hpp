@@ -28,7 +28,8 @@ class LanguageResolver {
   std::string resolve(const std::string& written) const;
 
   /// The installed language that suits a user's locale best: its own, another form of the same
-  /// language, English, the first one. "" if none is installed.
+  /// language, English or another form of it, the first one. Of the forms of English, British
+  /// English comes after English. "" if none is installed.
   std::string chooseFor(const std::string& userLocale) const;
 
   bool isInstalled(const std::string& language) const;

@@ -230,6 +230,26 @@ TEST_F(CheckEngineTest, AnEngineIsFoundByName) {
   EXPECT_THAT(outcome.output, HasSubstr("the engine calls itself \"Specimen\""));
 }
 
+TEST_F(CheckEngineTest, ANameThatNoHostLoadsIsNoted) {
+  const std::string report = runSpecimen({"--check", "entry-points"}).output;
+
+  EXPECT_THAT(report, HasSubstr("note: no host loads a plug-in called "));
+  EXPECT_THAT(report, HasSubstr("libkqtts-aitalk.so, libkqtts-log.so, libkqtts-nuance.so"));
+}
+
+TEST_F(CheckEngineTest, AnInstalledEngineOfTheSameNameIsNoted) {
+  boost::filesystem::create_directories(folder.path() / "mine");
+  boost::filesystem::create_directories(folder.path() / "installed/kqtts");
+  boost::filesystem::copy_file(SPECIMEN_ENGINE, path("mine/libkqtts-nuance.so"));
+  folder.write("installed/kqtts/libkqtts-nuance.so", "an engine");
+
+  const std::string report = run({path("mine/libkqtts-nuance.so"), "--engines", path("installed"),
+                                  "--check", "entry-points"})
+                                 .output;
+
+  EXPECT_THAT(report, HasSubstr("note: in the folder of " + path("installed/kqtts/")));
+}
+
 TEST_F(CheckEngineTest, WrongUseIsToldApart) {
   EXPECT_EQ(run({}).status, 2);
   EXPECT_EQ(run({"no-such-engine"}).status, 2);

@@ -253,6 +253,9 @@ const Illness impairedOnes[] = {
                      patient.folder.path() / "engines/kqtts/kqtts-nuance.so");
      },
      "plugin-hidden", "kqtts-nuance.so is not used"},
+    {"PluginWithANameOfItsOwn",
+     [](Patient& patient) { fs::copy_file(patient.plugin("nuance"), patient.plugin("mine")); },
+     "plugin-not-loaded", "libkqtts-mine.so is loaded by no host"},
     {"CrashWhenShutDown", fault("crash in terminating"), "plugin-crashed", "when it was shut down"},
     {"HangWhenShutDown", fault("hang in terminating"), "plugin-hung", "when it was shut down"},
     {"PackageForAnotherEngine",
@@ -381,6 +384,43 @@ TEST(DoctorTest, WhatAPluginPrintsStaysOutOfTheReport) {
 
 TEST(DoctorTest, UnknownOptionIsWrongUsage) {
   EXPECT_EQ(Patient().run({"doctor", "--cure"}).status, 2);
+}
+
+TEST(DoctorTest, ALibraryWithSeveralPathsIsNoSecondLibrary) {
+  Patient patient;
+  fs::create_directory_symlink(patient.folder.path() / "engines", patient.folder.path() / "link");
+  fs::create_symlink(patient.plugin("nuance"),
+                     patient.folder.path() / "engines/kqtts/kqtts-nuance.so");
+  patient.environment["ZU_LIBRARY_PATH"] = (patient.folder.path() / "link").string();
+
+  const Answer answer = patient.ask({"doctor"});
+
+  EXPECT_THAT(answer.findings("plugin-hidden"), IsEmpty());
+  EXPECT_THAT(answer.findings("plugin-works"), SizeIs(1));
+}
+
+TEST(DoctorTest, APackageWithSeveralPathsIsNoDuplicate) {
+  Patient patient;
+  fs::create_directory_symlink(patient.folder.path() / "packages", patient.folder.path() / "link");
+  patient.namesPackages = false;
+  patient.environment["KQTTS_PACKAGE_PATH"] = (patient.folder.path() / "packages").string() + ":" +
+                                              (patient.folder.path() / "link").string();
+
+  const Answer answer = patient.ask({"doctor"});
+
+  EXPECT_THAT(answer.findings("package-duplicate"), IsEmpty());
+  EXPECT_THAT(answer.report.at("packages"), SizeIs(1));
+}
+
+TEST(DoctorTest, PackageThatBringsTheLanguageOfTheLocaleIsNamed) {
+  Patient patient;
+  patient.environment["LC_ALL"] = "de_DE.UTF-8";
+
+  const Answer answer = patient.ask({"doctor"});
+
+  ASSERT_THAT(answer.findings("language-chosen"), SizeIs(1));
+  EXPECT_THAT(answer.findings("language-chosen").front().at("text"),
+              HasSubstr("German is not installed: the package kqtts-engine-nuance brings it"));
 }
 
 TEST(DoctorTest, AFolderOfOtherThingsIsToldInOneFinding) {

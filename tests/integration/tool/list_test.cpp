@@ -103,6 +103,13 @@ TEST_F(Program, RefusesToRunWithoutASubcommand) {
   expectFailure(runPlain({"sing"}), 2, "subcommand is required");
 }
 
+TEST_F(List, SaysThatAFolderHoldsNoPlugins) {
+  const Outcome outcome = run({"list", "--engines", packageFolder(), "engines"});
+
+  EXPECT_EQ(outcome.errors, "kqtts: note: there is no folder " + packageFolder() +
+                                "/kqtts, so --engines finds no plug-in there\n");
+}
+
 }  // namespace
 
 }  // namespace tool_test

@@ -216,7 +216,17 @@ TEST_F(Say, SpeaksTheLanguageOfTheLocale) {
 
 TEST_F(Say, SpeaksEnglishInALocaleThatIsNotInstalled) {
   launch.environment["LC_ALL"] = "pl_PL.UTF-8";
-  EXPECT_EQ(voiceUsedBy({}), "Bob\n");
+  EXPECT_EQ(voiceUsedBy({}),
+            "kqtts: note: Polish is not installed, so English is spoken; the package "
+            "kqtts-engine-nuance brings it\nBob\n");
+}
+
+TEST_F(Say, SpeaksBritishEnglishWhereEnglishIsMissing) {
+  removePackages();
+  addPackage("Arabic", "Amira");
+  addPackage("EnglishAustralia", "Ned");
+  addPackage("EnglishGB", "Tom");
+  EXPECT_EQ(voiceUsedBy({}), "Tom\n");
 }
 
 TEST_F(Say, SpeaksTheLanguageThatIsAskedFor) {
@@ -233,7 +243,8 @@ TEST_F(Say, SpeaksTheLanguageOfTheVoiceThatIsAskedFor) {
 TEST_F(Say, RefusesALanguageOrVoiceThatIsNotThere) {
   expectFailure(run({"say", "-o", wav(), "-l", "Klingon", "x"}), 1,
                 "unknown language 'Klingon'; 'kqtts list languages'");
-  expectFailure(run({"say", "-o", wav(), "-l", "de", "x"}), 1, "German is not installed");
+  expectFailure(run({"say", "-o", wav(), "-l", "de", "x"}), 1,
+                "German is not installed; the package kqtts-engine-nuance brings it; ");
   expectFailure(run({"say", "-o", wav(), "-v", "Zoe", "x"}), 1,
                 "unknown voice 'Zoe'; 'kqtts list voices'");
   expectFailure(run({"say", "-o", wav(), "-v", "Bob", "-l", "fr", "x"}), 1, "Bob speaks English");

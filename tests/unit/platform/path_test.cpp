@@ -132,6 +132,32 @@ TEST_F(PathTest, AFolderAddedAgainComesFirstAndOnce) {
   EXPECT_EQ(timesListed(folder("first")), 1);
 }
 
+TEST_F(PathTest, AFolderIsListedOnceUnderItsFirstPathWhenALinkLeadsToIt) {
+  fs::create_directory_symlink(folder("real"), root / "link");
+  setEnvironment((root / "link").string() + ":" + folder("other") + ":" + folder("real"));
+
+  EXPECT_EQ(timesListed((root / "link").string()), 1);
+  EXPECT_EQ(timesListed(folder("other")), 1);
+  EXPECT_EQ(timesListed(folder("real")), 0);
+}
+
+TEST_F(PathTest, AnAddedFolderIsListedOnceWhenALinkLeadsToIt) {
+  fs::create_directory_symlink(folder("real"), root / "link");
+  addLibDir(folder("real"));
+  addLibDir((root / "link").string());
+
+  EXPECT_EQ(libDirs().front(), (root / "link").string());
+  EXPECT_EQ(timesListed(folder("real")), 0);
+}
+
+TEST_F(PathTest, FoldersThatDoNotExistAreListedOncePerPath) {
+  const std::string gone = (root / "gone").string();
+  setEnvironment(gone + ":" + (root / "lost").string() + ":" + gone);
+
+  EXPECT_EQ(timesListed(gone), 1);
+  EXPECT_EQ(timesListed((root / "lost").string()), 1);
+}
+
 TEST_F(PathTest, EmptyFoldersOfTheEnvironmentAreIgnored) {
   file("libx.so");
   fs::current_path(root);

@@ -97,6 +97,20 @@ TEST(LanguageResolver, ChoosesEnglishForALocaleWithoutLanguage) {
   }
 }
 
+TEST(LanguageResolver, ChoosesBritishEnglishWhereEnglishIsMissing) {
+  for (const char* locale : {"", "C", "en_US.UTF-8", "en_CA", "fr_FR"}) {
+    EXPECT_EQ(choose(locale, {"Arabic", "EnglishAustralia", "EnglishGB"}), "EnglishGB") << locale;
+  }
+}
+
+TEST(LanguageResolver, ChoosesAnyFormOfEnglishBeforeTheFirstLanguage) {
+  EXPECT_EQ(choose("C", {"Arabic", "EnglishIndian"}), "EnglishIndian");
+}
+
+TEST(LanguageResolver, ChoosesTheLocalesOwnFormOfEnglishFirst) {
+  EXPECT_EQ(choose("en_AU", {"English", "EnglishAustralia", "EnglishGB"}), "EnglishAustralia");
+}
+
 TEST(LanguageResolver, ChoosesTheFirstLanguageWithoutEnglish) {
   EXPECT_EQ(choose("fr_FR", {"Polish", "Arabic"}), "Polish");
 }
