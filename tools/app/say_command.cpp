@@ -13,6 +13,7 @@
 #include "app/shared_options.hpp"
 #include "say/audio_sink.hpp"
 #include "say/event_writer.hpp"
+#include "say/guarded_sink.hpp"
 #include "say/host_session.hpp"
 #include "say/progress_line.hpp"
 #include "say/sentence_reader.hpp"
@@ -27,6 +28,9 @@ namespace tool {
 namespace {
 
 constexpr const char* standardOutputName = "-";
+
+/// How long a sink may keep the program from its end after a signal.
+constexpr std::chrono::milliseconds sinkPatience(100);
 
 /// More than a command line holds. The parser takes an option without a limit as a list, and then a
 /// word in square brackets as another.
@@ -139,12 +143,13 @@ int say(const SayOptions& options, const StandardOutput& standardOutput) {
   const std::vector<Parameter> parameters = parseParameters(options.parameters);
   StopRequest stop;
   SignalWatch signals(stop);
-  const std::unique_ptr<AudioSink> sink = openAudioSink(options.output, standardOutput, stop);
+  GuardedSink sink(openAudioSink(options.output, standardOutput, stop));
+  const SignalWatch::LastResort completeFile(signals, [&sink] { sink.abandon(sinkPatience); });
   std::unique_ptr<EventWriter> events;
   if (!options.events.empty()) {
     events = std::make_unique<EventWriter>(options.events, standardOutput);
   }
-  SpeechOutput output(*sink, events.get(), stop);
+  SpeechOutput output(sink, events.get(), stop);
   HostSession session(options.host, &output);
   KQ::TextToSpeechManager& manager = session.manager();
   const SignalWatch::Action stopSpeech(signals, [&manager] {
@@ -166,10 +171,10 @@ int say(const SayOptions& options, const StandardOutput& standardOutput) {
   }
   const int samplingRate = manager.getCurrentSamplingRate();
   if (stop.made()) {
-    sink->cutShort(samplingRate);
+    sink.cutShort(samplingRate);
     return 128 + stop.signal();
   }
-  sink->finish(samplingRate);
+  sink.finish(samplingRate);
   if (speaker.sawForeignBytes()) {
     std::cerr << "kqtts: note: the text is not all UTF-8; the other bytes were left out\n";
   }

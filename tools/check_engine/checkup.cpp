@@ -163,7 +163,9 @@ Checkup checkEngine(const Candidate& candidate, const std::vector<std::string>& 
     }
   }
   if (!checkup.outcomes.empty()) {
-    checkup.outcomes.front().notes = notesOnFileName(candidate.plugin);
+    const std::vector<std::string> notes = notesOnFileName(candidate.plugin);
+    auto& shown = checkup.outcomes.front().notes;
+    shown.insert(shown.end(), notes.begin(), notes.end());
   }
   return checkup;
 }

@@ -6,8 +6,9 @@
 
 namespace tool {
 
-/// Writes a file under a temporary name and renames it when it is complete. After a failure there
-/// is no broken file, and an earlier file of that name is unchanged.
+/// Writes a file that takes its place when it is complete. After a failure there is no broken file,
+/// and an earlier file of that name is unchanged. Until then the file has no name, so it vanishes
+/// with the process; on a file system without such files it has a name that nobody can guess.
 class ReplacedFile {
  public:
   /// \param target  the path of the file; a symbolic link is followed
@@ -19,8 +20,8 @@ class ReplacedFile {
   ReplacedFile& operator=(const ReplacedFile&) = delete;
 
   int descriptor() const { return file.get(); }
-  /// Where the file is until commit().
-  const std::string& path() const { return temporary; }
+  /// A path under which this process can open the file until commit().
+  std::string path() const;
 
   /// Moves the file to its place, with the permissions of the file that it replaces.
   /// \throws Failure if that is not possible
@@ -28,10 +29,12 @@ class ReplacedFile {
 
  private:
   [[noreturn]] void fail(const std::string& name, const char* reason) const;
+  void createNamed();
+  bool linkTo(const std::string& name) const;
 
   std::string advice;
   std::string place;
-  std::string temporary;  ///< "" after commit()
+  std::string temporary;  ///< the file's name before commit(), or ""
   FileDescriptor file;
 };
 

@@ -6,7 +6,9 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
+#include <future>
 #include <system_error>
 #include <utility>
 
@@ -16,8 +18,9 @@ namespace tool {
 
 namespace {
 
-constexpr int actionIntervalMs = 20;
-constexpr int patienceMs = 1000;
+constexpr int intervalMs = 20;
+constexpr std::chrono::milliseconds patience(800);
+constexpr std::chrono::milliseconds lastResortPatience(150);
 
 sigset_t signalsNotIgnored() {
   sigset_t signals;
@@ -30,6 +33,12 @@ sigset_t signalsNotIgnored() {
     }
   }
   return signals;
+}
+
+/// Waits an interval at most.
+bool isReadable(int fd) {
+  pollfd waited = {fd, POLLIN, 0};
+  return poll(&waited, 1, intervalMs) > 0;
 }
 
 FileDescriptor checkedFile(int fd, const char* what) {
@@ -69,14 +78,15 @@ void SignalWatch::run() {
       stop.make(signal);
     }
   }
-  for (int milliseconds = 0; waited[0].revents == 0; milliseconds += actionIntervalMs) {
-    // From then on a signal has its usual effect, whatever the other threads hang in.
-    if (milliseconds == patienceMs) {
-      pthread_sigmask(SIG_UNBLOCK, &watched, nullptr);
+  const auto deadline = std::chrono::steady_clock::now() + patience;
+  // A thread of its own, since an engine may hang in the action too.
+  std::thread actions([this] { repeatAction(); });
+  while (!isReadable(endFd.get())) {
+    if (std::chrono::steady_clock::now() >= deadline) {
+      endProcess();
     }
-    runAction();
-    poll(waited, 1, actionIntervalMs);
   }
+  actions.join();
 }
 
 /// \return the signal that was waiting, or 0
@@ -86,11 +96,23 @@ int SignalWatch::takeSignal() {
   return isTaken ? static_cast<int>(taken.ssi_signo) : 0;
 }
 
-void SignalWatch::runAction() {
-  const std::lock_guard<std::mutex> lock(actionMutex);
-  if (action) {
-    action();
+void SignalWatch::repeatAction() {
+  do {
+    const std::lock_guard<std::mutex> lock(actionMutex);
+    if (action) {
+      action();
+    }
+  } while (!isReadable(endFd.get()));
+}
+
+void SignalWatch::endProcess() {
+  const std::lock_guard<std::mutex> lock(lastResortMutex);
+  std::future<void> done;
+  if (lastResort) {
+    done = std::async(std::launch::async, lastResort);
+    done.wait_for(lastResortPatience);
   }
+  _exit(128 + stop.signal());
 }
 
 SignalWatch::Action::Action(SignalWatch& signalWatch, std::function<void()> stopAction)
@@ -102,6 +124,17 @@ SignalWatch::Action::Action(SignalWatch& signalWatch, std::function<void()> stop
 SignalWatch::Action::~Action() {
   const std::lock_guard<std::mutex> lock(watch.actionMutex);
   watch.action = nullptr;
+}
+
+SignalWatch::LastResort::LastResort(SignalWatch& signalWatch, std::function<void()> function)
+    : watch(signalWatch) {
+  const std::lock_guard<std::mutex> lock(watch.lastResortMutex);
+  watch.lastResort = std::move(function);
+}
+
+SignalWatch::LastResort::~LastResort() {
+  const std::lock_guard<std::mutex> lock(watch.lastResortMutex);
+  watch.lastResort = nullptr;
 }
 
 }  // namespace tool

@@ -11,8 +11,9 @@
 namespace tool {
 
 /// Turns the signals that ask a program to end (SIGINT, SIGTERM, SIGHUP) into a stop request.
-/// Signals that the program was started to ignore stay ignored. From one second after the first
-/// signal on, another one ends the program at once.
+/// Signals that the program was started to ignore stay ignored. If the watch still exists 0.8
+/// seconds after the first signal, whatever the other threads hang in, it ends the process with
+/// status 128 + signal.
 ///
 /// Create it before any other thread, since threads inherit the set of blocked signals.
 class SignalWatch {
@@ -22,8 +23,8 @@ class SignalWatch {
   SignalWatch(const SignalWatch&) = delete;
   SignalWatch& operator=(const SignalWatch&) = delete;
 
-  /// While this object lives, a stop request runs an action in the watch's thread. The action runs
-  /// again every few milliseconds, since what it stops may begin only after its first run.
+  /// While this object lives, a stop request runs an action in a thread of the watch. The action
+  /// runs again every few milliseconds, since what it stops may begin only after its first run.
   class Action {
    public:
     Action(SignalWatch& watch, std::function<void()> action);
@@ -35,10 +36,24 @@ class SignalWatch {
     SignalWatch& watch;
   };
 
+  /// While this object lives, the watch calls a function before it ends the process. The process
+  /// ends even if the function does not return within 0.15 seconds.
+  class LastResort {
+   public:
+    LastResort(SignalWatch& watch, std::function<void()> lastResort);
+    ~LastResort();
+    LastResort(const LastResort&) = delete;
+    LastResort& operator=(const LastResort&) = delete;
+
+   private:
+    SignalWatch& watch;
+  };
+
  private:
   void run();
   int takeSignal();
-  void runAction();
+  void repeatAction();
+  [[noreturn]] void endProcess();
 
   StopRequest& stop;
   sigset_t watched;
@@ -48,6 +63,9 @@ class SignalWatch {
 
   std::mutex actionMutex;
   std::function<void()> action;  ///< guarded by actionMutex
+
+  std::mutex lastResortMutex;
+  std::function<void()> lastResort;  ///< guarded by lastResortMutex
 
   std::thread thread;
 };

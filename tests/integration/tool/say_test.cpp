@@ -1,12 +1,14 @@
 // Runs the program like its users.
 #include <gmock/gmock.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <boost/filesystem/operations.hpp>
 #include <csignal>
 #include <nlohmann/json.hpp>
 
 #include "program_test.hpp"
+#include "support/row_name.hpp"
 #include "support/sound_file.hpp"
 
 namespace tool_test {
@@ -360,12 +362,65 @@ TEST_F(Say, EndsWhileNobodyReadsItsOutput) {
   EXPECT_EQ(process.wait().status, 130);
 }
 
-TEST_F(Say, EndsAtTheSecondSignalWhenTheEngineDoesNotStop) {
-  Process process(command({"say", "-o", wav(), "--events", "-", "[deaf]"}), launch);
+struct Hang {
+  std::string name;
+  std::string place;        ///< in the engine
+  std::size_t wordsSpoken;  ///< before it
+};
+
+void PrintTo(const Hang& hang, std::ostream* stream) {
+  *stream << hang.place;
+}
+
+class SayWithAHangingEngine : public Say, public testing::WithParamInterface<Hang> {
+ protected:
+  /// Waits until the engine hangs.
+  void awaitHang() const {
+    while (!fs::exists(path("hangs"))) {
+      usleep(1000);
+    }
+  }
+};
+
+TEST_P(SayWithAHangingEngine, EndsAtTheFirstSignalWithACompleteFile) {
+  launch.environment["TONE_HANGS_IN"] = GetParam().place;
+  launch.environment["TONE_HANGS"] = path("hangs");
+  Process process(command({"say", "-o", wav(), "One", "two", "[deaf]"}), launch);
+  awaitHang();
+
+  process.signal(SIGTERM);
+
+  EXPECT_EQ(process.wait().status, 128 + SIGTERM);
+  EXPECT_EQ(wordsIn(wav()), GetParam().wordsSpoken);
+}
+
+INSTANTIATE_TEST_SUITE_P(, SayWithAHangingEngine,
+                         testing::Values(Hang{"Load", "load_plugin", 0},
+                                         Hang{"Initialize", "initialize", 0},
+                                         Hang{"Start", "start", 2},
+                                         Hang{"Terminate", "terminate", 3}),
+                         test::RowName());
+
+TEST_F(Say, EndsWhenTheEngineHangsInItsStop) {
+  launch.environment["TONE_HANGS_IN"] = "stop";
+  launch.environment["TONE_HANGS"] = path("hangs");
+  Process process(command({"say", "-o", wav(), "--events", "-", "[hang]"}), launch);
   process.readLine();
   process.signal(SIGINT);
-  process.signal(SIGTERM);
-  EXPECT_EQ(process.wait().status, -SIGTERM);
+  EXPECT_EQ(process.wait().status, 130);
+  EXPECT_EQ(wordsIn(wav()), 0U);
+}
+
+TEST_F(Say, LeavesNoFileBehindWhenItIsKilled) {
+  fs::create_directories(path("folder"));
+  Process process(command({"say", "-o", path("folder/x.wav"), "--events", "-", "[endless]"}),
+                  launch);
+  process.readLine();
+  process.readLine();
+  process.signal(SIGKILL);
+
+  EXPECT_EQ(process.wait().status, -SIGKILL);
+  EXPECT_TRUE(fs::is_empty(path("folder")));
 }
 
 TEST_F(Say, LeavesSignalsAloneThatItWasStartedToIgnore) {

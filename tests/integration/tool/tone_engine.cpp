@@ -1,10 +1,12 @@
 // An engine plug-in that speaks a tone, a tenth of a second for each word. A word in square
 // brackets makes it misbehave.
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <boost/thread/condition_variable.hpp>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <kq/error.hpp>
 #include <kq/speech_callback.hpp>
 #include <kqtts/texttospeech_engine.hpp>
@@ -21,6 +23,19 @@ struct Package {
   bool outdated;
 };
 
+/// Hangs for ever if the environment's TONE_HANGS_IN names this place, and then creates the file
+/// TONE_HANGS.
+void mayHang(const std::string& place) {
+  const char* const chosen = std::getenv("TONE_HANGS_IN");
+  if (chosen == nullptr || place != chosen) {
+    return;
+  }
+  close(open(std::getenv("TONE_HANGS"), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+  for (;;) {
+    pause();
+  }
+}
+
 class ToneEngine : public KQ::TextToSpeechEngine {
  public:
   using KQ::TextToSpeechEngine::TextToSpeechEngine;
@@ -29,6 +44,7 @@ class ToneEngine : public KQ::TextToSpeechEngine {
   std::string xGetName() const override { return "Tone 1.0"; }
 
   bool xInitialize(const std::vector<zu::PackageInfo>& installed) override {
+    mayHang("initialize");
     for (const zu::PackageInfo& package : installed) {
       const boost::filesystem::path manifest = package.path + "/manifest.xml";
       if (getParamFromXml("engine", manifest) != "tone") {
@@ -42,7 +58,10 @@ class ToneEngine : public KQ::TextToSpeechEngine {
     }
     return true;
   }
-  bool xTerminate() override { return true; }
+  bool xTerminate() override {
+    mayHang("terminate");
+    return true;
+  }
 
   void xStartSynthetizer(const std::string& text) override {
     setStopped(false);
@@ -51,7 +70,10 @@ class ToneEngine : public KQ::TextToSpeechEngine {
     const SpeechEnd end = speak(text);
     callback->onEnd(end);
   }
-  void xStopSynthetizer() override { setStopped(true); }
+  void xStopSynthetizer() override {
+    mayHang("stop");
+    setStopped(true);
+  }
   void xPauseSynthetizer() override {}
   void xRestartSynthetizer() override {}
 
@@ -154,7 +176,7 @@ class ToneEngine : public KQ::TextToSpeechEngine {
       return waitForStop();
     }
     if (word == "[deaf]") {
-      waitForEver();
+      mayHang("start");
     }
     if (word == "[print]") {
       return print(stdout, "printed by the engine");
@@ -179,12 +201,6 @@ class ToneEngine : public KQ::TextToSpeechEngine {
       stateChanged.wait(lock);
     }
     return SpeechEnd::stopped;
-  }
-
-  [[noreturn]] static void waitForEver() {
-    for (;;) {
-      pause();
-    }
   }
 
   static SpeechEnd print(FILE* stream, const std::string& text) {
@@ -223,6 +239,7 @@ extern "C" {
 __attribute__((visibility("default"))) KQ::TextToSpeechEngine* load_plugin(
     TextToSpeechEngineCallbackInterface* callback,
     boost::shared_ptr<KQ::TTSLanguageInfo> languageInfo) {
+  mayHang("load_plugin");
   return new ToneEngine(callback, languageInfo);
 }
 

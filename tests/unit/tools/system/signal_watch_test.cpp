@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <iostream>
 
 #include "support/latch.hpp"
 
@@ -72,6 +73,36 @@ TEST(SignalWatch, RunsNoActionThatHasGone) {
   test::Latch ran;
   const SignalWatch::Action last(watch, [&ran] { ran.open(); });
   EXPECT_TRUE(ran.wait());
+}
+
+[[noreturn]] void hang() {
+  for (;;) {
+    ::pause();
+  }
+}
+
+TEST(SignalWatchDeathTest, EndsAProcessThatHangsAfterItsLastResort) {
+  testing::GTEST_FLAG(death_test_style) = "threadsafe";
+  const auto hangAfterSignal = [] {
+    StopRequest stop;
+    SignalWatch watch(stop);
+    const SignalWatch::LastResort lastResort(watch, [] { std::cerr << "last resort"; });
+    ::kill(::getpid(), SIGTERM);
+    hang();
+  };
+  EXPECT_EXIT(hangAfterSignal(), testing::ExitedWithCode(128 + SIGTERM), "last resort");
+}
+
+TEST(SignalWatchDeathTest, EndsAProcessWhoseActionAndLastResortHang) {
+  testing::GTEST_FLAG(death_test_style) = "threadsafe";
+  const auto hangEverywhere = [] {
+    StopRequest stop;
+    SignalWatch watch(stop);
+    const SignalWatch::LastResort lastResort(watch, hang);
+    const SignalWatch::Action action(watch, hang);
+    ::kill(::getpid(), SIGTERM);
+  };
+  EXPECT_EXIT(hangEverywhere(), testing::ExitedWithCode(128 + SIGTERM), "");
 }
 
 TEST(StopRequest, KeepsTheSignalOfTheFirstOfSeveralThreads) {
