@@ -101,6 +101,7 @@ TEST(SignalWatchDeathTest, EndsAProcessWhoseActionAndLastResortHang) {
     const SignalWatch::LastResort lastResort(watch, hang);
     const SignalWatch::Action action(watch, hang);
     ::kill(::getpid(), SIGTERM);
+    hang();
   };
   EXPECT_EXIT(hangEverywhere(), testing::ExitedWithCode(128 + SIGTERM), "");
 }
