@@ -217,7 +217,7 @@ TEST(Threads, TerminateDuringAStart) {
 }
 
 TEST(Threads, TerminateOfTheManagerDuringARoutedStart) {
-  zu::path::addLibDir(BUILT_LIBRARIES);
+  test::searchBuiltPlugins();
   const std::vector<zu::PackageInfo> packages = test::engineUnderTest().packages;
   const auto languages = test::languageTable();
   for (int round = 0; round < 100; ++round) {
@@ -265,6 +265,8 @@ TEST(Unloading, LeavesNoPlugInAndNoThread) {
     SpeakingEngine speaking;
     speaking->startSynthetizer("Hello");
     EXPECT_TRUE(isMapped("libkqtts-" + test::engineUnderTest().plugin));
+    // An isolated engine's synthesiser is in another process.
+    EXPECT_EQ(isMapped(test::engineUnderTest().library), !test::isIsolated());
   }
   EXPECT_FALSE(isMapped("libkqtts-" + test::engineUnderTest().plugin));
   EXPECT_EQ(threadCount(), threads);

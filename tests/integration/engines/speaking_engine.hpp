@@ -11,8 +11,8 @@
 #include <stdexcept>
 #include <string>
 #include <vector>
-#include <zu/path.hpp>
 
+#include "support/built_plugins.hpp"
 #include "support/speech_recorder.hpp"
 
 namespace test {
@@ -67,7 +67,7 @@ inline boost::shared_ptr<KQ::TTSLanguageInfo> languageTable() {
 class LoadedEngine {
  public:
   explicit LoadedEngine(TextToSpeechEngineCallbackInterface* host) {
-    zu::path::addLibDir(BUILT_LIBRARIES);
+    searchBuiltPlugins();
     engine = plugins.load(engineUnderTest().plugin, host, languageTable());
     if (engine == nullptr) {
       throw std::runtime_error("the plug-in does not load");

@@ -261,7 +261,7 @@ TEST(Engine, HasTheSynthesisersSamplingRate) {
 }
 
 TEST(Engine, SpeaksThroughTheManager) {
-  zu::path::addLibDir(BUILT_LIBRARIES);
+  test::searchBuiltPlugins();
   test::SpeechRecorder host;
   KQ::TextToSpeechManager manager(&host, test::languageTable());
   ASSERT_TRUE(manager.initialize(test::espeakPackages()));

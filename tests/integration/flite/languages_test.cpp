@@ -22,7 +22,7 @@ using ::testing::Key;
 /// The real manager with real plug-ins.
 class Manager : public ::testing::Test {
  protected:
-  explicit Manager() { zu::path::addLibDir(BUILT_LIBRARIES); }
+  explicit Manager() { test::searchBuiltPlugins(); }
 
   std::string engineOf(const std::string& language) {
     manager.setCurrentLanguage(language);

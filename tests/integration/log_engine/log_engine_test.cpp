@@ -312,14 +312,14 @@ TEST(LogEngine, RefusesToStartWithoutItsPackageAndDoesNotComplain) {
 }
 
 TEST(LogEngine, TakesNoLanguageUnlessItsPackageIsNamed) {
-  zu::path::addLibDir(BUILT_LIBRARIES);
+  test::searchBuiltPlugins();
   KQ::TextToSpeechManager manager(nullptr, test::languageTable());
   ASSERT_TRUE(manager.initialize(test::builtPackages()));
   EXPECT_THAT(manager.getAvailableLanguages(), ::testing::SizeIs(28));
 }
 
 TEST(LogEngine, StandsInForFliteIfItsPackageIsNamed) {
-  zu::path::addLibDir(BUILT_LIBRARIES);
+  test::searchBuiltPlugins();
   test::SpeechRecorder host;
   KQ::TextToSpeechManager manager(&host, test::languageTable());
   ASSERT_TRUE(

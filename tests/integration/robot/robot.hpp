@@ -16,7 +16,7 @@ class RobotManager : public KQ::TextToSpeechManager {
  public:
   explicit RobotManager(TextToSpeechEngineCallbackInterface* host)
       : TextToSpeechManager(host, languageTable()) {
-    zu::path::addLibDir(BUILT_LIBRARIES);
+    searchBuiltPlugins();
     zu::log::setLevel(zu::log::Level::error);
   }
 
