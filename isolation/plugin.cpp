@@ -1,5 +1,5 @@
-// The entry points of an isolating plug-in. All are the same: which engine it isolates, it takes from
-// the name of its file.
+// The entry points of an isolating plug-in. All are the same: which engine it isolates, it takes
+// from the name of its file.
 
 #include <dlfcn.h>
 

@@ -13,8 +13,8 @@ namespace {
 
 using Kind = MarkupItem::Kind;
 
-/// The longest word, in letters. Flite spells an unusual word letter by letter, and copies the rest of
-/// the word for each.
+/// The longest word, in letters. Flite spells an unusual word letter by letter, and copies the rest
+/// of the word for each.
 constexpr std::size_t longestWord = 60;
 
 /// The most punctuation at one side of a word, in letters.
@@ -26,7 +26,8 @@ constexpr int mostBlanks = 4096;
 /// The most tokens that are read for one phrase, words or not.
 constexpr int mostRead = 1000;
 
-/// A phrase of at least this many words ends at the next punctuation; none has more than `mostWords`.
+/// A phrase of at least this many words ends at the next punctuation; none has more than
+/// `mostWords`.
 constexpr std::size_t wordsToPunctuation = 20;
 constexpr std::size_t mostWords = 40;
 

@@ -38,8 +38,8 @@ class FliteTokenReader {
   /// \param source  stays alive; only this object reads it
   explicit FliteTokenReader(SpokenText& source) : source(source) {}
 
-  /// Returns the next word, or punctuation without a word, or none at the end. In a long stretch without
-  /// words it returns empty tokens now and then.
+  /// Returns the next word, or punctuation without a word, or none at the end. In a long stretch
+  /// without words it returns empty tokens now and then.
   std::optional<FliteToken> next();
 
   /// Returns the marks and pauses since the last word, and forgets them.

@@ -30,7 +30,7 @@ class LogSynthesizer : public Synthesizer {
   static constexpr int positionRate = 16000;
 
   int samplingRate(const std::string& /*sourceVoice*/) const override { return positionRate; }
-  /// Any name will do: it stands in for every voice.
+  /// Accepts any name, because it takes the place of every voice.
   bool hasVoice(const std::string& sourceVoice) const override { return !sourceVoice.empty(); }
   TurnQueue& turns() override { return queue; }
   void speak(SpokenText& text, const SpeechSettings& settings, Utterance& utterance) override;

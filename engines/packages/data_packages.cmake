@@ -1,6 +1,6 @@
-# The data packages: installed, and laid out in the build tree as they are when installed, so that
-# programs find them from their own place in both. Each is installed with the plug-in that serves it,
-# so this comes after all calls of kqtts_engine().
+# The data packages. They are in the same places of the build tree and of the installed tree, so
+# that programs find them in both. Each is installed with the plug-in that serves it, so this comes after
+# all calls of kqtts_engine().
 
 # add_packages(<source folder> <folder>): installs the packages of a folder in share/kqtts/<folder>.
 # Adds "language=plug-in" of each to the global property KQTTS_LANGUAGES_OF_<folder>.
@@ -17,7 +17,8 @@ function(add_packages source folder)
     string(REGEX REPLACE ".* value=\"([^\"]*)\".*" "\\1" engine "${engine}")
     get_property(plug_in GLOBAL PROPERTY KQTTS_PLUG_IN_OF_${engine})
     if(NOT plug_in)
-      message(FATAL_ERROR "${source}/${manifest}: no kqtts_engine() says MANIFEST_ENGINE \"${engine}\"")
+      message(FATAL_ERROR
+        "${source}/${manifest}: no kqtts_engine() says MANIFEST_ENGINE \"${engine}\"")
     endif()
     file(STRINGS ${source}/${manifest} language REGEX "name=\"language\"")
     string(REGEX REPLACE ".* value=\"([^\"]*)\".*" "\\1" language "${language}")
@@ -28,5 +29,6 @@ function(add_packages source folder)
 endfunction()
 
 add_packages(${CMAKE_CURRENT_LIST_DIR} packages)
-# Packages that would take a language from the engine that speaks it: a host or user names their folder.
+# Packages that would take a language from the engine that speaks it. A host or user must name their
+# folder.
 add_packages(${CMAKE_CURRENT_LIST_DIR}/../optional-packages optional-packages)

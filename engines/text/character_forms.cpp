@@ -26,7 +26,7 @@ bool isIn(const std::array<Range, count>& ranges, char32_t point) {
   });
 }
 
-/// What only steers the layout.
+/// Characters that only affect the layout.
 constexpr std::array<Range, 7> invisible{{{0x00AD, 0x00AD},    // soft hyphen
                                           {0x061C, 0x061C},    // direction
                                           {0x200B, 0x200F},    // joiners, direction
@@ -35,7 +35,7 @@ constexpr std::array<Range, 7> invisible{{{0x00AD, 0x00AD},    // soft hyphen
                                           {0xFE00, 0xFE0F},    // variation
                                           {0xFEFF, 0xFEFF}}};  // byte order
 
-/// Those that have another form for each letter or digit in them.
+/// Characters with a plain form for each of their letters or digits.
 constexpr std::array<Range, 14> compatible{{{0x01C4, 0x01CC},      // dž
                                             {0x0675, 0x0678},      // Arabic with hamza
                                             {0x2080, 0x209C},      // subscripts
@@ -51,7 +51,7 @@ constexpr std::array<Range, 14> compatible{{{0x01C4, 0x01CC},      // dž
                                             {0xFE70, 0xFEFC},      // Arabic forms
                                             {0x1D400, 0x1D7FF}}};  // mathematical letters
 
-/// Full and half width: all but the punctuation, which the voices of such scripts know.
+/// Full and half width, without the punctuation, which the voices of such scripts know.
 constexpr std::array<Range, 7> wide{{{0xFF04, 0xFF06},
                                      {0xFF0B, 0xFF0B},
                                      {0xFF0D, 0xFF0D},
@@ -61,7 +61,7 @@ constexpr std::array<Range, 7> wide{{{0xFF04, 0xFF06},
                                      {0xFF41, 0xFF5A}}};
 constexpr std::array<Range, 3> narrow{{{0xFF5E, 0xFF5E}, {0xFF66, 0xFFDC}, {0xFFE0, 0xFFE6}}};
 
-/// Those that have a composed form, though none is a mark.
+/// Characters that have a composed form, although none is a mark.
 constexpr std::array<Range, 5> decomposable{
     {{0x0340, 0x0345}, {0x0374, 0x0374}, {0x037E, 0x0387}, {0x1F71, 0x1FFD}, {0x212A, 0x212B}}};
 
@@ -85,7 +85,7 @@ std::string normalised(std::string_view text, bool compatibly) {
              : std::string(reinterpret_cast<const char*>(result), static_cast<std::size_t>(length));
 }
 
-/// A text without the marks that combine with no letter.
+/// A text without marks that combine with no letter.
 std::string withoutLooseMarks(std::string_view text, bool keepsStress) {
   std::string kept;
   for (std::size_t place = 0; place < text.size();) {

@@ -11,13 +11,14 @@ namespace KQ::engines {
 /// Characters in the form that synthesisers know: a letter and its marks as one character (NFC),
 /// and plain letters and digits for ligatures, full-width, circled and presentation forms.
 ///
-/// What only steers the layout is left out: soft hyphens, joiners, direction and variation marks.
+/// Characters that only affect the layout are removed: soft hyphens, joiners, direction and
+/// variation marks.
 class CharacterForms {
  public:
   /// \param keepsStress  a voice reads the acute accents that mark the stress of Russian words
   explicit CharacterForms(bool keepsStress) : keepsStress(keepsStress) {}
 
-  /// The stretch to be rewritten that begins with the character at a place, if one does.
+  /// Returns the part to be rewritten that begins with the character at a place, if any.
   std::optional<Rewrite> at(std::string_view text, std::size_t place) const;
 
  private:

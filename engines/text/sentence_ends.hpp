@@ -25,7 +25,7 @@ CutQuality cutQuality(std::string_view text, std::size_t cut, CutQuality enough)
 /// \param after  not empty
 bool isSureEnd(std::string_view before, std::string_view after);
 
-/// What stands between two neighbouring words of an English text.
+/// Two neighbouring words of an English text, and the text between them.
 struct WordGap {
   std::string_view word;         ///< the first of the two, in ASCII without punctuation
   std::string_view punctuation;  ///< after that word

@@ -11,13 +11,13 @@ namespace KQ::engines {
 
 namespace {
 
-/// What is longer is taken for no number and no address.
+/// The longest text that counts as a number or an address.
 constexpr std::size_t longestWord = 256;
 
-/// Languages whose voices leave the full stop of "3.5" out.
+/// Languages whose voices do not speak the full stop of "3.5".
 constexpr std::array<std::string_view, 6> silentDecimals{"cmn", "zh", "yue", "ja", "ko", "pl"};
 
-/// Words after a number that belong to it, as they begin: "$5 million".
+/// Beginnings of words that belong to the number before them: "$5 million".
 constexpr std::array<std::string_view, 12> scales{
     "mill", "bill", "trill", "thousand", "Mill", "Mrd", "Mio", "mln", "mld", "млн", "млрд", "тыс"};
 
@@ -40,7 +40,7 @@ bool isDigitByte(char byte) {
   return byte >= '0' && byte <= '9';
 }
 
-/// How many digits stand at a place.
+/// The number of digits at a place.
 std::size_t digitsAt(std::string_view text, std::size_t place) {
   std::size_t end = place;
   while (end < text.size() && end - place < longestWord && isDigitByte(text[end])) {
@@ -49,7 +49,7 @@ std::size_t digitsAt(std::string_view text, std::size_t place) {
   return end - place;
 }
 
-/// How many digits stand before a place.
+/// The number of digits before a place.
 std::size_t digitsBefore(std::string_view text, std::size_t place) {
   std::size_t begin = place;
   while (begin > 0 && place - begin < longestWord && isDigitByte(text[begin - 1])) {
@@ -58,7 +58,7 @@ std::size_t digitsBefore(std::string_view text, std::size_t place) {
   return place - begin;
 }
 
-/// Where a number with separators ends that begins at a place.
+/// The end of the number, with separators, that begins at a place.
 std::size_t numberEnd(std::string_view text, std::size_t place) {
   std::size_t end = place + digitsAt(text, place);
   while (end < text.size() && end - place < longestWord &&
@@ -68,7 +68,7 @@ std::size_t numberEnd(std::string_view text, std::size_t place) {
   return end;
 }
 
-/// Where a number with separators begins that ends at a place.
+/// The begin of the number, with separators, that ends at a place.
 std::size_t numberBegin(std::string_view text, std::size_t place) {
   std::size_t begin = place - digitsBefore(text, place);
   while (begin > 1 && place - begin < longestWord &&
@@ -123,7 +123,7 @@ bool isLayout(char32_t point) {
 
 }  // namespace
 
-/// A character and what stands around it.
+/// A character and the characters around it.
 struct SpokenSigns::Sign {
   std::string_view text;
   std::size_t place;
@@ -297,7 +297,7 @@ std::optional<Rewrite> SpokenSigns::moneyBefore(const Sign& sign, std::size_t nu
   return Rewrite{begin, end - begin, std::move(spoken)};
 }
 
-/// A unit after its number; in some languages its word stands before the number.
+/// A unit after its number. In some languages the word comes before the number.
 std::optional<Rewrite> SpokenSigns::unit(const Sign& sign) const {
   const std::string_view name = names.of(sign.written());
   const std::size_t numbersEnd = sign.numberEndBefore();
@@ -383,7 +383,7 @@ std::optional<Rewrite> SpokenSigns::ofAddress(const Sign& sign) const {
                                           : Rewrite{sign.place, sign.self.length, " "};
 }
 
-/// A Greek letter that stands for itself.
+/// A Greek letter that is not a part of a word.
 std::optional<Rewrite> SpokenSigns::letter(const Sign& sign) const {
   const auto isGreekLetter = [](char32_t point) { return point >= 0x0370 && point <= 0x03FF; };
   if (isGreek || isGreekLetter(sign.before.point) || isGreekLetter(sign.after.point)) {
@@ -392,7 +392,7 @@ std::optional<Rewrite> SpokenSigns::letter(const Sign& sign) const {
   return asWord(sign, sign.self.point == U'μ' ? "µ" : sign.written());
 }
 
-/// A sign of money, a fraction, or one that has but a name, as emoji of several characters have.
+/// A sign of money, a fraction, or a sign with only a name, such as an emoji of several characters.
 std::optional<Rewrite> SpokenSigns::named(const Sign& sign) const {
   const utf8proc_category_t category =
       utf8proc_category(static_cast<utf8proc_int32_t>(sign.self.point));
@@ -439,7 +439,7 @@ Rewrite SpokenSigns::asWord(const Sign& sign, std::string_view key) const {
   return asWord(sign, key, sign.self.length);
 }
 
-/// \param length  of what the word stands for
+/// \param length  of the text that the word replaces
 Rewrite SpokenSigns::asWord(const Sign& sign, std::string_view key, std::size_t length) const {
   const std::size_t numbersEnd = sign.numberEndBefore();
   const bool isOne = numbersEnd > 0 && sign.text[numbersEnd - 1] == '1' &&
@@ -464,7 +464,7 @@ std::string_view SpokenSigns::form(std::string_view key, bool isOne) const {
   return bar == std::string_view::npos ? name : isOne ? name.substr(0, bar) : name.substr(bar + 1);
 }
 
-/// A number as the voice reads it right.
+/// A number in a form that the voice reads correctly.
 std::string SpokenSigns::digitsOf(std::string_view number) const {
   const std::size_t stop = number.find('.');
   if (readsDecimals || stop == std::string_view::npos) {

@@ -16,11 +16,11 @@ namespace KQ::engines {
 /// Full stops are spoken in addresses, and in numbers if the voice would leave them out.
 class SpokenSigns {
  public:
-  /// \param language  as eSpeak NG or a locale calls it; for one without names nothing is found
+  /// \param language  as eSpeak NG or a locale names it; if it has no names, at() finds nothing
   explicit SpokenSigns(std::string_view language);
 
-  /// The stretch to be rewritten that a character brings about. It may begin before the character,
-  /// not before `begin`.
+  /// Returns the part to be rewritten because of a character. It may begin before the character,
+  /// but not before `begin`.
   std::optional<Rewrite> at(std::string_view text, std::size_t place, std::size_t begin) const;
 
  private:
@@ -48,7 +48,7 @@ class SpokenSigns {
   const SignNames names;
   const bool isEnglish;
   const bool isGreek;
-  const bool readsDecimals;  ///< the voice says the full stop of "3.5"
+  const bool readsDecimals;  ///< the voice speaks the full stop of "3.5"
 };
 
 }  // namespace KQ::engines

@@ -9,13 +9,13 @@ namespace KQ::engines {
 
 namespace {
 
-/// A piece of text ends behind so many bytes, of the original or of what is spoken.
+/// A piece of text ends after this many bytes, of the original or of the spoken text.
 constexpr std::size_t enoughAtOnce = 512;
 
-/// What was released is forgotten when it is so much.
+/// Released text is dropped once this many bytes have gathered.
 constexpr std::size_t enoughToForget = 4096;
 
-/// A place, or where the character that it stands in ends.
+/// Returns the end of the character that has the byte at a place, or the place between characters.
 std::size_t characterEnd(std::string_view text, std::size_t place) {
   constexpr std::size_t mostContinuations = 3;
   const std::size_t limit = std::min(text.size(), place + mostContinuations);
@@ -55,7 +55,7 @@ MarkupItem SpokenText::takeTag(const MarkupItem& tag) {
 MarkupItem SpokenText::takeText() {
   const std::size_t offset = spokenEnd();
   findReplacements(stretchEnd());
-  // Where the original is in pieces, a word may stand in two of them.
+  // If the original comes in pieces, a word may be in two of them.
   while (taken > end) {
     const MarkupItem item = reader.next().value();
     end = item.offset + item.length;
@@ -63,7 +63,7 @@ MarkupItem SpokenText::takeText() {
   return {MarkupItem::Kind::text, 0, offset, spokenEnd() - offset};
 }
 
-/// Where the next stretch of text ends: with a word, if a blank is near.
+/// The end of the next stretch of text: at the end of a word, if a blank is near.
 std::size_t SpokenText::stretchEnd() const {
   if (end - taken <= enoughAtOnce) {
     return end;
@@ -74,7 +74,7 @@ std::size_t SpokenText::stretchEnd() const {
                                          : taken + blank + 1;
 }
 
-/// Takes the text up to a place, with what is to be replaced before it.
+/// Takes the text up to a place, with the replacements before it.
 void SpokenText::findReplacements(std::size_t limit) {
   const std::string_view text = original.substr(0, end);
   const WordParts parts(original);
@@ -107,7 +107,7 @@ void SpokenText::findReplacements(std::size_t limit) {
   takeUpTo(std::max(characterEnd(original, place), taken));
 }
 
-/// Takes the original as it is.
+/// Takes text of the original unchanged.
 void SpokenText::takeUpTo(std::size_t place) {
   if (place == taken) {
     return;
@@ -124,7 +124,7 @@ void SpokenText::takeUpTo(std::size_t place) {
   taken = place;
 }
 
-/// From here on the text is copied, and what was read and is still asked for.
+/// From now on the text is copied, and so is the text that was read and not released.
 void SpokenText::copy() {
   if (!isCopied) {
     window.begin = released;
@@ -186,7 +186,7 @@ SpeechWord SpokenText::inOriginal(const SpeechWord& word) const {
   return {originalBegin, originalEnd - originalBegin, word.samplePosition};
 }
 
-/// The last one that begins there or before, or null.
+/// Returns the last replacement that begins there or before, or null.
 const SpokenText::Replacement* SpokenText::lastReplacementUpTo(std::size_t offset) const {
   const auto after = std::upper_bound(
       replacements.begin(), replacements.end(), offset,

@@ -23,31 +23,31 @@ namespace KQ::engines {
 /// without blanks have words side by side.
 class SpokenText {
  public:
-  /// \param original    stays alive and as it is
-  /// \param dictionary  stays alive and as it is; null for none
-  /// \param rewriter    stays alive, and serves nobody else; null for none
+  /// \param original    must outlive this object, unchanged
+  /// \param dictionary  must outlive this object, unchanged; null for none
+  /// \param rewriter    must outlive this object, and serve no other one; null for none
   explicit SpokenText(std::string_view original, const UserDictionary* dictionary = nullptr,
                       TextRewriter* rewriter = nullptr)
       : original(original), dictionary(dictionary), rewriter(rewriter), reader(original) {}
 
-  /// The next piece, or none at the end. Tags are those of the original, whatever is put between
-  /// them.
+  /// Returns the next piece, or none at the end. Replacements add no tags to those of the original.
   std::optional<MarkupItem> next();
 
-  /// Whether the piece that was read last is text that goes on in the next one.
+  /// Whether the last piece is text that continues in the next one.
   bool textGoesOn() const { return taken < end || reader.textGoesOn(); }
 
-  /// A part of what was read and not released. \return valid until the next call of next() or
-  /// release()
+  /// Returns a part of the text that was read and not released. Valid until the next call of next()
+  /// or release().
   std::string_view view(std::size_t offset, std::size_t length) const {
     return isCopied ? window.substr(offset, length) : original.substr(offset, length);
   }
 
-  /// Nothing before that place is asked for any more.
+  /// The caller needs nothing before that place any more.
   void release(std::size_t offset);
 
-  /// A word where it stands in the original: one of a replacement stands for all that was replaced.
-  /// \param word  of what was read and not released
+  /// Returns the place of a word in the original. A word of a replacement has the place of all the
+  /// replaced text.
+  /// \param word  in the text that was read and not released
   SpeechWord inOriginal(const SpeechWord& word) const;
 
  private:
@@ -85,12 +85,12 @@ class SpokenText {
   TextRewriter* rewriter;
   MarkupReader reader;
   std::size_t taken = 0;  ///< bytes of the original that were read
-  std::size_t end = 0;    ///< of the original's piece of text that is being taken
+  std::size_t end = 0;    ///< of the piece of the original that is being taken
   std::size_t released = 0;
   bool isCopied = false;  ///< from the first replacement on; before it, nothing below is used
   Window window;
   const DictionaryEntry* lastEntry =
-      nullptr;                            ///< whose replacement was taken last; null for other text
+      nullptr;  ///< the entry whose replacement was taken last; null for other text
   std::vector<Replacement> replacements;  ///< ascending; those of the window, and the one before it
 };
 

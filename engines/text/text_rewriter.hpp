@@ -7,28 +7,27 @@
 
 namespace KQ::engines {
 
-/// A stretch of a text, and what is spoken in its place.
+/// A part of a text, and its replacement.
 struct Rewrite {
   std::size_t offset = 0;
   std::size_t length = 0;  ///< in bytes, more than 0
-  std::string text;        ///< may be empty
+  std::string text;        ///< spoken instead; may be empty
 };
 
-/// Finds what a synthesiser does not read as it is written. Serves one utterance.
+/// Finds text that a synthesiser would not read correctly, and rewrites it. Serves one utterance.
 class TextRewriter {
  public:
   virtual ~TextRewriter() = default;
 
-  /// The first stretch to be rewritten that begins in a range.
-  /// \param text   the text, of any bytes, as far as it may be looked at: what stands before the
-  ///               range and after it decides, too
+  /// Returns the first part to be rewritten that begins in a range.
+  /// \param text   the text, of any bytes; the text before and after the range matters, too
   /// \param begin  of the range
-  /// \param end    of the range; the stretch may end after it, but not after the text
+  /// \param end    of the range; the part may end after it, but not after the text
   virtual std::optional<Rewrite> next(std::string_view text, std::size_t begin,
                                       std::size_t end) = 0;
 };
 
-/// A whole text as it is spoken.
+/// Returns a whole text with all replacements.
 std::string rewritten(TextRewriter& rewriter, std::string_view text);
 
 }  // namespace KQ::engines

@@ -11,9 +11,9 @@
 
 namespace KQ::isolation {
 
-/// Calls the hooks of an engine as its public operations would, but for their checks: these are done
-/// in the host, where the same engine has its other half. Never instantiated: it is derived from the
-/// engine base for the sake of access.
+/// Calls the hooks of an engine as its public operations would, but for their checks: these are
+/// done in the host, where the same engine has its other half. Never instantiated: it is derived
+/// from the engine base for the sake of access.
 class EngineHooks : public TextToSpeechEngine {
  public:
   /// Calls a hook. What it throws passes.

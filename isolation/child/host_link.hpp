@@ -7,8 +7,8 @@
 
 namespace KQ::isolation {
 
-/// The child's end of the socket. May be used by all threads. The process ends at once when the host
-/// is gone: nobody is left to serve.
+/// The child's end of the socket. May be used by all threads. The process ends at once when the
+/// host is gone: nobody is left to serve.
 class HostLink {
  public:
   explicit HostLink(int descriptor) : socket(descriptor) {}

@@ -8,7 +8,8 @@ namespace KQ::isolation {
 
 namespace {
 
-/// Whether a file is an isolating plug-in. Another library stays open: it is the one that is wanted.
+/// Whether a file is an isolating plug-in. Another library stays open: it is the one that is
+/// wanted.
 bool isIsolating(const std::string& file) {
   boost::system::error_code error;
   if (!boost::filesystem::is_regular_file(file, error)) {

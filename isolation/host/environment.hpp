@@ -10,8 +10,8 @@ namespace KQ::isolation {
 /// Variables are ignored in a set-user-id process.
 /// @{
 
-/// KQTTS_ISOLATION_PATIENCE: milliseconds in which an engine has to answer, from 100 to 600000; else
-/// 2000.
+/// KQTTS_ISOLATION_PATIENCE: milliseconds in which an engine has to answer, from 100 to 600000;
+/// else 2000.
 std::chrono::milliseconds patienceFromEnvironment();
 
 /// KQTTS_ISOLATION_SANDBOX: whether it is anything but "off".

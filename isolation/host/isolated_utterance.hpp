@@ -24,8 +24,8 @@ struct SpeechControl {
 /// How long an engine may take to be silent.
 inline constexpr std::chrono::milliseconds stopPatience{80};
 
-/// An utterance as the host sees it: one start and one end, whatever the engine's processes do. Used
-/// by the thread that speaks; isStopped() by all.
+/// An utterance as the host sees it: one start and one end, whatever the engine's processes do.
+/// Used by the thread that speaks; isStopped() by all.
 class Utterance {
  public:
   /// From here on a stop reaches it. \param host  may be null

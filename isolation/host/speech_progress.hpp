@@ -14,9 +14,9 @@ namespace KQ::isolation {
 
 /// How far an utterance has come, and what is to be said next. Knows nothing of processes.
 ///
-/// The whole text is one piece, until its engine dies. From then on it is said sentence by sentence,
-/// from the first word that the host has not heard; a sentence that its engine died of twice is left
-/// out.
+/// The whole text is one piece, until its engine dies. From then on it is said sentence by
+/// sentence, from the first word that the host has not heard; a sentence that its engine died of
+/// twice is left out.
 class SpeechProgress {
  public:
   /// \param text  stays alive

@@ -565,8 +565,8 @@ void Supervisor::stop() {
   std::optional<Channel::Conversation> conversation;
   {
     const Lock lock(mutex);
-    // First, and then the number of the call: utterances with lower numbers are stopped by the child,
-    // those with higher ones see that they are stopped before they are sent.
+    // First, and then the number of the call: utterances with lower numbers are stopped by the
+    // child, those with higher ones see that they are stopped before they are sent.
     speech.lastStop = Clock::now().time_since_epoch().count();
     ++speech.stops;
     nudgeLocked();

@@ -30,8 +30,8 @@ struct HostSide {
   std::function<void()> onDeath;  ///< called at each death
 };
 
-/// Keeps one engine in a child process: calls it, watches it, and makes it anew where it was when it
-/// dies or hangs. May be used by several threads at once, and from within the callback.
+/// Keeps one engine in a child process: calls it, watches it, and makes it anew where it was when
+/// it dies or hangs. May be used by several threads at once, and from within the callback.
 class Supervisor {
  public:
   explicit Supervisor(HostSide hostSide);

@@ -83,7 +83,8 @@ struct LoadAnswer {
   Names unprotected;        ///< what the sandbox could not set up
 };
 
-// From the child to the host ------------------------------------------------------------------------
+// From the child to the host
+// ------------------------------------------------------------------------
 
 /// What stands in a report: one record after another.
 enum class Record : std::uint8_t {

@@ -128,7 +128,7 @@ Speech speechOf(FastEngine& speaking, const std::vector<std::string>& lines, std
           speaking.host.samples().size() - samplesBefore};
 }
 
-/// As many words are told of the whole as of its parts, and they take nearly as long.
+/// The whole text has as many word events as its parts, and takes nearly as long.
 void expectNothingIsLost(const char* language, const std::vector<std::string>& lines,
                          std::size_t inPart) {
   FastEngine speaking(language);
