@@ -1,6 +1,6 @@
 # The data packages. They are in the same places of the build tree and of the installed tree, so
-# that programs find them in both. Each is installed with the plug-in that serves it, so this comes after
-# all calls of kqtts_engine().
+# that programs find them in both. Each is installed with the plug-in that serves it, so this
+# comes after all calls of kqtts_engine().
 
 # add_packages(<source folder> <folder>): installs the packages of a folder in share/kqtts/<folder>.
 # Adds "language=plug-in" of each to the global property KQTTS_LANGUAGES_OF_<folder>.
