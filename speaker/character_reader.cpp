@@ -15,7 +15,8 @@ class CharacterReader : public TextReader {
  public:
   explicit CharacterReader(const ReadingContext& context)
       : segmenter(*context.cutter, context.localeOf) {
-    segmenter.setSettings(context.settings, context.settings);
+    const std::string settings = settingTags(context.rate, context.pitch);
+    segmenter.setSettings(settings, settings);
   }
 
   void add(std::string_view piece) override {

@@ -64,8 +64,9 @@ class PlainReader : public TextReader {
   explicit PlainReader(ReadingContext readingContext)
       : context(std::move(readingContext)),
         segmenter(*context.cutter, context.localeOf),
-        runs(context.localeOf(""), context.canSpeak) {
-    segmenter.setSettings(context.settings, context.settings);
+        runs(context.localeOf(""), context.canSpeak),
+        baseSettings(settingTags(context.rate, context.pitch)) {
+    segmenter.setSettings(baseSettings, baseSettings);
   }
 
   void add(std::string_view piece) override { input += piece; }
@@ -147,7 +148,7 @@ class PlainReader : public TextReader {
       language.clear();
       segmenter.setVoice("", "");
       settings.fill("");
-      segmenter.setSettings(context.settings, "\\RST\\" + context.settings);
+      segmenter.setSettings(baseSettings, "\\RST\\" + baseSettings);
     } else if (tag.name == "mrk" || tag.name == "mrkpause") {
       takeMark(tag);
     } else {
@@ -178,7 +179,7 @@ class PlainReader : public TextReader {
       return;
     }
     settings[static_cast<std::size_t>(known - settingNames.begin())] = raw;
-    std::string all = context.settings;
+    std::string all = baseSettings;
     for (const std::string& setting : settings) {
       all += setting;
     }
@@ -197,6 +198,7 @@ class PlainReader : public TextReader {
   ReadingContext context;
   Segmenter segmenter;
   ScriptRuns runs;
+  std::string baseSettings;  ///< those of the utterance
   std::string input;
   std::size_t position = 0;  ///< in `input`
   std::size_t base = 0;      ///< of `input` in the text

@@ -15,7 +15,8 @@ class SentenceCutter;
 /// What readers need to know of the utterance and of the engines.
 struct ReadingContext {
   SentenceCutter* cutter = nullptr;
-  std::string settings;  ///< tags that hold for the whole utterance
+  float rate = 1;  ///< factors that hold for the whole utterance, in range
+  float pitch = 1;
   bool detectsLanguages = true;
   std::string audioFolder;  ///< where sound files may lie; "" for nowhere
   /// The locale of a language, as written; "" is that of the utterance.
@@ -23,6 +24,9 @@ struct ReadingContext {
   /// Whether there is a voice for a language.
   std::function<bool(const std::string& language)> canSpeak;
 };
+
+/// The tags that set rate, pitch and level, as factors; "" for those that are 1.
+std::string settingTags(float rate, float pitch, float volume = 1);
 
 /// Makes segments of a text that comes in pieces, as soon as they are complete.
 class TextReader {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <kq/error.hpp>
 #include <kqtts/texttospeech_manager.hpp>
 #include <limits>
 #include <zu/log.hpp>
@@ -21,12 +20,6 @@ constexpr std::uint64_t never = std::numeric_limits<std::uint64_t>::max();
 
 float within(float value, float lowest, float highest) {
   return std::isnan(value) ? 1 : std::clamp(value, lowest, highest);
-}
-
-std::string percentTag(const char* name, float factor) {
-  return factor == 1
-             ? ""
-             : "\\" + std::string(name) + "=" + std::to_string(std::lround(factor * 100)) + "\\";
 }
 
 }  // namespace
@@ -75,7 +68,7 @@ void UtteranceRun::speak() {
 std::unique_ptr<TextReader> UtteranceRun::makeReader() {
   switch (record->options->format) {
     case TextFormat::ssml:
-      throw KQError("Speaker", "speak", "SSML is not read yet.", nullptr, 0);
+      return makeSsmlReader(readingContext());
     case TextFormat::characters:
       return makeCharacterReader(readingContext());
     case TextFormat::plain:
@@ -88,8 +81,8 @@ ReadingContext UtteranceRun::readingContext() {
   const SpeechOptions& options = *record->options;
   ReadingContext context;
   context.cutter = &workshop.cutter;
-  context.settings = percentTag("RSPD", within(options.rate, 0.5F, 4)) +
-                     percentTag("VCT", within(options.pitch, 0.5F, 2));
+  context.rate = within(options.rate, 0.5F, 4);
+  context.pitch = within(options.pitch, 0.5F, 2);
   context.detectsLanguages = options.detectLanguages;
   context.audioFolder = core.constantSettings().audioFolder;
   const std::shared_ptr<const Catalogue> catalogue = core.catalogue();
@@ -220,6 +213,7 @@ void UtteranceRun::announce(const ChosenVoice& chosen) {
 std::string UtteranceRun::startEngine(const ChosenVoice& chosen) {
   wasHeard = false;
   nextMark = 0;
+  lastReported = {segment->textBegin, 0};
   engineSamples = 0;
   std::string failure;
   try {
@@ -329,6 +323,11 @@ bool UtteranceRun::onEngineAudio(const std::int16_t* samples, std::size_t count,
 
 void UtteranceRun::onEngineWord(const SpeechWord& word) {
   const Segment::Place place = segment->placeOf(word.textOffset, word.textLength);
+  const auto spoken = std::make_pair(place.offset, place.length);
+  if (spoken == lastReported) {
+    return;  // several words stand for one of the text; the first one was reported
+  }
+  lastReported = spoken;
   add({Event::Kind::word, word.samplePosition, place.offset, place.length});
 }
 

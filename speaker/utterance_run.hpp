@@ -102,7 +102,8 @@ class UtteranceRun {
   std::size_t beginOffset = 0;  ///< what comes before was spoken already
 
   const Segment* segment = nullptr;
-  std::size_t nextMark = 0;  ///< of the segment's
+  std::size_t nextMark = 0;                          ///< of the segment's
+  std::pair<std::size_t, std::size_t> lastReported;  ///< offset and length of a word
   std::unique_ptr<AudioChain> chain;
   std::uint64_t chainBegin = 0;  ///< samples of the utterance before the chain's first
   int chainRate = 0;             ///< the engine's, in Hz
