@@ -277,6 +277,9 @@ bool EspeakLibrary::speak(const EspeakText& text, const EspeakVoice& voice,
     // Markup that was cut short may leave its parameters in force.
     process().parameters.reset();
   }
+  if (text.changesVoice) {
+    forgetSettings(process());
+  }
   if (status != ENS_OK && status != ENS_SPEECH_STOPPED) {
     throw espeakError("startSynthetizer", "Cannot speak", status);
   }

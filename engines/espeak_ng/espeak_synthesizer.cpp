@@ -10,19 +10,28 @@
 #include "engine/warning.hpp"
 #include "japanese/japanese_rewriter.hpp"
 #include "text/language_rewriter.hpp"
+#include "text/text_places.hpp"
 
 namespace KQ::engines {
 
 namespace {
 
+std::size_t endOf(const TextChunk& chunk) {
+  return chunk.empty() ? 0 : chunk.back().offset + chunk.back().length;
+}
+
 /// Passes one chunk on to the host while eSpeak NG speaks it.
 class ChunkListener : public EspeakListener {
  public:
-  ChunkListener(const EspeakText& text, Utterance& utterance, std::size_t sourceEnd,
-                int samplingRate)
+  /// \param source  of the chunk
+  ChunkListener(const EspeakText& text, const SpokenText& source, const TextChunk& chunk,
+                const EspeakVoice& voice, Utterance& utterance, int samplingRate)
       : text(text),
+        source(source),
+        chunk(chunk),
+        language(languageOfVoice(voice.file)),
         utterance(utterance),
-        sourceEnd(sourceEnd),
+        sourceEnd(endOf(chunk)),
         samplingRate(samplingRate),
         positions(text) {}
 
@@ -50,6 +59,24 @@ class ChunkListener : public EspeakListener {
     }
   }
 
+  /// eSpeak NG reports some words only as a part of the one before them: "In the end" is "In" and "end".
+  /// Emits those that stand before a place, which is the next word's or the end of the chunk.
+  void emitJoined(std::size_t end, std::uint64_t samplePosition) {
+    for (; itemsLookedAt < chunk.size() && chunk[itemsLookedAt].offset < end; ++itemsLookedAt) {
+      const MarkupItem& item = chunk[itemsLookedAt];
+      const std::size_t itemEnd = item.offset + item.length;
+      const std::size_t from = std::max(item.offset, emittedEnd());
+      if (item.kind == MarkupItem::Kind::text && from < std::min(itemEnd, end)) {
+        const bool isWhole = itemEnd <= end && (itemEnd < end || end == sourceEnd);
+        emitWords(from, std::min(itemEnd, end), isWhole, samplePosition);
+      }
+      if (itemEnd > end) {
+        return;
+      }
+    }
+  }
+  void emitJoinedAtEnd() { emitJoined(sourceEnd, utterance.samplesEmitted()); }
+
  private:
   /// Returns the place of a sample of the chunk in the buffer that begins with sample `taken`.
   std::size_t placeInBuffer(int sample, std::size_t count) const {
@@ -66,29 +93,86 @@ class ChunkListener : public EspeakListener {
   void emitWord(const espeak_EVENT& event, std::uint64_t samplePosition) {
     const std::size_t first =
         event.text_position < 1 ? 0 : static_cast<std::size_t>(event.text_position) - 1;
-    const std::size_t begin = std::min(positions.offsetOf(first), sourceEnd);
+    const std::size_t begin = wordBegin(std::min(positions.offsetOf(first), sourceEnd));
     const std::size_t end = std::min(
         positions.offsetOf(first + static_cast<std::size_t>(std::max(event.length, 0))), sourceEnd);
     // A number that is spoken as several words is one word of the text.
-    if (end > begin && begin >= lastWord.textOffset + lastWord.textLength) {
-      lastWord = {begin, end - begin, samplePosition};
-      utterance.emitWord(lastWord);
+    if (end > begin && begin >= emittedEnd()) {
+      emitJoined(begin, samplePosition);
+      emit(begin, end, samplePosition);
     }
   }
 
+  /// After a mark, a joined word is reported one character late. Returns where it begins.
+  std::size_t wordBegin(std::size_t place) const {
+    const auto item = std::find_if(chunk.begin(), chunk.end(), [&](const MarkupItem& some) {
+      return place < some.offset + some.length;
+    });
+    if (!text.isMarkup || item == chunk.end() || item->kind != MarkupItem::Kind::text) {
+      return place;
+    }
+    const std::size_t limit = std::max(item->offset, emittedEnd());
+    while (place > limit) {
+      const TextCharacter before =
+          characterBefore(source.view(limit, place - limit), place - limit);
+      if (!isAlphanumeric(before.point)) {
+        break;
+      }
+      place -= before.length;
+    }
+    return place;
+  }
+
+  /// In markup, the last word of a text comes with its full stop.
+  void emit(std::size_t begin, std::size_t end, std::uint64_t samplePosition) {
+    const std::string_view word = source.view(begin, end - begin);
+    const std::size_t last = word.find_last_not_of(".,;:!?");
+    const bool hasStop = text.isMarkup && last != std::string_view::npos;
+    lastWord = {begin, hasStop ? last + 1 : word.size(), samplePosition};
+    utterance.emitWord(lastWord);
+  }
+
+  /// Emits the words of a part of the source that have blanks on both sides.
+  /// \param isWhole  what follows the part is no word
+  void emitWords(std::size_t begin, std::size_t end, bool isWhole, std::uint64_t samplePosition) {
+    const std::string_view part = source.view(begin, end - begin);
+    std::size_t first = 0;
+    std::size_t last = 0;  // where the word ends; 0 for none
+    bool belongsToEmitted = begin == emittedEnd() && begin > 0;
+    for (std::size_t place = 0; place <= part.size();) {
+      const TextCharacter character = characterAt(part, place);
+      const bool isEnd =
+          KQ::engines::isBlank(character.point) || (character.length == 0 && isWhole);
+      if (isEnd && last > 0) {
+        emit(begin + first, begin + last, samplePosition);
+        last = 0;
+      }
+      belongsToEmitted = belongsToEmitted && !isEnd;
+      const bool isLetter = isAlphanumeric(character.point) &&
+                            (text.changesVoice || isRead(character.point, language));
+      if (isLetter && !belongsToEmitted) {
+        first = last > 0 ? first : place;
+        last = place + character.length;
+      }
+      place += std::max<std::size_t>(character.length, 1);
+    }
+  }
+
+  std::size_t emittedEnd() const { return lastWord.textOffset + lastWord.textLength; }
+
   const EspeakText& text;
+  const SpokenText& source;
+  const TextChunk& chunk;
+  const std::string language;
   Utterance& utterance;
   const std::size_t sourceEnd;  ///< of the chunk
   const int samplingRate;
   SourcePositions positions;
   std::uint64_t taken = 0;            ///< samples received from eSpeak NG
   std::size_t insertionsEmitted = 0;  ///< of text.insertions
+  std::size_t itemsLookedAt = 0;      ///< of chunk
   SpeechWord lastWord{0, 0, 0};
 };
-
-std::size_t endOf(const TextChunk& chunk) {
-  return chunk.empty() ? 0 : chunk.back().offset + chunk.back().length;
-}
 
 /// Says once in a process that kanji cannot be read.
 void warnOfMissingDictionary() {
@@ -118,13 +202,19 @@ void EspeakSynthesizer::speak(SpokenText& text, const SpeechSettings& settings,
                               Utterance& utterance) {
   const EspeakVoice voice{library.voiceFile(settings.sourceVoice), EspeakParameters(settings)};
   chunks.restart(text);
-  EspeakTextWriter writer(text, settings, voice.file);
+  ScriptVoices::Finder otherVoices = [this](const std::string& name) {
+    return library.voiceFile(name);
+  };
+  const bool usesOthers = settings.more.at(parameters::otherScripts.name) != 0;
+  EspeakTextWriter writer(text, settings, voice.file,
+                          usesOthers ? std::move(otherVoices) : ScriptVoices::Finder());
   while (const TextChunk* chunk = chunks.next()) {
     writer.write(*chunk, written);
-    ChunkListener listener(written, utterance, endOf(*chunk), library.samplingRate());
+    ChunkListener listener(written, text, *chunk, voice, utterance, library.samplingRate());
     if (!written.isSilent && !library.speak(written, voice, listener)) {
       return;
     }
+    listener.emitJoinedAtEnd();
     listener.emitInsertions(written.insertions.size());
     if (utterance.isOver()) {
       return;

@@ -12,12 +12,17 @@
 
 namespace KQ::engines {
 
+namespace parameters {
+/// Whether words in a script that the voice does not read are read by another language's voice: 1 or 0.
+constexpr ParameterRow otherScripts{"otherScripts", 1, 0, 1, false};
+}  // namespace parameters
+
 /// eSpeak NG as a Synthesizer. All engines of the process share it: their utterances are spoken one
 /// after another, in the order in which they were started.
 class EspeakSynthesizer : public Synthesizer {
  public:
   /// The engine's own parameters, besides those of all engines. SpeechSettings::more has their values.
-  static std::vector<ParameterRow> ownParameters() { return {}; }
+  static std::vector<ParameterRow> ownParameters() { return {parameters::otherScripts}; }
 
   int samplingRate(const std::string& /*sourceVoice*/) const override {
     return library.samplingRate();

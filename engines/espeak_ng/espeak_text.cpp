@@ -24,77 +24,6 @@ bool isWhiteSpace(std::string_view text) {
   return text.find_first_not_of(" \t\n") == std::string_view::npos;
 }
 
-struct Script {
-  char32_t first;
-  char32_t last;
-  std::string_view languages;  ///< each between blanks
-};
-
-/// The alphabets that eSpeak NG knows, with the languages whose voices speak them. With any other voice
-/// it loads the rules of a second language for them, and frees these rules while it uses them if it
-/// meets a character that they do not know. So other voices get blanks in place of these characters,
-/// and of characters in none of these ranges.
-constexpr std::array<Script, 29> ownVoicesScripts{
-    {{0x0370, 0x03FF, " el grc "},
-     {0x0400, 0x052F, " ru uk be bg mk sr kk ky tt ba cv mn uz "},
-     {0x0530, 0x058F, " hy hyw "},
-     {0x0590, 0x05FF, " he "},
-     {0x0600, 0x06FF, " ar fa ur sd ug ku "},
-     {0x0700, 0x074F, ""},
-     {0x0900, 0x097F, " hi mr ne kok "},
-     {0x0980, 0x09FF, " bn as bpy "},
-     {0x0A00, 0x0A7F, " pa "},
-     {0x0A80, 0x0AFF, " gu "},
-     {0x0B00, 0x0B7F, " or "},
-     {0x0B80, 0x0BFF, " ta "},
-     {0x0C00, 0x0C7F, " te "},
-     {0x0C80, 0x0CFF, " kn "},
-     {0x0D00, 0x0D7F, " ml "},
-     {0x0D80, 0x0DFF, " si "},
-     {0x0E00, 0x0E7F, " th "},
-     {0x0E80, 0x0EFF, " lo "},
-     {0x0F00, 0x0FFF, ""},
-     {0x1000, 0x109F, " my shn "},
-     {0x10A0, 0x10FF, " ka "},
-     {0x1100, 0x11FF, " ko "},
-     {0x1200, 0x139F, " am "},
-     {0x1F00, 0x1FFF, " el grc "},
-     {0x2800, 0x28FF, ""},
-     {0x3040, 0x30FF, " ja "},
-     {0x3100, 0x9FFF, " cmn yue hak ja ko "},
-     {0xA700, 0xD7FF, " ko "},
-     {0xFF00, 0xFFEF, " cmn yue hak ja ko "}}};
-
-/// What is safe with every voice: Latin letters, marks, punctuation, signs and emoji.
-constexpr std::array<std::pair<char32_t, char32_t>, 11> common{{{0x0000, 0x036F},
-                                                                {0x1AB0, 0x1AFF},
-                                                                {0x1DC0, 0x1EFF},
-                                                                {0x2000, 0x27FF},
-                                                                {0x2900, 0x2BFF},
-                                                                {0x2C60, 0x2C7F},
-                                                                {0x2E00, 0x2E5F},
-                                                                {0x3000, 0x303F},
-                                                                {0xA720, 0xA7FF},
-                                                                {0xFE00, 0xFE6F},
-                                                                {0x1F000, 0x1FAFF}}};
-
-/// Whether every voice is safe with a character.
-bool isCommon(char32_t point) {
-  return std::any_of(common.begin(), common.end(), [point](const auto& range) {
-    return point >= range.first && point <= range.second;
-  });
-}
-
-/// \param language  between blanks
-bool isSpoken(std::string_view character, const std::string& language) {
-  const char32_t point = codePoint(character);
-  return isCommon(point) ||
-         std::any_of(ownVoicesScripts.begin(), ownVoicesScripts.end(), [&](const Script& script) {
-           return point >= script.first && point <= script.last &&
-                  script.languages.find(language) != std::string_view::npos;
-         });
-}
-
 /// The bytes that eSpeak NG reads unchanged, in markup and in plain text.
 constexpr std::array<bool, 256> plainBytes() {
   std::array<bool, 256> plain{};
@@ -117,9 +46,9 @@ std::size_t plainLength(std::string_view text) {
 std::string_view toBeRead(std::string_view character, const std::string& language) {
   const auto byte = static_cast<unsigned char>(character.front());
   const bool isControl = (byte < ' ' && byte != '\n' && byte != '\t') || byte == 0x7F;
-  const bool isRead = utf8Length(character) != 0 && !isControl && byte != '\\' &&
-                      (character.size() == 1 || isSpoken(character, language));
-  return isRead ? character : " ";
+  const bool isText = utf8Length(character) != 0 && !isControl && byte != '\\';
+  const bool reads = isText && (character.size() == 1 || isRead(codePoint(character), language));
+  return reads ? character : " ";
 }
 
 const char* entity(char byte) {
@@ -145,9 +74,10 @@ constexpr std::string_view closingTag = "</prosody>";
 /// Appends to an EspeakText and counts its characters.
 class Appender {
  public:
-  Appender(EspeakText& target, const std::string& language) : target(target), language(language) {
-    target.runs.push_back({0, 0, 0});
-  }
+  explicit Appender(EspeakText& target) : target(target) { target.runs.push_back({0, 0, 0}); }
+
+  /// The language of the voice that reads what is added from here on.
+  void setLanguage(std::string voiceLanguage) { language = std::move(voiceLanguage); }
 
   /// Adds markup, which has no place in the source.
   void addMarkup(std::string_view markup) {
@@ -208,21 +138,17 @@ class Appender {
   }
 
   EspeakText& target;
-  const std::string& language;
+  std::string language;
   std::size_t characters = 0;
   bool inRun = false;
 };
 
 }  // namespace
 
-std::string languageOfVoice(const std::string& voiceFile) {
-  const std::string name = voiceFile.substr(voiceFile.rfind('/') + 1);
-  return name.substr(0, name.find_first_of("-+"));
-}
-
 void EspeakText::clear() {
   text.clear();
   isMarkup = false;
+  changesVoice = false;
   isSilent = true;
   insertions.clear();
   runs.clear();
@@ -243,15 +169,20 @@ EspeakParameters::EspeakParameters(const SpeechSettings& settings, const Prosody
 
 EspeakTextWriter::EspeakTextWriter(const SpokenText& sourceText,
                                    const SpeechSettings& speechSettings,
-                                   const std::string& voiceFile)
+                                   const std::string& voiceFile, ScriptVoices::Finder otherVoices)
     : source(sourceText),
       settings(speechSettings),
-      language(' ' + languageOfVoice(voiceFile) + ' ') {}
+      language(languageOfVoice(voiceFile)),
+      voices(voiceFile, std::move(otherVoices)) {}
 
 void EspeakTextWriter::write(const TextChunk& chunk, EspeakText& written) {
   written.clear();
-  written.isMarkup = needsMarkup(chunk);
-  Appender appender(written, language);
+  written.changesVoice = std::any_of(chunk.begin(), chunk.end(), [&](const MarkupItem& item) {
+    return item.kind == Kind::text && voices.needsOthers(source.view(item.offset, item.length));
+  });
+  written.isMarkup = written.changesVoice || needsMarkup(chunk);
+  Appender appender(written);
+  appender.setLanguage(language);
   Prosody inText;
   std::size_t marked = 0;
   for (const MarkupItem& item : chunk) {
@@ -268,7 +199,11 @@ void EspeakTextWriter::write(const TextChunk& chunk, EspeakText& written) {
           marked = written.insertions.size();
           appender.addMarkup("<mark name=\"" + std::to_string(marked - 1) + "\"/>");
         }
-        appender.addSource(piece, item.offset);
+        if (written.changesVoice) {
+          addInVoices(appender, piece, item.offset);
+        } else {
+          appender.addSource(piece, item.offset);
+        }
         break;
       case Kind::mark:
       case Kind::pause:
@@ -289,6 +224,19 @@ void EspeakTextWriter::write(const TextChunk& chunk, EspeakText& written) {
   }
   appender.addMarkup(inText.isNormal() ? "" : closingTag);
   limitClauses(written);
+}
+
+/// Each run names its voice: at the end of a tag eSpeak NG goes back to the first voice of the language,
+/// which may be another one than it began with.
+template <typename Appender>
+void EspeakTextWriter::addInVoices(Appender& appender, std::string_view piece,
+                                   std::size_t offset) const {
+  for (const VoiceRun& run : voices.runs(piece)) {
+    appender.addMarkup("<voice name=\"" + run.voiceFile + "\">");
+    appender.setLanguage(languageOfVoice(run.voiceFile));
+    appender.addSource(piece.substr(run.begin, run.end - run.begin), offset + run.begin);
+    appender.addMarkup("</voice>");
+  }
 }
 
 bool EspeakTextWriter::needsMarkup(const TextChunk& chunk) const {

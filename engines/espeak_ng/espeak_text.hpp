@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "engine/synthesizer.hpp"
+#include "espeak_ng/script_voices.hpp"
 #include "text/prosody.hpp"
 #include "text/text_chunks.hpp"
 
@@ -21,9 +22,6 @@ struct EspeakParameters {
   explicit EspeakParameters(const SpeechSettings& settings, const Prosody& tags = {});
 };
 
-/// The language of a voice's file: "hi" of "inc/hi-x+f2".
-std::string languageOfVoice(const std::string& voiceFile);
-
 /// A chunk in the form that eSpeak NG reads.
 struct EspeakText {
   /// A run of characters that come unchanged from the source.
@@ -34,9 +32,10 @@ struct EspeakText {
     std::size_t source;  ///< its place in the source
   };
 
-  std::string text;       ///< UTF-8 without control characters other than white space
-  bool isMarkup = false;  ///< if false, nothing in the text is markup
-  bool isSilent = true;   ///< there is nothing to speak
+  std::string text;           ///< UTF-8 without control characters other than white space
+  bool isMarkup = false;      ///< if false, nothing in the text is markup
+  bool changesVoice = false;  ///< parts of it are read by other voices
+  bool isSilent = true;       ///< there is nothing to speak
   std::vector<MarkupItem>
       insertions;         ///< marks and pauses; a mark of eSpeak NG's names one by index
   std::vector<Run> runs;  ///< ascending, begins with character 0
@@ -51,22 +50,26 @@ struct EspeakText {
 class EspeakTextWriter {
  public:
   /// \param source     stays alive, as do the settings
-  /// \param voiceFile  as EspeakLibrary::voiceFile() returns it
+  /// \param voiceFile    as EspeakLibrary::voiceFile() returns it
+  /// \param otherVoices  finds voices for words in scripts that the voice does not read; null for none
   EspeakTextWriter(const SpokenText& source, const SpeechSettings& settings,
-                   const std::string& voiceFile);
+                   const std::string& voiceFile, ScriptVoices::Finder otherVoices = nullptr);
 
   /// \param written  gets the chunk; its former content is lost, its memory is used again
   void write(const TextChunk& chunk, EspeakText& written);
 
  private:
   bool needsMarkup(const TextChunk& chunk) const;
+  template <typename Appender>
+  void addInVoices(Appender& appender, std::string_view piece, std::size_t offset) const;
   std::string tagsFrom(const Prosody& former) const;
   std::string openingTag() const;
 
   const SpokenText& source;
   const SpeechSettings& settings;
-  std::string language;  ///< that the voice speaks, as eSpeak NG calls it, between blanks
-  Prosody prosody;       ///< at the end of the written text
+  const std::string language;  ///< that the voice speaks, as eSpeak NG calls it
+  const ScriptVoices voices;
+  Prosody prosody;  ///< at the end of the written text
 };
 
 /// Maps the numbers of characters, as eSpeak NG counts them, to places in the source. Takes linear time

@@ -127,6 +127,56 @@ TEST_P(EveryLanguage, HasAFemaleVoiceThatSoundsHigher) {
 
 INSTANTIATE_TEST_SUITE_P(Table, EveryLanguage, ::testing::ValuesIn(languageRows), test::RowName());
 
+struct MixedRow {
+  const char* name;
+  const char* package;
+  const char* text;
+  std::vector<std::string> words;  ///< that are in it, in this order
+};
+
+class MixedText : public ::testing::TestWithParam<MixedRow> {
+ protected:
+  FreshEngine speaking{{GetParam().package == std::string("english")
+                            ? test::englishPackage()
+                            : test::builtPackage(GetParam().package)}};
+};
+
+TEST_P(MixedText, HasEachWordSpokenInOrder) {
+  const std::string text = GetParam().text;
+  speaking->startSynthetizer(text);
+  EXPECT_THAT(speaking.host.words(text), ::testing::ElementsAreArray(GetParam().words));
+}
+
+TEST_P(MixedText, SoundsOtherwiseWithoutOtherVoices) {
+  speaking->startSynthetizer(GetParam().text);
+  FreshEngine alone({GetParam().package == std::string("english")
+                         ? test::englishPackage()
+                         : test::builtPackage(GetParam().package)});
+  alone->setParameter("otherScripts", 0);
+  alone->startSynthetizer(GetParam().text);
+  EXPECT_NE(alone.host.samples(), speaking.host.samples());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, MixedText,
+    ::testing::Values(
+        MixedRow{"RussianInGerman",
+                 "german",
+                 "Er sagt Привет мир zu uns.",
+                 {"Er", "sagt", "Привет", "мир", "zu", "uns"}},
+        MixedRow{"GreekInEnglish", "english", "Say καλημέρα twice", {"Say", "καλημέρα", "twice"}},
+        MixedRow{"LatinInChinese", "chinese", "我 Linux 好", {"我", "Linux", "好"}},
+        MixedRow{"LatinInJapanese", "japanese", "これは Linux です", {"これは", "Linux", "です"}},
+        MixedRow{"KanaInFrench", "french", "Il dit さくら ici", {"Il", "dit", "さくら", "ici"}},
+        MixedRow{"KoreanInSpanish", "spanish", "dice 안녕 ahora", {"dice", "안녕", "ahora"}},
+        MixedRow{"ChineseInKorean", "korean", "나는 中 좋아", {"나는", "中", "좋아"}},
+        MixedRow{"ArabicInItalian", "italian", "dice مرحبا oggi", {"dice", "مرحبا", "oggi"}},
+        MixedRow{"HebrewInPolish", "polish", "mówi שלום dziś", {"mówi", "שלום", "dziś"}},
+        MixedRow{"HindiInTurkish", "turkish", "dedi नमस्ते bugün", {"dedi", "नमस्ते", "bugün"}},
+        MixedRow{"ThaiInDutch", "dutch", "zegt สวัสดี nu", {"zegt", "สวัสดี", "nu"}},
+        MixedRow{"RussianInArabic", "arabic", "قال Привет اليوم", {"قال", "Привет", "اليوم"}}),
+    test::RowName());
+
 TEST(Languages, AreThoseOfTheLanguageTable) {
   FreshEngine speaking(test::espeakPackages());
   std::vector<std::string> languages = speaking->getAvailableLanguages();
@@ -184,6 +234,28 @@ TEST(Languages, JapaneseWordsAreNamedAsTheyAreWritten) {
   FreshEngine speaking({test::builtPackage("japanese")});
   speaking->startSynthetizer(text);
   EXPECT_THAT(speaking.host.words(text), ElementsAre("私は", "東京へ", "行く", "本を", "読みます"));
+}
+
+TEST(Words, ThatTheSynthesiserJoinsAreNamed) {
+  const std::string text = "In the end, it is to be on the table. \\mrk=1\\ Of the two";
+  FreshEngine speaking({test::englishPackage()});
+  speaking->startSynthetizer(text);
+  EXPECT_THAT(speaking.host.words(text), ElementsAre("In", "the", "end", "it", "is", "to", "be",
+                                                     "on", "the", "table", "Of", "the", "two"));
+}
+
+TEST(Words, OfAWholeTextInTagsHaveNoFullStop) {
+  const std::string text = "\\Vol=50\\ It ends here.";
+  FreshEngine speaking({test::englishPackage()});
+  speaking->startSynthetizer(text);
+  EXPECT_THAT(speaking.host.words(text), ElementsAre("It", "ends", "here"));
+}
+
+TEST(Words, ThatNoVoiceReadsAreNotNamed) {
+  const std::string text = "one ༀཀ two";
+  FreshEngine speaking({test::englishPackage()});
+  speaking->startSynthetizer(text);
+  EXPECT_THAT(speaking.host.words(text), ElementsAre("one", "two"));
 }
 
 TEST(Languages, ChoosingOneChoosesItsDefaultVoice) {
