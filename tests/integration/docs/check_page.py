@@ -27,6 +27,7 @@ import shlex
 import shutil
 import subprocess
 import sys
+import tempfile
 import xml.etree.ElementTree as ET
 
 HERE = pathlib.Path(__file__).resolve().parent
@@ -46,11 +47,11 @@ class Wrong(Exception):
     """A mistake of the page."""
 
 
-def environment(prefix, work):
+def environment(prefix, work, plain):
     kept = {name: os.environ[name] for name in ("PATH", "CMAKE_CXX_COMPILER_LAUNCHER")
             if name in os.environ}
     libraries = next(prefix.glob("lib*/**/libkqtts.so")).parent
-    (work / "audio.conf").write_text(AUDIO_DEVICE)
+    (plain / "audio.conf").write_text(AUDIO_DEVICE)
     return {
         **kept,
         "PATH": f"{prefix}/bin:{kept['PATH']}",
@@ -59,7 +60,7 @@ def environment(prefix, work):
         "HOME": str(work),
         "LC_ALL": "C.UTF-8",
         "XDG_DATA_DIRS": str(work),
-        "ALSA_CONFIG_PATH": str(work / "audio.conf"),
+        "ALSA_CONFIG_PATH": str(plain / "audio.conf"),
         # Like a prefix that the system searches.
         "CMAKE_PREFIX_PATH": str(prefix),
         "PKG_CONFIG_PATH": str(libraries / "pkgconfig"),
@@ -68,13 +69,16 @@ def environment(prefix, work):
 
 
 class Page:
-    def __init__(self, path, prefix, work):
+    def __init__(self, path, prefix, work, plain):
         self.path = path
         self.text = path.read_text()
         self.folder = work / "folder"
         self.prefix = prefix
+        if " " in str(prefix):
+            self.prefix = plain / "prefix"
+            self.prefix.symlink_to(prefix)
         self.work = work
-        self.environment = environment(prefix, work)
+        self.environment = environment(self.prefix, work, plain)
         self.fragments = {}  # by frame
 
     def shell(self, script, status=0):
@@ -160,7 +164,7 @@ class Page:
         source = self.work / f"{name}.cpp"
         source.write_text(re.sub(r" *// fragments\n", lambda _: code, frame))
         self.shell("g++ -std=c++17 -Wall -Werror -Wno-unused -fsyntax-only "
-                   f"{source} $(pkg-config --cflags kqtts)")
+                   f"{shlex.quote(str(source))} $(pkg-config --cflags kqtts)")
 
     # ---------------------------------------------------------------------------------------------
 
@@ -209,13 +213,15 @@ def anchors(path):
 def main(page, prefix, work):
     work = pathlib.Path(work)
     work.mkdir(parents=True, exist_ok=True)
-    try:
-        page = Page(pathlib.Path(page), pathlib.Path(prefix), work)
-        page.check_links()
-        page.check_blocks()
-    except Wrong as wrong:
-        print(wrong)
-        return 1
+    # A path without blanks: a shell cuts the output of pkg-config at each, ALSA its variable.
+    with tempfile.TemporaryDirectory() as plain:
+        try:
+            page = Page(pathlib.Path(page), pathlib.Path(prefix), work, pathlib.Path(plain))
+            page.check_links()
+            page.check_blocks()
+        except Wrong as wrong:
+            print(wrong)
+            return 1
     return 0
 
 

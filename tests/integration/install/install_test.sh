@@ -68,13 +68,57 @@ examples_with_pkg_config() {
   cp -a "$prefix" "$again"
   export PKG_CONFIG_PATH=$again/$LIBDIR/pkgconfig
   local flags plugins
-  read -ra flags < <(pkg-config --cflags --libs kqtts)
-  plugins=$(pkg-config --variable=plugindir kqtts)
+  eval "flags=($(pkg-config --cflags --libs kqtts))" # pkg-config quotes blanks for a shell
+  eval "plugins=$(pkg-config --variable=plugindir kqtts)"
   mkdir -p "$plugins" "$again/bin"
   g++ -std=c++17 "$source/examples/host/host.cpp" "${flags[@]}" -o "$again/bin/host"
   g++ -std=c++17 -shared -fPIC -fno-gnu-unique "$source/examples/engine/tone_engine.cpp" \
     "${flags[@]}" -o "$plugins/libkqtts-aitalk.so"
   LD_LIBRARY_PATH=$again/$LIBDIR speaks "$again/bin/host"
+}
+
+pkg_config_names_what_a_host_needs() {
+  PKG_CONFIG_PATH=$prefix/$LIBDIR/pkgconfig
+  export PKG_CONFIG_PATH
+  local named
+  named=$(pkg-config --libs-only-l kqtts)
+  [ "${named% }" = '-lkqtts -lzu' ] || fail "A host is linked with $named"
+}
+
+# Everything that is installed has the compiler's and the linker's protections.
+is_hardened() {
+  local file facts functions fortified=0
+  while read -r file; do
+    facts=$(readelf --file-header --program-headers --dynamic --wide "$file")
+    grep -q 'Type: *DYN' <<<"$facts" || fail "$file has a fixed place in memory"
+    grep -q GNU_RELRO <<<"$facts" || fail "$file: its tables stay writable (relro)"
+    grep -q 'FLAGS.*NOW' <<<"$facts" || fail "$file: its functions are looked up late (bind now)"
+    grep -q 'GNU_STACK.* RW ' <<<"$facts" || fail "$file: its stack can be executed"
+    functions=$(readelf --dyn-syms --wide "$file")
+    grep -q ' __stack_chk_fail@' <<<"$functions" || fail "$file has no stack protector"
+    if grep -q '_chk@' <<<"$functions"; then fortified=$((fortified + 1)); fi
+    # The targets of jumps are marked: x86 (endbr64), ARM (paciasp).
+    objdump --disassemble "$file" >"$work/code"
+    grep -qE '\s(endbr64|paciasp)\s*$' "$work/code" || fail "$file does not mark targets of jumps"
+  done < <(find "$prefix" -type f \( -perm -u+x -o -name '*.so*' \) -exec sh -c \
+    'for file; do head -c 4 "$file" | grep -q ELF && echo "$file"; done' sh {} +)
+  [ "$fortified" -gt 0 ] || fail 'No call of the C library is checked (_FORTIFY_SOURCE)'
+}
+
+carries_the_notices() {
+  local documents=$prefix/share/doc/kqtts
+  grep -q 'Redistribution and use' "$documents/LICENSE"
+  grep -q 'University of Cincinnati' "$documents/NOTICES.md"
+  grep -q 'Niels Lohmann' "$documents/NOTICES.md"
+  grep -q 'Unicode, Inc.' "$documents/NOTICES.md"
+  grep -q 'GNU GENERAL PUBLIC LICENSE' "$documents/GPL-3.txt"
+}
+
+# A host and its plug-ins share the library.
+refuses_to_be_static() {
+  ! "$CMAKE" -S "$source" -B "$work/static" -G Ninja -DBUILD_SHARED_LIBS=OFF \
+    >"$work/static.log" 2>&1 || fail 'BUILD_SHARED_LIBS=OFF is not refused'
+  grep -q 'shared library' "$work/static.log"
 }
 
 # The library's own settings must not reach the tree that it is a part of.
