@@ -129,7 +129,7 @@ as_sub_project() {
 cmake_minimum_required(VERSION 3.25)
 project(outer LANGUAGES CXX)
 include(FetchContent)
-FetchContent_Declare(kqtts SOURCE_DIR $source OVERRIDE_FIND_PACKAGE)
+FetchContent_Declare(kqtts SOURCE_DIR "$source" OVERRIDE_FIND_PACKAGE)
 FetchContent_MakeAvailable(kqtts)
 foreach(name CMAKE_CXX_STANDARD CMAKE_CXX_VISIBILITY_PRESET CMAKE_RUNTIME_OUTPUT_DIRECTORY)
   if(DEFINED \${name})
@@ -145,7 +145,7 @@ get_directory_property(options COMPILE_OPTIONS)
 if(options)
   message(FATAL_ERROR "Compiled with \${options}")
 endif()
-add_subdirectory($source/examples/host host)
+add_subdirectory("$source/examples/host" host)
 END
   build_project "$project" "$project/build" -DCMAKE_CXX_FLAGS=-O0
   [ -x "$project/build/host/host" ] || fail 'The host was not built'
