@@ -8,6 +8,7 @@ void HostLink::receive(Packet& packet) const {
   if (receivePacket(socket, packet, UINT64_MAX, true) != Received::packet) {
     _exit(0);
   }
+  reports.load(std::memory_order_acquire);
 }
 
 void HostLink::report(std::string_view records, std::string_view more) const {
@@ -18,6 +19,7 @@ void HostLink::reportOf(std::uint64_t number, std::string_view records,
                         std::string_view more) const {
   Header header;
   header.number = number;
+  reports.fetch_add(1, std::memory_order_acq_rel);
   if (sendPacket(socket, header, {records, more}, true) != Sent::done) {
     _exit(0);
   }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <string_view>
 
@@ -25,6 +26,8 @@ class HostLink {
 
  private:
   int socket;
+  /// What the host does in between orders the calls of several threads; this shows it to them.
+  mutable std::atomic<std::uint64_t> reports{0};
 };
 
 }  // namespace KQ::isolation

@@ -36,6 +36,8 @@ void addHostOptions(CLI::App& parser, HostOptions& options) {
       ->check(CLI::ExistingDirectory)
       ->allow_extra_args(false);
   parser.callback([&options] { noteFoldersWithoutPlugins(options); });
+  parser.add_flag("--in-process", options.inProcess,
+                  "Run engines in this process, not each in its own");
 }
 
 void addVoiceOptions(CLI::App& parser, VoiceChoice& choice) {

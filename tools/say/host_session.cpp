@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <boost/algorithm/string/predicate.hpp>
+#include <boost/filesystem/operations.hpp>
 #include <boost/make_shared.hpp>
 #include <boost/thread/locks.hpp>
 #include <iostream>
@@ -25,6 +26,17 @@ void useEngineFolders(const HostOptions& options) {
   }
 }
 
+std::string isolatedEngineFolder() {
+  for (const std::string& folder : zu::path::libDirs()) {
+    const boost::filesystem::path isolated = boost::filesystem::path(folder) / "kqtts/isolated";
+    boost::system::error_code error;
+    if (boost::filesystem::is_regular_file(isolated / "kqtts/kqtts-engine", error)) {
+      return isolated.string();
+    }
+  }
+  return "";
+}
+
 std::vector<std::string> packageFoldersOf(const HostOptions& options) {
   return options.packageFolders.empty() ? standardPackageFolders() : options.packageFolders;
 }
@@ -44,6 +56,9 @@ HostSession::HostSession(const HostOptions& options, TextToSpeechEngineCallbackI
     : languageInfo(boost::make_shared<KQ::TTSLanguageInfo>()),
       ttsManager(std::make_unique<Manager>(callback, languageInfo)) {
   useEngineFolders(options);
+  if (!options.inProcess) {
+    zu::path::addLibDir(isolatedEngineFolder());
+  }
   if (!ttsManager->initialize(findPackages(packageFoldersOf(options), *ttsManager))) {
     throw Failure("no speech engine can be used",
                   "install one with its packages, or name their folders with --engines and "

@@ -20,10 +20,14 @@ namespace tool {
 struct HostOptions {
   std::vector<std::string> packageFolders;  ///< replace the standard folders unless empty
   std::vector<std::string> engineFolders;   ///< searched before the standard folders
+  bool inProcess = false;                   ///< engines run in this process, not in their own
 };
 
 /// Adds the folders of the options to the search for plug-ins.
 void useEngineFolders(const HostOptions& options);
+
+/// The folder of the plug-ins that run engines in processes of their own; "" if there is none.
+std::string isolatedEngineFolder();
 
 /// The folders that are searched for packages.
 std::vector<std::string> packageFoldersOf(const HostOptions& options);

@@ -40,6 +40,11 @@ std::vector<std::string> deaths(const test::LogRecorder& log) {
   return messages;
 }
 
+/// Deaths are counted for all engines of a plug-in, until one speaks a sentence.
+void forgetDeaths() {
+  IsolatedFaultyEngine()->startSynthetizer("One.");
+}
+
 /// Kills the engine's process at a word, once.
 void killAt(IsolatedFaultyEngine& engine, std::size_t offset, int signal = SIGKILL) {
   const pid_t process = engine.process();
@@ -234,6 +239,7 @@ TEST(Stop, OfAHangingUtteranceLeavesAnEngineThatSpeaks) {
 }
 
 TEST(Operation, ThatKillsTheEngineTwiceIsAnErrorThatSaysHow) {
+  forgetDeaths();
   IsolatedFaultyEngine engine;
   EXPECT_THAT([&] { engine->setParameter("crash", 1); },
               test::throwsKQError("Faulty", "setParameter",
@@ -242,12 +248,14 @@ TEST(Operation, ThatKillsTheEngineTwiceIsAnErrorThatSaysHow) {
 }
 
 TEST(Operation, IsTriedAgainWhenTheEngineHasDiedBefore) {
+  forgetDeaths();
   IsolatedFaultyEngine engine;
   engine.killProcess();
   EXPECT_EQ(engine->getParameter("speed"), 100.F);
 }
 
 TEST(NewProcess, GetsTheStateOfTheOldOne) {
+  forgetDeaths();
   IsolatedFaultyEngine engine;
   engine->setParameter("speed", 150);
   engine->resetSpeed();
@@ -269,6 +277,7 @@ TEST(NewProcess, GetsTheStateOfTheOldOne) {
 }
 
 TEST(EngineThatDiesAgainAndAgain, IsGivenUpForAWhile) {
+  forgetDeaths();
   IsolatedFaultyEngine engine;
   for (int i = 0; i < 3; ++i) {
     EXPECT_THROW(engine->setParameter("crash", 1), KQError);
@@ -297,7 +306,7 @@ struct FaultRow {
 /// Begins with an engine that was not given up: deaths are counted for all of a plug-in.
 class Fault : public ::testing::TestWithParam<FaultRow> {
  protected:
-  void SetUp() override { IsolatedFaultyEngine()->startSynthetizer("One."); }
+  void SetUp() override { forgetDeaths(); }
 
   const test::Environment patience{"KQTTS_ISOLATION_PATIENCE", "150"};
 };
