@@ -32,6 +32,7 @@ SpeechProgress::Piece Utterance::nextPiece() {
   SpeechProgress::Piece piece = progress.piece();
   isLastPiece = piece.isLast;
   pieceEnd = SpeechEnd::finished;
+  hasPieceEnded = false;
   samplesTaken = recordsTaken = samplesTold = recordsTold = 0;
   return piece;
 }
@@ -95,7 +96,7 @@ bool Utterance::hold(EngineProcess& engine, Channel::Conversation& talk) const {
     const EngineProcess::Stay stay(engine);
     talk.awaitCondition([&] { return !control.isHeld || isStopped(); });
   }
-  return !isOver();
+  return !isOver() && !hasPieceEnded;
 }
 
 void Utterance::hearStart(EngineProcess& engine, Channel::Conversation& talk) {
@@ -161,7 +162,12 @@ void Utterance::hearPhoneme(Decoder& record, EngineProcess& engine, Channel::Con
 }
 
 void Utterance::hearEnd(Decoder& record) {
-  pieceEnd = record.getEnum(SpeechEnd::failed);
+  const auto end = record.getEnum(SpeechEnd::failed);
+  if (hasPieceEnded) {
+    return;
+  }
+  hasPieceEnded = true;
+  pieceEnd = end;
   if (!isOver() && isStarted && (isLastPiece || pieceEnd != SpeechEnd::finished)) {
     tellEnd(pieceEnd);
   }

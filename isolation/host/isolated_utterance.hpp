@@ -92,6 +92,7 @@ class Utterance {
   std::exception_ptr failure;
 
   // Of the piece that is being said.
+  bool hasPieceEnded = false;  ///< whatever the engine reports after that is not believed
   SpeechEnd pieceEnd = SpeechEnd::finished;
   bool isLastPiece = true;
   std::uint64_t samplesTaken = 0;

@@ -120,7 +120,7 @@ void Supervisor::sayPiece(const Engine& engine, Utterance& utterance) {
     case Reply::Kind::result:
       return utterance.pieceReturned();
     case Reply::Kind::error:
-      return utterance.fail(reply.error);
+      return utterance.fail(errorOf(reply, Call::xStartSynthetizer));
     case Reply::Kind::pending:
     case Reply::Kind::died:
     case Reply::Kind::timeout:

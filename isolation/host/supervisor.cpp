@@ -103,6 +103,16 @@ KQError Supervisor::failure(const std::string& method, const std::string& descri
   return {name(), method, description, nullptr, 0};
 }
 
+std::exception_ptr Supervisor::errorOf(const Reply& reply, Call call) const {
+  try {
+    std::rethrow_exception(reply.error);
+  } catch (const KQError&) {
+    return reply.error;
+  } catch (const std::exception& error) {
+    return thrown(failure(row(call).method, error.what()));
+  }
+}
+
 KQError Supervisor::died(const std::string& method) const {
   const Lock lock(mutex);
   return {engineName, method, "The engine's process " + lastDeath + ".", nullptr, 0};
@@ -478,13 +488,7 @@ std::string Supervisor::ask(Call call, const std::string& arguments,
         return reply.result;
       }
       case Reply::Kind::error:
-        try {
-          std::rethrow_exception(reply.error);
-        } catch (const KQError&) {
-          throw;
-        } catch (const std::exception& error) {
-          throw failure(method, error.what());
-        }
+        std::rethrow_exception(errorOf(reply, call));
       case Reply::Kind::pending:
       case Reply::Kind::died:
       case Reply::Kind::timeout:
@@ -587,7 +591,7 @@ void Supervisor::stop() {
   if (reply.kind == Reply::Kind::timeout) {
     killAtStop(engine);
   } else if (reply.kind == Reply::Kind::error) {
-    std::rethrow_exception(reply.error);
+    std::rethrow_exception(errorOf(reply, Call::xStopSynthetizer));
   }
 }
 
@@ -599,7 +603,7 @@ void Supervisor::control(Call call) {
   // The host is held or goes on, whatever the engine does; it must not be kept waiting for it.
   const Reply reply = converse(*engine, call, "", Clock::now() + stopPatience);
   if (reply.kind == Reply::Kind::error) {
-    std::rethrow_exception(reply.error);
+    std::rethrow_exception(errorOf(reply, call));
   }
 }
 

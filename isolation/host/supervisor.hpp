@@ -115,6 +115,8 @@ class Supervisor {
 
   std::chrono::milliseconds patience() const { return std::chrono::milliseconds(adaptedPatience); }
   KQError failure(const std::string& method, const std::string& description) const;
+  /// What the engine threw, as a KQError: an exception of another type with its text.
+  std::exception_ptr errorOf(const Reply& reply, Call call) const;
   KQError died(const std::string& method) const;
   KQError givenUp(const std::string& method) const;
 
