@@ -15,6 +15,14 @@
 #include <QtXml/QXmlInputSource>
 #include <QtXml/QXmlSimpleReader>
 #include <algorithm>
+#include <array>
+#include <cstdint>
+#include <ctime>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <utility>
+#include <vector>
 
 namespace KQ {
 
@@ -189,12 +197,11 @@ class Descriptor {
 
 /// The bytes of a file; empty if the file is not regular, too large or not readable. The path is
 /// not converted, so the locale does not matter. Opening does not block, not even on a pipe.
-QByteArray readRegularFile(const std::string& path) {
+QByteArray readRegularFile(const std::string& path, struct stat& status) {
   if (path.find('\0') != std::string::npos) {
     return {};
   }
   const Descriptor descriptor(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-  struct stat status {};
   if (::fstat(descriptor.file, &status) != 0 || !S_ISREG(status.st_mode) ||
       status.st_size > maximumFileSize) {
     return {};
@@ -239,21 +246,111 @@ bool parse(QByteArray& bytes, QDomDocument& document) {
   return parse(source, document);
 }
 
-}  // namespace
+using Settings = std::vector<std::pair<std::string, std::string>>;
 
-void forEachXmlSetting(
-    const boost::filesystem::path& file,
-    const std::function<void(const std::string& name, const std::string& value)>& visit) {
-  QByteArray bytes = readRegularFile(file.native());
+/// \param status  receives that of the file that was read
+Settings readSettings(const std::string& path, struct stat& status) {
+  QByteArray bytes = readRegularFile(path, status);
   QDomDocument document(QStringLiteral("voiceSettingsDoc"));
+  Settings settings;
   if (!parse(bytes, document)) {
-    return;
+    return settings;
   }
   const QString name = QStringLiteral("name");
   const QString value = QStringLiteral("value");
   for (QDomElement setting = document.documentElement().firstChildElement(); !setting.isNull();
        setting = setting.nextSiblingElement()) {
-    visit(setting.attribute(name).toStdString(), setting.attribute(value).toStdString());
+    settings.emplace_back(setting.attribute(name).toStdString(),
+                          setting.attribute(value).toStdString());
+  }
+  return settings;
+}
+
+/// The settings of small files that were read lately. A host and each of its engines read several
+/// settings of each package.
+class RecentFiles {
+ public:
+  /// Returns the settings of a file if it is the same as when it was read, else null.
+  std::shared_ptr<const Settings> find(const std::string& path) {
+    struct stat status {};
+    const std::unique_lock<std::mutex> lock(mutex, std::try_to_lock);
+    const auto known = lock ? files.find(path) : files.end();
+    if (!lock || known == files.end() || ::stat(path.c_str(), &status) != 0 ||
+        identityOf(status) != known->second.identity) {
+      return nullptr;
+    }
+    return known->second.settings;
+  }
+
+  void keep(const std::string& path, const struct stat& status,
+            const std::shared_ptr<const Settings>& settings) {
+    const std::unique_lock<std::mutex> lock(mutex, std::try_to_lock);
+    if (!lock || status.st_size == 0 || status.st_size > longestFile || isFresh(status)) {
+      return;
+    }
+    if (files.size() >= mostFiles) {
+      files.clear();
+    }
+    files[path] = {identityOf(status), settings};
+  }
+
+ private:
+  static constexpr std::size_t mostFiles = 256;
+  static constexpr off_t longestFile = 16384;
+
+  using Identity = std::array<std::int64_t, 7>;
+
+  static Identity identityOf(const struct stat& status) {
+    return {static_cast<std::int64_t>(status.st_dev),
+            static_cast<std::int64_t>(status.st_ino),
+            status.st_size,
+            status.st_mtim.tv_sec,
+            status.st_mtim.tv_nsec,
+            status.st_ctim.tv_sec,
+            status.st_ctim.tv_nsec};
+  }
+
+  /// Whether a file may still change without a change of its times, whose clock ticks slowly.
+  static bool isFresh(const struct stat& status) {
+    timespec now{};
+    ::clock_gettime(CLOCK_REALTIME, &now);
+    return now.tv_sec - status.st_ctim.tv_sec <= 1;
+  }
+
+  struct File {
+    Identity identity;
+    std::shared_ptr<const Settings> settings;
+  };
+
+  // Only tried: in a process that was forked while it was locked, it stays locked.
+  std::mutex mutex;
+  std::map<std::string, File> files;  ///< guarded by mutex
+};
+
+/// Never destroyed, since engines may read files while the process ends.
+RecentFiles& recentFiles() {
+  static auto* const files = new RecentFiles;
+  return *files;
+}
+
+std::shared_ptr<const Settings> settingsOf(const std::string& path) {
+  if (std::shared_ptr<const Settings> recent = recentFiles().find(path)) {
+    return recent;
+  }
+  struct stat status {};
+  auto settings = std::make_shared<const Settings>(readSettings(path, status));
+  recentFiles().keep(path, status, settings);
+  return settings;
+}
+
+}  // namespace
+
+void forEachXmlSetting(
+    const boost::filesystem::path& file,
+    const std::function<void(const std::string& name, const std::string& value)>& visit) {
+  const std::shared_ptr<const Settings> settings = settingsOf(file.native());
+  for (const auto& [name, value] : *settings) {
+    visit(name, value);
   }
 }
 

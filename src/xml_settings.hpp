@@ -12,7 +12,7 @@ namespace KQ {
 ///
 /// Makes no call if the file cannot be read or is not well-formed. Only a regular file of at most
 /// 8 MiB is read, so no pipe or device can block the caller. A file that is nested deeper than 256
-/// elements counts as not well-formed.
+/// elements counts as not well-formed. A small file is read again only after it has changed.
 void forEachXmlSetting(
     const boost::filesystem::path& file,
     const std::function<void(const std::string& name, const std::string& value)>& visit);

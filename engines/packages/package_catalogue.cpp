@@ -62,9 +62,24 @@ std::vector<fs::path> foldersIn(const fs::path& directory) {
   return folders;
 }
 
+/// Whether the file of settings is too large to be one. It would hold up every start.
+bool isTooLarge(const fs::path& file, const std::string& logCategory) {
+  constexpr std::uintmax_t longest = std::uintmax_t{1} << 20U;
+  boost::system::error_code error;
+  const std::uintmax_t size = fs::file_size(file, error);
+  if (error || size <= longest) {
+    return false;
+  }
+  warn(logCategory, file.string() + ": larger than 1 MiB, ignored");
+  return true;
+}
+
 VoiceTuning readTuning(const fs::path& directory, const std::string& logCategory) {
   try {
     fs::path file = xRetrieveVoiceSettingsFile(directory.filename().string(), directory);
+    if (isTooLarge(file, logCategory)) {
+      return {};
+    }
     return tuningOf(makeVoiceSettingFromXml(file), [&](const std::string& complaint) {
       warn(logCategory, directory.string() + ": " + complaint + ", ignored");
     });
@@ -86,7 +101,7 @@ struct PackageCatalogue::Package {
   Package(const TextToSpeechEngine& reader, const zu::PackageInfo& info, const PackageRules& rules)
       : path(info.path) {
     const fs::path manifest = path / package_names::manifestFile;
-    if (info.path.empty() ||
+    if (info.path.empty() || isTooLarge(manifest, rules.logCategory) ||
         reader.getParamFromXml(package_names::engine, manifest) != rules.engine) {
       return;
     }
@@ -111,7 +126,11 @@ struct PackageCatalogue::Package {
  private:
   void readVoices(const TextToSpeechEngine& reader, const PackageRules& rules) {
     for (const fs::path& directory : foldersIn(path / package_names::voicesFolder)) {
-      const std::string source = reader.getVoiceNameFromXml(directory / package_names::voiceFile);
+      const fs::path file = directory / package_names::voiceFile;
+      if (isTooLarge(file, rules.logCategory)) {
+        continue;
+      }
+      const std::string source = reader.getVoiceNameFromXml(file);
       if (source.empty() || !rules.hasVoice(source)) {
         warn(rules.logCategory, directory.string() + ": the synthesiser has no voice \"" + source +
                                     "\", voice ignored");

@@ -8,12 +8,16 @@
 
 namespace tool_test {
 
-Sound readSound(const std::string& path) {
+namespace {
+
+constexpr int wav = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+
+Sound readMono(const std::string& path, bool isWavOnly) {
   SF_INFO format{};
   const std::unique_ptr<SNDFILE, int (*)(SNDFILE*)> file(sf_open(path.c_str(), SFM_READ, &format),
                                                          sf_close);
   Sound sound;
-  if (!file || format.channels != 1 || format.format != (SF_FORMAT_WAV | SF_FORMAT_PCM_16)) {
+  if (!file || format.channels != 1 || (isWavOnly && format.format != wav)) {
     return sound;
   }
   sound.samplingRate = format.samplerate;
@@ -21,6 +25,16 @@ Sound readSound(const std::string& path) {
   const sf_count_t read = sf_readf_short(file.get(), sound.samples.data(), format.frames);
   sound.samples.resize(static_cast<std::size_t>(read));
   return sound;
+}
+
+}  // namespace
+
+Sound readSound(const std::string& path) {
+  return readMono(path, true);
+}
+
+Sound readSoundOfAnyFormat(const std::string& path) {
+  return readMono(path, false);
 }
 
 std::string readBytes(const std::string& path) {

@@ -13,6 +13,9 @@ struct Sound {
 
 Sound readSound(const std::string& path);
 
+/// The same for a file of any format.
+Sound readSoundOfAnyFormat(const std::string& path);
+
 /// All bytes of a file.
 std::string readBytes(const std::string& path);
 

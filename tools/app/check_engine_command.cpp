@@ -77,8 +77,9 @@ CommandAction addCheckEngineCommand(CLI::App& parser) {
   const auto options = std::make_shared<CheckOptions>();
   parser.add_option("PLUGIN", options->plugin,
                     "The plug-in's file (with a slash, or ending in .so), or its name");
-  parser.add_option("--check", options->checks, "Run only this check, and those it needs")
-      ->option_text("NAME ...")
+  parser
+      .add_option("--check", options->checks, "Run only this check, and those it needs; repeatable")
+      ->option_text("NAME")
       ->allow_extra_args(false);
   parser.add_flag("--list", options->list, "List the checks");
   parser

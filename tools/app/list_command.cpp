@@ -9,6 +9,7 @@
 #include "app/command.hpp"
 #include "app/shared_options.hpp"
 #include "say/host_session.hpp"
+#include "system/failure.hpp"
 #include "text/utf8.hpp"
 
 namespace tool {
@@ -116,18 +117,37 @@ std::string asText(const Table& table) {
   return text;
 }
 
-using Lister = Table (*)(HostSession&, const ListOptions&);
-
-const std::map<std::string, Lister> listers = {
-    {"engines", listEngines},
-    {"languages", listLanguages},
-    {"voices", listVoices},
-    {"parameters", listParameters},
+/// What can be listed.
+struct Subject {
+  Table (*list)(HostSession&, const ListOptions&);
+  bool takesLanguage;
+  bool takesVoice;
 };
 
+const std::map<std::string, Subject> subjects = {
+    {"engines", {listEngines, false, false}},
+    {"languages", {listLanguages, false, false}},
+    {"voices", {listVoices, true, false}},
+    {"parameters", {listParameters, true, true}},
+};
+
+/// An option that changes nothing would mislead.
+void refuseIgnoredOptions(const ListOptions& options, const Subject& subject) {
+  const auto refuse = [&](const char* option, const std::string& given, bool isTaken) {
+    if (!given.empty() && !isTaken) {
+      throw UsageError("'kqtts list " + options.subject + "' takes no " + option,
+                       "'kqtts list --help' shows the usage");
+    }
+  };
+  refuse("--language", options.voice.language, subject.takesLanguage);
+  refuse("--voice", options.voice.voice, subject.takesVoice);
+}
+
 int list(const ListOptions& options, const StandardOutput& output) {
+  const Subject& subject = subjects.at(options.subject);
+  refuseIgnoredOptions(options, subject);
   HostSession session(options.host);
-  const Table table = listers.at(options.subject)(session, options);
+  const Table table = subject.list(session, options);
   output.write(options.json ? table.dump(2, ' ', false, Table::error_handler_t::replace) + "\n"
                             : asText(table));
   return done;
@@ -137,7 +157,7 @@ CommandAction addListCommand(CLI::App& parser) {
   const auto options = std::make_shared<ListOptions>();
   parser.add_option("SUBJECT", options->subject, "engines, languages, voices or parameters")
       ->required()
-      ->check(CLI::IsMember(&listers));
+      ->check(CLI::IsMember(&subjects));
   parser.add_flag("--json", options->json, "Write JSON");
   addVoiceOptions(parser, options->voice);
   addHostOptions(parser, options->host);

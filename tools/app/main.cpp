@@ -1,6 +1,7 @@
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
+#include <algorithm>
 #include <boost/algorithm/string/join.hpp>
 #include <csignal>
 #include <cstdlib>
@@ -14,6 +15,7 @@
 #include "app/command.hpp"
 #include "system/failure.hpp"
 #include "text/log_level.hpp"
+#include "text/name_distance.hpp"
 #include "text/utf8.hpp"
 
 namespace tool {
@@ -81,7 +83,57 @@ class Program {
       output.write(answer.str());
       return done;
     }
-    return complain(std::string(error.what()) + "; 'kqtts --help' tells the usage", wrongUsage);
+    return complain(explain(error), wrongUsage);
+  }
+
+  std::string explain(const CLI::ParseError& error) const {
+    const std::vector<CLI::App*> chosen = app.get_subcommands();
+    const CLI::App& parser = chosen.empty() ? app : *chosen.front();
+    const std::string help =
+        "'kqtts " + (chosen.empty() ? "" : parser.get_name() + " ") + "--help' shows the usage";
+    const std::string word = unexpectedWord(parser);
+    const bool isAboutWord = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::ExtrasError);
+    // The parser misses a command before it sees that a word is none.
+    if (word.empty() || (!isAboutWord && !chosen.empty())) {
+      return std::string(error.what()) + "; " + help;
+    }
+    if (chosen.empty() && word.front() != '-') {
+      return "there is no command '" + word + "'" + suggestion(word, commandNames()) + "; " + help;
+    }
+    if (word.front() != '-') {
+      return "'" + word + "' is one argument too many; " + help;
+    }
+    const std::string name = word.substr(0, word.find('='));
+    return "there is no option '" + name + "'" + suggestion(name, optionNames(parser)) + "; " +
+           help +
+           (parser.get_name() == "say" ? "; put '--' before a text that begins with a hyphen" : "");
+  }
+
+  /// The first word that the parser could not use: an option, if there is one. "" if there is none.
+  static std::string unexpectedWord(const CLI::App& parser) {
+    const std::vector<std::string> words = parser.remaining(true);
+    const auto option = std::find_if(words.begin(), words.end(), [](const std::string& word) {
+      return word.size() > 1 && word.front() == '-';
+    });
+    return option != words.end() ? *option : words.empty() ? "" : words.front();
+  }
+
+  static std::vector<std::string> commandNames() {
+    std::vector<std::string> names;
+    for (const auto& command : CommandRegistration::commands()) {
+      names.push_back(command.first);
+    }
+    return names;
+  }
+
+  static std::vector<std::string> optionNames(const CLI::App& parser) {
+    std::vector<std::string> names;
+    for (const CLI::Option* option : parser.get_options()) {
+      for (const std::string& name : option->get_lnames()) {
+        names.push_back("--" + name);
+      }
+    }
+    return names;
   }
 
   CLI::App app;

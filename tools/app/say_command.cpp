@@ -1,9 +1,13 @@
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 #include <boost/algorithm/string/join.hpp>
+#include <cerrno>
+#include <cstring>
 #include <iostream>
 #include <kq/error.hpp>
 #include <kqtts/texttospeech_manager.hpp>
@@ -11,6 +15,7 @@
 
 #include "app/command.hpp"
 #include "app/shared_options.hpp"
+#include "say/audio_format.hpp"
 #include "say/audio_sink.hpp"
 #include "say/event_writer.hpp"
 #include "say/guarded_sink.hpp"
@@ -19,6 +24,7 @@
 #include "say/sentence_reader.hpp"
 #include "say/speech_output.hpp"
 #include "system/failure.hpp"
+#include "system/file_descriptor.hpp"
 #include "system/signal_watch.hpp"
 #include "text/number.hpp"
 #include "text/utf8.hpp"
@@ -40,8 +46,11 @@ struct SayOptions {
   HostOptions host;
   VoiceChoice voice;
   std::vector<std::string> parameters;  ///< NAME=VALUE
-  std::string output;
+  std::string rate;                     ///< percent, or ""
+  std::string volume;                   ///< percent, or ""
+  AudioDestination audio;
   std::string events;
+  std::string file;                ///< that holds the text, or ""
   std::vector<std::string> words;  ///< the text, unless it comes from standard input
 };
 
@@ -61,14 +70,90 @@ Parameter parseParameter(const std::string& written) {
   return {written.substr(0, equals), *value};
 }
 
-std::vector<Parameter> parseParameters(const std::vector<std::string>& written) {
+float parsePercent(const std::string& written, const char* option) {
+  const std::optional<float> percent = parseNumber(written);
+  if (!percent) {
+    throw UsageError("'" + written + "' is no number",
+                     std::string("write ") + option + " 80 for 80 percent");
+  }
+  return *percent;
+}
+
+std::vector<Parameter> parseParameters(const SayOptions& options) {
   std::vector<Parameter> parameters;
-  parameters.reserve(written.size());
-  for (const std::string& text : written) {
+  for (const std::string& text : options.parameters) {
     parameters.push_back(parseParameter(text));
+  }
+  if (!options.rate.empty()) {
+    parameters.push_back({"speed", parsePercent(options.rate, "--rate")});
+  }
+  if (!options.volume.empty()) {
+    parameters.push_back({"voiceLevel", parsePercent(options.volume, "--volume") / 100});
   }
   return parameters;
 }
+
+/// Whether a word of the text was probably meant as one more parameter.
+bool looksLikeParameter(const std::string& word) {
+  const std::size_t equals = word.find('=');
+  return equals != 0 && equals != std::string::npos &&
+         parseNumber(std::string_view(word).substr(equals + 1)).has_value();
+}
+
+/// Refuses usage that would do something else than what it looks like.
+void check(const SayOptions& options) {
+  if (options.audio.output == standardOutputName && options.events == standardOutputName) {
+    throw UsageError("audio and events cannot both go to standard output", "write one to a file");
+  }
+  if (!options.file.empty() && !options.words.empty()) {
+    throw UsageError("there are two texts, the words and the file " + options.file,
+                     "give only one of them");
+  }
+  if (!options.audio.format.empty() && options.audio.output.empty()) {
+    throw UsageError("--format is for a file, but the audio is played", "name a file with -o");
+  }
+  const bool severalParameters = !options.parameters.empty() && !options.words.empty() &&
+                                 looksLikeParameter(options.words.front());
+  if (severalParameters) {
+    throw UsageError("'" + options.words.front() + "' would be spoken",
+                     "write -p before each parameter");
+  }
+}
+
+/// Where the text comes from, if it is not on the command line.
+class TextInput {
+ public:
+  /// \param name  a file's path, "-" or "" for standard input
+  explicit TextInput(const std::string& name) {
+    if (name.empty() || name == standardOutputName) {
+      fd = STDIN_FILENO;
+      return;
+    }
+    file = FileDescriptor(open(name.c_str(), O_RDONLY | O_CLOEXEC));
+    fd = file.get();
+    if (fd < 0) {
+      throw Failure("cannot read " + name + ": " + std::strerror(errno), "name another file");
+    }
+  }
+
+  int descriptor() const { return fd; }
+
+  /// How much there is to read; 0 if that is not known.
+  std::uint64_t size() const {
+    struct stat status {};
+    const off_t position = lseek(fd, 0, SEEK_CUR);
+    const bool isFile = fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
+    return isFile && position >= 0 && status.st_size > position
+               ? static_cast<std::uint64_t>(status.st_size - position)
+               : 0;
+  }
+
+  bool isTerminal() const { return isatty(fd) == 1; }
+
+ private:
+  FileDescriptor file;
+  int fd = -1;
+};
 
 void setParameters(KQ::TextToSpeechManager& manager, const std::vector<Parameter>& parameters) {
   for (const Parameter& parameter : parameters) {
@@ -112,15 +197,18 @@ class Speaker {
   }
 
   /// \param locale  of the language that is spoken
-  void speakStandardInput(const std::string& locale) {
-    DescriptorTextSource source(STDIN_FILENO, stop);
+  void speakInput(const TextInput& input, const std::string& locale) {
+    DescriptorTextSource source(input.descriptor(), stop);
     SentenceReader reader(source, locale);
-    ProgressLine progress;
+    ProgressLine progress(input.size());
+    if (input.isTerminal()) {
+      std::cerr << "kqtts: type the text; Control-D on an empty line ends it\n";
+    }
     while (const std::optional<Sentence> sentence = reader.next()) {
       if (stop.made()) {
         break;
       }
-      progress.show(sentence->text);
+      progress.show(sentence->text, sentence->offset);
       speak(*sentence);
     }
     foreignBytes = reader.sawForeignBytes();
@@ -137,13 +225,12 @@ class Speaker {
 };
 
 int say(const SayOptions& options, const StandardOutput& standardOutput) {
-  if (options.output == standardOutputName && options.events == standardOutputName) {
-    throw UsageError("audio and events cannot both go to standard output", "write one to a file");
-  }
-  const std::vector<Parameter> parameters = parseParameters(options.parameters);
+  check(options);
+  const std::vector<Parameter> parameters = parseParameters(options);
+  const TextInput input(options.file);
   StopRequest stop;
   SignalWatch signals(stop);
-  GuardedSink sink(openAudioSink(options.output, standardOutput, stop));
+  GuardedSink sink(openAudioSink(options.audio, standardOutput, stop));
   const SignalWatch::LastResort completeFile(signals, [&sink] { sink.abandon(sinkPatience); });
   std::unique_ptr<EventWriter> events;
   if (!options.events.empty()) {
@@ -165,7 +252,7 @@ int say(const SayOptions& options, const StandardOutput& standardOutput) {
 
   Speaker speaker(manager, output, stop);
   if (options.words.empty()) {
-    speaker.speakStandardInput(session.localeOf(manager.getCurrentLanguage()));
+    speaker.speakInput(input, session.localeOf(manager.getCurrentLanguage()));
   } else {
     speaker.speakArguments(options.words);
   }
@@ -176,7 +263,8 @@ int say(const SayOptions& options, const StandardOutput& standardOutput) {
   }
   sink.finish(samplingRate);
   if (speaker.sawForeignBytes()) {
-    std::cerr << "kqtts: note: the text is not all UTF-8; the other bytes were left out\n";
+    std::cerr << "kqtts: note: the text is not all UTF-8; the other bytes were left out; if it is "
+                 "Latin-1, convert it: iconv -f latin1 -t utf8 FILE | kqtts say\n";
   }
   return done;
 }
@@ -186,15 +274,27 @@ CommandAction addSayCommand(CLI::App& parser) {
   addVoiceOptions(parser, options->voice);
   parser
       .add_option("-p,--parameter", options->parameters,
-                  "Set a parameter, as 'kqtts list parameters' names it")
-      ->option_text("NAME=VALUE ...")
+                  "Set a parameter, as 'kqtts list parameters' names it; repeatable")
+      ->option_text("NAME=VALUE")
       ->allow_extra_args(false);
+  parser.add_option("-r,--rate", options->rate, "Set the speed (-p speed=PERCENT)")
+      ->option_text("PERCENT");
+  parser.add_option("-a,--volume", options->volume, "Set the loudness (-p voiceLevel=PERCENT/100)")
+      ->option_text("PERCENT");
   parser
-      .add_option("-o,--output", options->output,
-                  "Write a WAV file ('-': standard output) in place of playing")
-      ->option_text("FILE.wav")
+      .add_option("-o,--output", options->audio.output,
+                  "Write a file in place of playing, in the format that its ending names; '-' is "
+                  "standard output")
+      ->option_text("FILE")
       ->check(CLI::Validator([](std::string& name) { return name.empty() ? "no name" : ""; }, ""));
+  parser
+      .add_option("--format", options->audio.format,
+                  "The file's format, whatever its ending; wav and raw can go to a pipe")
+      ->option_text("{" + boost::algorithm::join(audioFormatNames(), ",") + "}")
+      ->check(CLI::IsMember(audioFormatNames()));
   parser.add_option("--events", options->events, "Write words and marks as JSON lines ('-' too)")
+      ->option_text("FILE");
+  parser.add_option("-f,--file", options->file, "Speak the text in a file ('-': standard input)")
       ->option_text("FILE");
   addHostOptions(parser, options->host);
   CLI::Option* text = parser.add_option("TEXT")

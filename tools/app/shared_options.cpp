@@ -27,12 +27,14 @@ void noteFoldersWithoutPlugins(const HostOptions& options) {
 void addHostOptions(CLI::App& parser, HostOptions& options) {
   parser
       .add_option("--packages", options.packageFolders,
-                  "Look for packages only in DIR: one package, or a folder of packages")
-      ->option_text("DIR ...")
+                  "Look for packages only in DIR: one package, or a folder of packages; repeatable")
+      ->option_text("DIR")
       ->check(CLI::ExistingDirectory)
       ->allow_extra_args(false);
-  parser.add_option("--engines", options.engineFolders, "Look for engine plug-ins in DIR first")
-      ->option_text("DIR ...")
+  parser
+      .add_option("--engines", options.engineFolders,
+                  "Look for engine plug-ins in DIR/kqtts first; repeatable")
+      ->option_text("DIR")
       ->check(CLI::ExistingDirectory)
       ->allow_extra_args(false);
   parser.callback([&options] { noteFoldersWithoutPlugins(options); });

@@ -1,3 +1,4 @@
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <CLI/App.hpp>
@@ -8,7 +9,6 @@
 #include <charconv>
 #include <cstring>
 #include <fstream>
-#include <iostream>
 #include <iterator>
 #include <kqtts/package_names.hpp>
 #include <kqtts/tts_preference.hpp>
@@ -18,6 +18,7 @@
 
 #include "app/command.hpp"
 #include "system/failure.hpp"
+#include "system/file_descriptor.hpp"
 #include "system/replaced_file.hpp"
 #include "text/number.hpp"
 #include "text/utf8.hpp"
@@ -72,16 +73,39 @@ void requireReadable(const std::string& file) {
   }
 }
 
+std::string contentOf(const std::string& file) {
+  std::ifstream stream(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+/// Whether a file sets something. A file of another kind reads as the defaults, and so does one that
+/// sets all of them, so its content is compared with that of such a file.
+bool holdsPreferences(const std::string& file) {
+  const KQ::VoiceSetting defaults(KQ::VOICE_SETTING_PREFERENCES, "");
+  if (!(read(file) == defaults)) {
+    return true;
+  }
+  const FileDescriptor memory(memfd_create("defaults", MFD_CLOEXEC));
+  std::string path = "/proc/self/fd/" + std::to_string(memory.get());
+  KQ::writeVoiceSettingInXml(path, defaults);
+  boost::system::error_code error;
+  return boost::filesystem::file_size(path, error) == boost::filesystem::file_size(file, error) &&
+         contentOf(path) == contentOf(file);
+}
+
+[[noreturn]] void refuseOtherKind(const std::string& file, const std::string& whatToDo) {
+  throw Failure(file + " sets nothing or is no voice preference file", whatToDo);
+}
+
 int show(const VoiceSettingsOptions& options, const StandardOutput& output) {
   if (!options.settings.empty()) {
     throw UsageError("show takes no settings", "'kqtts voice-settings set' changes them");
   }
   requireReadable(options.file);
-  const KQ::VoiceSetting setting = read(options.file);
-  if (setting == KQ::VoiceSetting(setting.type, "")) {
-    std::cerr << "kqtts: " << oneLine(options.file)
-              << " sets nothing or is no voice preference file; these are the defaults\n";
+  if (!holdsPreferences(options.file)) {
+    refuseOtherKind(options.file, "name a file that 'kqtts voice-settings set' wrote");
   }
+  const KQ::VoiceSetting setting = read(options.file);
   output.write(options.json ? asJson(setting) : asLines(setting));
   return done;
 }
@@ -96,6 +120,32 @@ std::string knownNames(const KQ::VoiceSetting& setting) {
     names += ", " + parameter.first;
   }
   return names;
+}
+
+/// What the engines accept.
+struct Range {
+  float lowest;
+  float highest;
+  bool zeroToo;  ///< whether 0 is accepted, for the usual value
+};
+
+const std::map<std::string, Range> ranges = {
+    {"defaultVoiceSpeed", {50, 400, false}}, {"doubleVoice", {0.5F, 4, true}},
+    {"doubleVoiceLevel", {0, 4, false}},     {"doubleVoiceTimeShift", {0, 0.5F, false}},
+    {"pitchShift", {0.5F, 2, true}},         {"voiceLevel", {0, 2, false}},
+};
+
+void requireInRange(const std::string& name, float number) {
+  const auto range = ranges.find(name);
+  if (range == ranges.end()) {
+    return;
+  }
+  const auto& [lowest, highest, zeroToo] = range->second;
+  if ((number < lowest || number > highest) && !(zeroToo && number == 0)) {
+    throw UsageError(name + "=" + asText(number) + " is out of range",
+                     "engines accept " + std::string(zeroToo ? "0, and " : "") + asText(lowest) +
+                         " to " + asText(highest));
+  }
 }
 
 void apply(const std::string& written, KQ::VoiceSetting& setting) {
@@ -117,30 +167,17 @@ void apply(const std::string& written, KQ::VoiceSetting& setting) {
   if (!number) {
     throw UsageError("'" + value + "' is no number", "write " + name + "=NUMBER");
   }
+  requireInRange(name, *number);
   // What the file will hold, so that it can be compared.
   parameter->second = parseNumber(asText(*number)).value_or(*number);
 }
 
-std::string contentOf(const std::string& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
-
-/// A file of another kind reads as the defaults, and would be lost.
+/// A file of another kind would be lost.
 void requirePreferenceFile(const std::string& file) {
   namespace fs = boost::filesystem;
   boost::system::error_code error;
-  const KQ::VoiceSetting defaults(KQ::VOICE_SETTING_PREFERENCES, "");
-  if (!fs::is_regular_file(file, error) || fs::is_empty(file, error) || !(read(file) == defaults)) {
-    return;
-  }
-  const ReplacedFile output(file, cannotWriteAdvice);
-  std::string path = output.path();
-  KQ::writeVoiceSettingInXml(path, defaults);
-  if (fs::file_size(path, error) != fs::file_size(file, error) ||
-      contentOf(path) != contentOf(file)) {
-    throw Failure(file + " sets nothing or is no voice preference file",
-                  "remove it or name another; nothing is changed");
+  if (fs::is_regular_file(file, error) && !fs::is_empty(file, error) && !holdsPreferences(file)) {
+    refuseOtherKind(file, "remove it or name another; nothing is changed");
   }
 }
 

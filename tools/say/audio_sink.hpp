@@ -28,10 +28,15 @@ class AudioSink {
   virtual void cutShort(int samplingRate) { finish(samplingRate); }
 };
 
-/// Opens the sink that an output argument names.
-/// \param output  a file's path, "-" for standard output, or "" for the default audio device
-/// \throws Failure if it cannot be opened
-std::unique_ptr<AudioSink> openAudioSink(const std::string& output,
+/// Where audio goes.
+struct AudioDestination {
+  std::string output;       ///< a file's path, "-" for standard output, or "" for an audio device
+  std::string format = "";  ///< of audioFormatNames(), or "" for that of the file's ending
+};
+
+/// Opens the sink of a destination.
+/// \throws Failure if it cannot be opened, UsageError if its format is not known or possible
+std::unique_ptr<AudioSink> openAudioSink(const AudioDestination& destination,
                                          const StandardOutput& standardOutput,
                                          const StopRequest& stop);
 

@@ -15,6 +15,7 @@
 #include "system/failure.hpp"
 #include "text/language_argument.hpp"
 #include "text/language_package.hpp"
+#include "text/name_distance.hpp"
 
 namespace tool {
 
@@ -61,8 +62,8 @@ HostSession::HostSession(const HostOptions& options, TextToSpeechEngineCallbackI
   }
   if (!ttsManager->initialize(findPackages(packageFoldersOf(options), *ttsManager))) {
     throw Failure("no speech engine can be used",
-                  "install one with its packages, or name their folders with --engines and "
-                  "--packages; --log-level verbose tells more");
+                  "'kqtts doctor' shows why; install one with its packages, or name their folders "
+                  "with --engines and --packages");
   }
 }
 
@@ -95,7 +96,8 @@ std::string HostSession::findLanguage(const std::string& written) {
   std::string language = resolver.resolve(written);
   const std::string whatToDo = "'kqtts list languages' shows what there is";
   if (language.empty()) {
-    throw Failure("unknown language '" + written + "'", whatToDo);
+    throw Failure("unknown language '" + written + "'" + suggestion(written, resolver.names()),
+                  whatToDo);
   }
   if (!resolver.isInstalled(language)) {
     const std::string source = whatBrings(language);
@@ -114,7 +116,12 @@ std::string HostSession::findVoice(const std::string& written) {
     return boost::algorithm::iequals(voice.first, written, std::locale::classic());
   });
   if (found == voices.end()) {
-    throw Failure("unknown voice '" + written + "'", "'kqtts list voices' shows what there is");
+    std::vector<std::string> names;
+    for (const auto& voice : voices) {
+      names.push_back(voice.first);
+    }
+    throw Failure("unknown voice '" + written + "'" + suggestion(written, names),
+                  "'kqtts list voices' shows what there is");
   }
   return found->first;
 }

@@ -6,6 +6,7 @@
 #include <kqtts/package_names.hpp>
 #include <kqtts/texttospeech_engine.hpp>
 #include <sstream>
+#include <unordered_set>
 #include <zu/log.hpp>
 
 namespace tool {
@@ -53,10 +54,18 @@ std::vector<fs::path> packageFoldersIn(const fs::path& folder) {
   return found;
 }
 
-void warnOfMissingUuid(const fs::path& manifest) {
-  zu::log::write(zu::log::Level::warning, "kqtts.tool",
-                 manifest.string() + " names no uuid; the package is left out.", __FILE__, __func__,
-                 __LINE__);
+/// Writes a warning about a package that is left out.
+void warn(const std::string& message) {
+  zu::log::write(zu::log::Level::warning, "kqtts.tool", message + "; the package is left out.",
+                 __FILE__, __func__, __LINE__);
+}
+
+/// Whether the file of settings is too large to be one. It would hold up every start.
+bool isTooLarge(const fs::path& file) {
+  constexpr std::uintmax_t longest = std::uintmax_t{1} << 20U;
+  boost::system::error_code error;
+  const std::uintmax_t size = fs::file_size(file, error);
+  return !error && size > longest;
 }
 
 }  // namespace
@@ -81,17 +90,20 @@ std::vector<std::string> standardPackageFolders() {
 std::vector<zu::PackageInfo> findPackages(const std::vector<std::string>& folders,
                                           const KQ::TextToSpeechEngine& reader) {
   std::vector<zu::PackageInfo> packages;
+  std::unordered_set<std::string> uuids;
   for (const std::string& folder : folders) {
     for (const fs::path& path : packageFoldersIn(folder)) {
       const fs::path manifest = path / names::manifestFile;
-      const std::string uuid = reader.getParamFromXml(names::uuid, manifest);
-      if (uuid.empty()) {
-        warnOfMissingUuid(manifest);
+      if (isTooLarge(manifest)) {
+        warn(manifest.string() + " is larger than 1 MiB");
         continue;
       }
-      const bool known = std::any_of(packages.begin(), packages.end(),
-                                     [&](const auto& package) { return package.uuid == uuid; });
-      if (known) {
+      const std::string uuid = reader.getParamFromXml(names::uuid, manifest);
+      if (uuid.empty()) {
+        warn(manifest.string() + " names no uuid");
+        continue;
+      }
+      if (!uuids.insert(uuid).second) {
         continue;
       }
       packages.push_back({uuid, reader.getParamFromXml(names::version, manifest), path.string()});

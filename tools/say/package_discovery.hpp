@@ -18,7 +18,8 @@ std::vector<std::string> standardPackageFolders();
 
 /// The packages in a list of folders, in the order of the folders and then by name. A folder is a
 /// package itself when it holds a manifest.xml, else each folder in it that does. Of packages with
-/// one uuid the first is taken; one without a uuid is left out with a warning. \param reader  any
+/// one uuid the first is taken; one without a uuid, or with a
+/// manifest of more than 1 MiB, is left out with a warning. \param reader  any
 /// engine; it reads the manifests
 std::vector<zu::PackageInfo> findPackages(const std::vector<std::string>& folders,
                                           const KQ::TextToSpeechEngine& reader);

@@ -1,8 +1,11 @@
 #include "text/language_argument.hpp"
 
+#include <utf8proc.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <kqtts/tts_language_info.hpp>
+#include <memory>
 #include <utility>
 
 namespace tool {
@@ -13,6 +16,50 @@ namespace {
 const std::map<std::string, std::string> usualLocales = {
     {"cmn", "zh_CN"}, {"en", "en_US"}, {"es", "es_ES"},  {"fr", "fr_FR"}, {"nb", "nn_NO"},
     {"no", "nn_NO"},  {"pt", "pt_PT"}, {"yue", "zh_HK"}, {"zh", "zh_CN"},
+};
+
+/// The names of languages in themselves, beside those of the language table.
+const std::pair<const char*, const char*> ownNames[] = {
+    {"العربية", "Arabic"},
+    {"Português do Brasil", "Brazilian"},
+    {"Português brasileiro", "Brazilian"},
+    {"廣東話", "CantoneseHK"},
+    {"粵語", "CantoneseHK"},
+    {"粤语", "CantoneseHK"},
+    {"中文", "Chinese"},
+    {"汉语", "Chinese"},
+    {"普通话", "Chinese"},
+    {"Mandarin", "Chinese"},
+    {"Čeština", "Czech"},
+    {"Česky", "Czech"},
+    {"Dansk", "Danish"},
+    {"Nederlands", "Dutch"},
+    {"British English", "EnglishGB"},
+    {"Australian English", "EnglishAustralia"},
+    {"Indian English", "EnglishIndian"},
+    {"American English", "English"},
+    {"Suomi", "Finnish"},
+    {"Français", "French"},
+    {"Français canadien", "FrenchCanadian"},
+    {"Québécois", "FrenchCanadian"},
+    {"Deutsch", "German"},
+    {"Ελληνικά", "Greek"},
+    {"Italiano", "Italian"},
+    {"日本語", "Japanese"},
+    {"한국어", "Korean"},
+    {"國語", "MandarinTaiwan"},
+    {"臺灣華語", "MandarinTaiwan"},
+    {"Norsk", "Norwegian"},
+    {"Nynorsk", "Norwegian"},
+    {"Bokmål", "Norwegian"},
+    {"Polski", "Polish"},
+    {"Português", "Portuguese"},
+    {"Русский", "Russian"},
+    {"Español", "Spanish"},
+    {"Castellano", "Spanish"},
+    {"Español de México", "SpanishMexico"},
+    {"Svenska", "Swedish"},
+    {"Türkçe", "Turkish"},
 };
 
 /// The form of a language that comes after its usual one.
@@ -35,10 +82,23 @@ std::string changed(std::string text, char (*change)(char)) {
   return text;
 }
 
-/// A name as it is compared: without case, spaces and punctuation.
+/// Without case and accents; the same if it is not UTF-8.
+std::string withoutAccents(const std::string& name) {
+  utf8proc_uint8_t* mapped = nullptr;
+  const utf8proc_ssize_t size = utf8proc_map(
+      reinterpret_cast<const utf8proc_uint8_t*>(name.data()),
+      static_cast<utf8proc_ssize_t>(name.size()), &mapped,
+      static_cast<utf8proc_option_t>(UTF8PROC_DECOMPOSE | UTF8PROC_STRIPMARK | UTF8PROC_CASEFOLD));
+  const std::unique_ptr<utf8proc_uint8_t, decltype(&std::free)> owner(mapped, &std::free);
+  return size < 0
+             ? name
+             : std::string(reinterpret_cast<const char*>(mapped), static_cast<std::size_t>(size));
+}
+
+/// A name as it is compared: without case, accents, spaces and punctuation.
 std::string folded(const std::string& name) {
   std::string result;
-  for (const char byte : name) {
+  for (const char byte : withoutAccents(name)) {
     const bool ignored = std::string_view(" _-().,").find(byte) != std::string_view::npos;
     if (!ignored) {
       result += lower(byte);
@@ -87,9 +147,20 @@ LanguageResolver::LanguageResolver(KQ::TTSLanguageInfo& table, std::vector<std::
     languageOfLocale.emplace(locale, language);
     languageOfName.emplace(folded(language), language);
   }
+  for (const auto& [own, language] : ownNames) {
+    languageOfName.emplace(folded(own), language);
+  }
   for (const std::string& language : installed) {
     languageOfName[folded(language)] = language;
   }
+}
+
+std::vector<std::string> LanguageResolver::names() const {
+  std::vector<std::string> all = installed;
+  for (const auto& [locale, language] : languageOfLocale) {
+    all.push_back(language);
+  }
+  return all;
 }
 
 std::string LanguageResolver::resolve(const std::string& written) const {

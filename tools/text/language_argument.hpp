@@ -12,8 +12,9 @@ namespace tool {
 
 /// Finds the language that a user means. Only this class compares languages loosely.
 ///
-/// It understands, in this order and in any case: the name of an installed language or of the
-/// language table ("French", "english gb"), a locale ("fr_FR", "fr-FR", "FR_fr", "fr_FR.UTF-8",
+/// It understands, in this order, in any case and with or without accents: the name of an installed
+/// language or of the language table ("French", "english gb"), a language's own name for itself
+/// ("français"), a locale ("fr_FR", "fr-FR", "FR_fr", "fr_FR.UTF-8",
 /// "zh-Hant"), a language code ("fr"). A code alone, or with a region that the table does not know,
 /// stands for the language's usual form: "en" English (en_US), "es" Spanish (es_ES), "fr" French
 /// (fr_FR), "pt" Portuguese (pt_PT), "zh" Chinese (zh_CN); "no" and "nb" are Norwegian, "cmn"
@@ -31,6 +32,9 @@ class LanguageResolver {
   /// language, English or another form of it, the first one. Of the forms of English, British
   /// English comes after English. "" if none is installed.
   std::string chooseFor(const std::string& userLocale) const;
+
+  /// All names in English: those of the language table and of the installed languages.
+  std::vector<std::string> names() const;
 
   bool isInstalled(const std::string& language) const;
 

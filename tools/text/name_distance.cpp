@@ -17,19 +17,25 @@ std::string comparable(const std::string& name) {
   return boost::algorithm::to_lower_copy(name.substr(0, comparedBytes), std::locale::classic());
 }
 
-/// The number of bytes to insert, remove or replace to make one text of the other.
+/// The number of bytes to insert, remove, replace or swap with the next one to make one text of the
+/// other.
 std::size_t editDistance(const std::string& one, const std::string& other) {
-  std::vector<std::size_t> row(other.size() + 1);
+  using Row = std::vector<std::size_t>;
+  Row beforeLast;
+  Row last;
+  Row row(other.size() + 1);
   for (std::size_t j = 0; j < row.size(); ++j) {
     row[j] = j;
   }
-  for (std::size_t i = 0; i < one.size(); ++i) {
-    std::size_t diagonal = row[0];
-    row[0] = i + 1;
-    for (std::size_t j = 0; j < other.size(); ++j) {
-      const std::size_t replaced = diagonal + (one[i] == other[j] ? 0 : 1);
-      diagonal = row[j + 1];
-      row[j + 1] = std::min({replaced, row[j] + 1, diagonal + 1});
+  for (std::size_t i = 1; i <= one.size(); ++i) {
+    beforeLast = std::exchange(last, row);
+    row[0] = i;
+    for (std::size_t j = 1; j <= other.size(); ++j) {
+      const std::size_t replaced = last[j - 1] + (one[i - 1] == other[j - 1] ? 0 : 1);
+      row[j] = std::min({replaced, last[j] + 1, row[j - 1] + 1});
+      if (i > 1 && j > 1 && one[i - 1] == other[j - 2] && one[i - 2] == other[j - 1]) {
+        row[j] = std::min(row[j], beforeLast[j - 2] + 1);
+      }
     }
   }
   return row.back();
@@ -57,6 +63,11 @@ std::vector<std::string> closestNames(const std::string& written,
     result.push_back(near[i].second);
   }
   return result;
+}
+
+std::string suggestion(const std::string& written, const std::vector<std::string>& names) {
+  const std::vector<std::string> closest = closestNames(written, names);
+  return closest.empty() ? "" : ", did you mean '" + closest.front() + "'?";
 }
 
 }  // namespace tool

@@ -10,4 +10,7 @@ namespace tool {
 std::vector<std::string> closestNames(const std::string& written,
                                       const std::vector<std::string>& names);
 
+/// ", did you mean 'NAME'?", of the nearest name; "" if none is near.
+std::string suggestion(const std::string& written, const std::vector<std::string>& names);
+
 }  // namespace tool

@@ -61,11 +61,17 @@ std::string oneLine(std::string text) {
   return text;
 }
 
-std::string_view firstCharacters(std::string_view text, std::size_t count) {
+std::string_view firstColumns(std::string_view text, std::size_t columns) {
   std::size_t end = 0;
-  while (count > 0 && end < text.size()) {
-    end += std::max<std::size_t>(1, characterLength(text.substr(end)));
-    --count;
+  while (end < text.size()) {
+    utf8proc_int32_t character = 0;
+    const std::size_t length = decode(text.substr(end), character);
+    const auto width = length == 0 ? 1U : static_cast<std::size_t>(utf8proc_charwidth(character));
+    if (width > columns) {
+      break;
+    }
+    columns -= width;
+    end += std::max<std::size_t>(1, length);
   }
   return text.substr(0, end);
 }

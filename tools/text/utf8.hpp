@@ -22,7 +22,7 @@ bool isBlank(std::string_view text);
 /// A text as one line: control characters, line ends among them, become spaces.
 std::string oneLine(std::string text);
 
-/// The longest beginning of a text that has at most that many characters.
-std::string_view firstCharacters(std::string_view text, std::size_t count);
+/// The longest beginning of a text that is at most that many columns wide on a terminal.
+std::string_view firstColumns(std::string_view text, std::size_t columns);
 
 }  // namespace tool

@@ -216,6 +216,9 @@ completes() {
   offers 'speed=' say -p sp
   offers 'EnglishGB' explain EnglishG
   offers 'english-gb-male' explain english-gb-mal
+  offers 'EnglishGB' say -l englishg
+  offers 'french-female' say -l French -v french-f
+  offers 'flac' say --format fl
   offers 'entry-points' check-engine --check entry
 }
 
@@ -233,6 +236,7 @@ completion_in_bash() {
   # shellcheck source=/dev/null
   source "$prefix/share/bash-completion/completions/kqtts"
   completes
+  offers 'EnglishGB' say --language = EnglishG
 }
 
 "$case_name"

@@ -100,7 +100,14 @@ TEST_F(Program, TellsItsVersion) {
 
 TEST_F(Program, RefusesToRunWithoutASubcommand) {
   expectFailure(runPlain({}), 2, "subcommand is required");
-  expectFailure(runPlain({"sing"}), 2, "subcommand is required");
+  expectFailure(runPlain({"sing"}), 2, "there is no command 'sing'");
+}
+
+TEST_F(List, RefusesOptionsThatItWouldIgnore) {
+  expectFailure(run({"list", "engines", "-l", "fr"}), 2,
+                "'kqtts list engines' takes no --language");
+  expectFailure(run({"list", "languages", "-v", "Bob"}), 2, "takes no --voice");
+  expectFailure(run({"list", "voices", "-v", "Bob"}), 2, "takes no --voice");
 }
 
 TEST_F(List, SaysThatAFolderHoldsNoPlugins) {

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <pty.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -91,6 +92,8 @@ Process::Process(const std::vector<std::string>& command, const Launch& launch) 
   int errorsInChild = errors = anonymousFile();
   if (launch.errorsOnTerminal) {
     const Terminal terminal;
+    const winsize size = {24, launch.terminalColumns, 0, 0};
+    ioctl(terminal.reading, TIOCSWINSZ, &size);
     errors = terminal.reading;
     errorsInChild = terminal.writing;
   }

@@ -21,7 +21,8 @@ struct Launch {
       environment;         ///< added to that of this process; "" removes a variable
   std::string outputFile;  ///< receives standard output; readLine() and Outcome then have none
   bool errorsOnTerminal = false;
-  bool ignoreInterrupts = false;  ///< like a background job of a shell
+  unsigned short terminalColumns = 0;  ///< 0 for a terminal that does not know its width
+  bool ignoreInterrupts = false;       ///< like a background job of a shell
 };
 
 /// A running program. It is killed after a few minutes at the latest.

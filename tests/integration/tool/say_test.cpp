@@ -182,7 +182,8 @@ TEST_F(Say, LeavesOutWhatIsNotUtf8AndSaysSo) {
   const Outcome outcome = run({"say", "-o", wav(), "--events", path("events")}, "caf\xE9 noir");
 
   EXPECT_EQ(outcome.status, 0);
-  EXPECT_THAT(outcome.errors, HasSubstr("not all UTF-8"));
+  EXPECT_THAT(outcome.errors,
+              HasSubstr("not all UTF-8; the other bytes were left out; if it is Latin-1"));
   EXPECT_THAT(sentences(events()), ElementsAre("caf  noir"));
 }
 
@@ -200,9 +201,52 @@ TEST_F(Say, SpeaksTenMegabytesWithoutASentenceEnd) {
 
 TEST_F(Say, ShowsTheSentenceOnATerminal) {
   launch.errorsOnTerminal = true;
+  launch.environment["TERM"] = "xterm";
   const Outcome outcome = run({"say", "-o", wav()}, "One two. Three\x1B[2J.");
 
   EXPECT_EQ(outcome.errors, "\r\x1B[K1: One two.\r\x1B[K2: Three [2J.\r\x1B[K");
+}
+
+TEST_F(Say, KeepsTheSentenceWithinTheWidthOfTheTerminal) {
+  launch.errorsOnTerminal = true;
+  launch.terminalColumns = 40;
+  launch.environment["TERM"] = "xterm";
+  const Outcome outcome = run({"say", "-o", wav()}, std::string(60, 'x') + ".");
+
+  EXPECT_EQ(outcome.errors, "\r\x1B[K1: " + std::string(35, 'x') + "…\r\x1B[K");
+}
+
+TEST_F(Say, WritesNoControlCharactersToADumbTerminal) {
+  launch.errorsOnTerminal = true;
+  launch.environment["TERM"] = "dumb";
+  const Outcome outcome = run({"say", "-o", wav()}, "One. Two.");
+
+  EXPECT_EQ(outcome.errors, "1: One.\r\n2: Two.\r\n");
+}
+
+TEST_F(Say, SpeaksAFileAndShowsHowMuchOfItIsDone) {
+  launch.errorsOnTerminal = true;
+  launch.environment["TERM"] = "dumb";
+  folder.write("text", "One two. Three f.");
+  const Outcome outcome = run({"say", "-o", wav(), "-f", path("text")});
+
+  EXPECT_EQ(outcome.errors, "1 (0 %): One two.\r\n2 (52 %): Three f.\r\n");
+  EXPECT_EQ(wordsIn(wav()), 4U);
+}
+
+TEST_F(Say, SaysThatAFileCannotBeRead) {
+  expectFailure(run({"say", "-o", wav(), "-f", path("nowhere")}), 1, "No such file");
+}
+
+TEST_F(Say, WritesTheFormatThatTheEndingNames) {
+  EXPECT_EQ(run({"say", "-o", path("x.flac"), "Hello world"}).status, 0);
+  EXPECT_EQ(readSoundOfAnyFormat(path("x.flac")).samples.size(), 2 * samplesPerWord);
+  expectFailure(run({"say", "-o", path("x.xyz"), "Hello"}), 2, "names no audio format");
+}
+
+TEST_F(Say, WritesRawSamplesToStandardOutput) {
+  const Outcome outcome = run({"say", "-o", "-", "--format", "raw", "Hello world"});
+  EXPECT_EQ(outcome.output.size(), 2 * 2 * samplesPerWord);
 }
 
 // ---- Languages, voices, parameters
@@ -232,7 +276,8 @@ TEST_F(Say, SpeaksBritishEnglishWhereEnglishIsMissing) {
 }
 
 TEST_F(Say, SpeaksTheLanguageThatIsAskedFor) {
-  for (const char* language : {"French", "fr", "fr-FR", "FR_fr", "french", "fr_FR.UTF-8"}) {
+  for (const char* language :
+       {"French", "français", "fr", "fr-FR", "FR_fr", "french", "fr_FR.UTF-8"}) {
     EXPECT_EQ(voiceUsedBy({"-l", language}), "Anne\n") << language;
   }
 }
@@ -262,6 +307,23 @@ TEST_F(Say, SetsParameters) {
   const Outcome outcome =
       run({"say", "-o", wav(), "-p", "speed=60", "-p", "speed=80.5", "[speed]"});
   EXPECT_EQ(outcome.errors, "80.5\n");
+  EXPECT_EQ(run({"say", "-o", wav(), "-r", "60", "[speed]"}).errors, "60.0\n");
+}
+
+TEST_F(Say, RefusesAParameterThatWouldBeSpoken) {
+  expectFailure(run({"say", "-o", wav(), "-p", "speed=60", "volume=2"}), 2,
+                "'volume=2' would be spoken; write -p before each");
+}
+
+TEST_F(Say, NamesWhatWasProbablyMeant) {
+  expectFailure(run({"say", "-o", wav(), "-l", "Englsh", "x"}), 1,
+                "unknown language 'Englsh', did you mean 'English'?");
+  expectFailure(run({"say", "-o", wav(), "-v", "Bobb", "x"}), 1,
+                "unknown voice 'Bobb', did you mean 'Bob'?");
+  expectFailure(run({"say", "--langauge", "fr", "x"}), 2,
+                "there is no option '--langauge', did you mean '--language'?; 'kqtts say --help'");
+  expectFailure(Process({KQTTS_PROGRAM, "sya", "x"}, launch).wait(), 2,
+                "there is no command 'sya', did you mean 'say'?; 'kqtts --help'");
 }
 
 TEST_F(Say, PassesOnWhatAnEngineSaysAboutAParameter) {
@@ -458,7 +520,7 @@ TEST_F(Say, FailsWithoutEngines) {
   expectFailure(
       Process({KQTTS_PROGRAM, "say", "--engines", path("engines"), "-o", wav(), "x"}, launch)
           .wait(),
-      1, "no speech engine can be used");
+      1, "no speech engine can be used; 'kqtts doctor' shows why");
 }
 
 TEST_F(Say, RefusesWrongUsage) {

@@ -47,12 +47,12 @@ TEST_F(VoiceSettings, SetMakesAFileThatIsMissing) {
 }
 
 TEST_F(VoiceSettings, SetKeepsWhatItIsNotToldToChange) {
-  runSettings({"set", file, "sourceVoice=Bob", "pitchShift=-1.2345678"});
+  runSettings({"set", file, "sourceVoice=Bob", "pitchShift=1.2345678"});
   const Outcome outcome = runSettings({"set", file, "voiceLevel=0.5", "sourceVoice=a=b"});
 
   EXPECT_EQ(outcome.status, 0) << outcome.errors;
   EXPECT_EQ(readFile().voiceName, "a=b");
-  EXPECT_EQ(readFile().parameters.at("pitchShift"), -1.23457F);
+  EXPECT_EQ(readFile().parameters.at("pitchShift"), 1.23457F);
   EXPECT_EQ(readFile().parameters.at("voiceLevel"), 0.5F);
 }
 
@@ -106,13 +106,30 @@ TEST_F(VoiceSettings, ShowWritesJson) {
   EXPECT_EQ(json["parameters"].size(), 6U);
 }
 
-TEST_F(VoiceSettings, ShowTellsWhenItHasFoundNothing) {
-  folder.write("voiceSettings.xml", "hello");
-  const Outcome outcome = runSettings({"show", file});
+TEST_F(VoiceSettings, ShowRefusesAFileOfAnotherKind) {
+  expectFailure(runSettings({"show", "/etc/passwd"}), 1,
+                "/etc/passwd sets nothing or is no voice preference file");
+}
 
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_THAT(outcome.output, StartsWith("sourceVoice=\n"));
-  EXPECT_THAT(outcome.errors, HasSubstr("these are the defaults"));
+TEST_F(VoiceSettings, ShowTakesAFileOfDefaults) {
+  runSettings({"set", file, "voiceLevel=1"});
+  EXPECT_THAT(runSettings({"show", file}).output, StartsWith("sourceVoice=\n"));
+}
+
+TEST_F(VoiceSettings, SetRefusesWhatEnginesDoNotAccept) {
+  for (const char* setting :
+       {"defaultVoiceSpeed=49", "defaultVoiceSpeed=401", "doubleVoice=0.4", "doubleVoiceLevel=-1",
+        "doubleVoiceTimeShift=0.6", "pitchShift=2.1", "voiceLevel=2.5"}) {
+    expectFailure(runSettings({"set", file, setting}), 2, "is out of range; engines accept ");
+  }
+  EXPECT_FALSE(boost::filesystem::exists(file));
+}
+
+TEST_F(VoiceSettings, SetTakesTheEndsOfTheRangesAndZeroForTheUsualValue) {
+  EXPECT_EQ(runSettings({"set", file, "pitchShift=0", "doubleVoice=0", "defaultVoiceSpeed=400",
+                         "doubleVoiceTimeShift=0.5", "voiceLevel=0"})
+                .status,
+            0);
 }
 
 TEST_F(VoiceSettings, ShowFailsForWhatItCannotRead) {

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <boost/filesystem/operations.hpp>
+#include <chrono>
 #include <clocale>
 #include <string>
 #include <thread>
@@ -123,6 +124,20 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(VoiceFileTest, AParameterNameMayHoldANul) {
   const fs::path file = folder.write("voice.xml", R"(<v><s name="speed" value="90"/></v>)");
   EXPECT_EQ(valueOf(std::string("speed\0", 6), file), "");
+}
+
+TEST_F(VoiceFileTest, AFileThatChangedIsReadAgain) {
+  const auto content = [](const std::string& value) {
+    return "<voice><s name=\"speed\" value=\"" + value + "\"/></voice>";
+  };
+  const fs::path file = folder.write("voice.xml", content("1"));
+  // Only files of some age are kept.
+  std::this_thread::sleep_for(std::chrono::milliseconds(2100));
+  EXPECT_EQ(valueOf("speed", file), "1");
+
+  folder.write("voice.xml", content("2"));
+
+  EXPECT_EQ(valueOf("speed", file), "2");
 }
 
 TEST_F(VoiceFileTest, TheVoiceNameIsTheSettingSourceVoice) {

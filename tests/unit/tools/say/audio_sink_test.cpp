@@ -38,7 +38,14 @@ std::vector<std::int16_t> ramp(std::size_t count) {
 class AudioSinkTest : public testing::Test {
  protected:
   std::unique_ptr<AudioSink> open(const std::string& output) {
-    return tool::openAudioSink(output, standardOutput, stop);
+    return tool::openAudioSink({output}, standardOutput, stop);
+  }
+  std::unique_ptr<AudioSink> open(const std::string& output, const std::string& format) {
+    return tool::openAudioSink({output, format}, standardOutput, stop);
+  }
+  /// The first bytes of a file, by which its format is known.
+  std::string beginningOf(const std::string& name, std::size_t count) const {
+    return tool_test::readBytes(path(name)).substr(0, count);
   }
   std::string path(const std::string& name) const { return (folder.path() / name).string(); }
   std::size_t filesInFolder() const {
@@ -61,6 +68,43 @@ TEST_F(AudioSinkTest, WritesAFile) {
   EXPECT_EQ(sound.samples, samples);
   EXPECT_EQ(sound.samplingRate, 16000);
   EXPECT_EQ(filesInFolder(), 1U);
+}
+
+TEST_F(AudioSinkTest, WritesTheFormatThatTheEndingNames) {
+  const std::vector<std::int16_t> second(16000, 0);
+  for (const char* name : {"a.WAV", "a.flac", "a.ogg", "a.opus", "a.mp3", "a"}) {
+    const auto sink = open(path(name));
+    sink->write(second.data(), second.size(), 16000);
+    sink->finish(16000);
+  }
+
+  EXPECT_EQ(beginningOf("a.WAV", 4), "RIFF");
+  EXPECT_EQ(beginningOf("a", 4), "RIFF");
+  EXPECT_EQ(beginningOf("a.flac", 4), "fLaC");
+  EXPECT_THAT(beginningOf("a.ogg", 64), HasSubstr("vorbis"));
+  EXPECT_THAT(beginningOf("a.opus", 64), HasSubstr("OpusHead"));
+  EXPECT_EQ(tool_test::readSoundOfAnyFormat(path("a.flac")).samples, second);
+  EXPECT_EQ(tool_test::readSoundOfAnyFormat(path("a.mp3")).samplingRate, 16000);
+}
+
+TEST_F(AudioSinkTest, WritesTheFormatThatIsAskedFor) {
+  const auto file = open(path("a.wav"), "raw");
+  file->write(samples.data(), samples.size(), 16000);
+  file->finish(16000);
+
+  EXPECT_EQ(fs::file_size(path("a.wav")), 2 * samples.size());
+  EXPECT_EQ(beginningOf("a.wav", 2), "\xCE\xFF");
+}
+
+TEST_F(AudioSinkTest, RefusesAnEndingThatNamesNoFormat) {
+  EXPECT_THAT([&] { open(path("a.xyz")); },
+              testing::ThrowsMessage<tool::UsageError>(HasSubstr(".wav, .flac, .ogg")));
+  EXPECT_EQ(filesInFolder(), 0U);
+}
+
+TEST_F(AudioSinkTest, RefusesAStreamOfAFormatThatNeedsAFile) {
+  EXPECT_THAT([&] { open("/dev/null", "flac"); },
+              testing::ThrowsMessage<tool::UsageError>(HasSubstr("flac cannot be written to")));
 }
 
 TEST_F(AudioSinkTest, WritesAFileWithoutAudio) {

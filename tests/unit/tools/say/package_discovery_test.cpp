@@ -54,6 +54,15 @@ TEST_F(PackageDiscovery, TakesAFolderThatIsAPackageItself) {
   EXPECT_THAT(find({single}), ElementsAre("u1 1.0 " + single));
 }
 
+TEST_F(PackageDiscovery, LeavesOutAPackageWhoseManifestIsTooLarge) {
+  const std::string small = package("a", "u1");
+  package("b", "u2", std::string((std::size_t{1} << 20U) + 1, '1'));
+  test::LogRecorder log;
+
+  EXPECT_THAT(find({folder.path().string()}), ElementsAre("u1 1.0 " + small));
+  EXPECT_THAT(log.messages(), Contains(HasSubstr("b/manifest.xml is larger than 1 MiB")));
+}
+
 TEST_F(PackageDiscovery, TakesTheFirstPackageOfOneUuid) {
   const std::string first = package("first/a", "u1", "2.0");
   const std::string second = package("second/a", "u1", "1.0");

@@ -53,9 +53,10 @@ TEST(OneLine, HasNoLineEndsOrControls) {
 }
 
 TEST(FirstCharacters, CountsCharactersNotBytes) {
-  EXPECT_EQ(tool::firstCharacters("éàü", 2), "éà");
-  EXPECT_EQ(tool::firstCharacters("ab", 5), "ab");
-  EXPECT_EQ(tool::firstCharacters("\xFFz", 1), "\xFF");
+  EXPECT_EQ(tool::firstColumns("éàü", 2), "éà");
+  EXPECT_EQ(tool::firstColumns("ab", 5), "ab");
+  EXPECT_EQ(tool::firstColumns("\xFFz", 1), "\xFF");
+  EXPECT_EQ(tool::firstColumns("日本語", 5), "日本");
 }
 
 TEST(Blank, IsWhiteSpaceAlone) {

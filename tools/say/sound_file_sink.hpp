@@ -5,15 +5,16 @@
 #include <memory>
 #include <string>
 
+#include "say/audio_format.hpp"
 #include "say/audio_sink.hpp"
 #include "system/replaced_file.hpp"
 
 namespace tool {
 
-/// A WAV file that appears when it is complete.
-class WavFileSink : public AudioSink {
+/// An audio file that appears when it is complete.
+class SoundFileSink : public AudioSink {
  public:
-  explicit WavFileSink(const std::string& path);
+  SoundFileSink(const std::string& path, const AudioFormat& audioFormat);
 
   void write(const std::int16_t* samples, std::size_t count, int samplingRate) override;
   void finish(int samplingRate) override;
@@ -27,6 +28,7 @@ class WavFileSink : public AudioSink {
   [[noreturn]] void fail(const std::string& reason) const;
 
   std::string name;
+  const AudioFormat& format;
   ReplacedFile file;
   std::unique_ptr<SNDFILE, Close> sound;  ///< null until the sampling rate is known
   int rate = 0;
