@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <kqtts/phoneme_callback.hpp>
 
 namespace KQ::engines {
 
@@ -40,7 +41,10 @@ void UtteranceControl::resume() {
 }
 
 Utterance::Utterance(UtteranceControl& engineControl, TextToSpeechEngineCallbackInterface* callback)
-    : control(engineControl), host(orNobody(callback)), stopsBefore(engineControl.stops) {}
+    : control(engineControl),
+      host(orNobody(callback)),
+      phonemes(dynamic_cast<PhonemeCallback*>(callback)),
+      stopsBefore(engineControl.stops) {}
 
 void Utterance::begin() noexcept {
   try {
@@ -119,7 +123,9 @@ bool Utterance::give(const std::int16_t* audio, std::size_t count) noexcept {
 
 bool Utterance::give(const Event& event) noexcept {
   return callHost([&] {
-    if (event.mark) {
+    if (event.phoneme) {
+      phonemes->onPhoneme({*event.phoneme, event.word.samplePosition, 0});
+    } else if (event.mark) {
       host.onMark(*event.mark, event.word.samplePosition);
     } else {
       host.onWord(event.word);
@@ -182,6 +188,18 @@ bool Utterance::emitWord(const SpeechWord& word) noexcept {
   }
   originalEmitted = original.textOffset + original.textLength;
   return emit({std::nullopt, original});
+}
+
+bool Utterance::emitPhoneme(std::string_view ipa, std::uint64_t samplePosition) noexcept {
+  if (!wantsPhonemes()) {
+    return mayGoOn();
+  }
+  try {
+    return emit({std::nullopt, {0, 0, samplePosition}, std::string(ipa)});
+  } catch (...) {
+    keepFirstFailure();
+    return false;
+  }
 }
 
 bool Utterance::emit(const Event& event) noexcept {

@@ -11,10 +11,16 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "audio/audio_effects.hpp"
 #include "text/spoken_text.hpp"
+
+namespace KQ {
+class PhonemeCallback;
+}
 
 namespace KQ::engines {
 
@@ -101,17 +107,24 @@ class Utterance {
   bool emitAudio(const std::int16_t* samples, std::size_t count, int samplingRate) noexcept;
   bool emitMark(int number, std::uint64_t samplePosition) noexcept;
   bool emitWord(const SpeechWord& word) noexcept;
+  /// Emits a sound that lasts until the next one, if the host wants to know. \param ipa  its name in
+  /// IPA, "" for a silence
+  bool emitPhoneme(std::string_view ipa, std::uint64_t samplePosition) noexcept;
   /// Emits a mark at the end of the audio so far, or a pause as silence. \param tag  one of these
   bool emitInsertion(const MarkupItem& tag, int samplingRate) noexcept;
   /// @}
+
+  /// Whether the host wants to know the sounds.
+  bool wantsPhonemes() const noexcept { return phonemes != nullptr; }
 
   /// The number of samples emitted so far.
   std::uint64_t samplesEmitted() const noexcept { return samples; }
 
  private:
   struct Event {
-    std::optional<int> mark;  ///< empty for a word
-    SpeechWord word;          ///< for a mark, only its position counts
+    std::optional<int> mark;  ///< empty for a word and a phoneme
+    SpeechWord word;          ///< only its position counts for a mark and a phoneme
+    std::optional<std::string> phoneme{};
   };
 
   /// The effects, active from the first audio on.
@@ -140,6 +153,7 @@ class Utterance {
 
   UtteranceControl& control;
   TextToSpeechEngineCallbackInterface& host;
+  PhonemeCallback* const phonemes;  ///< the host's second interface, or null
   const std::uint64_t stopsBefore;
   const SpokenText* text = nullptr;
   std::size_t originalEmitted = 0;  ///< where the last emitted word ends in the original

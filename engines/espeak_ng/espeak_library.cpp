@@ -128,26 +128,34 @@ std::string libraryFolder() {
   return boost::filesystem::path(library.dli_fname).parent_path().string();
 }
 
+/// \throws KQError if the data of eSpeak NG is not there
+void requireData() {
+  const char* path = nullptr;
+  espeak_Info(&path);
+  if (boost::filesystem::exists(boost::filesystem::path(path) / "phontab")) {
+    return;
+  }
+  espeak_ng_ERROR_CONTEXT context = nullptr;
+  const espeak_ng_STATUS status = espeak_ng_Initialize(&context);
+  espeak_ng_ClearErrorContext(&context);
+  throw espeakError("initialize", "Cannot load the data of eSpeak NG from " + std::string(path),
+                    status);
+}
+
 void load() {
   keepLibrary();
   const LocaleKeeper keeper;
   // Without a path, it believes ESPEAK_DATA_PATH and HOME, whoever set them.
   const bool hasRaisedRights = ::getauxval(AT_SECURE) != 0;
-  espeak_ng_InitializePath(hasRaisedRights ? libraryFolder().c_str() : nullptr);
-  espeak_ng_ERROR_CONTEXT context = nullptr;
-  const espeak_ng_STATUS status = espeak_ng_Initialize(&context);
-  espeak_ng_ClearErrorContext(&context);
-  if (status != ENS_OK) {
-    const char* path = nullptr;
-    espeak_Info(&path);
-    throw espeakError("initialize", "Cannot load the data of eSpeak NG from " + std::string(path),
-                      status);
-  }
-  const espeak_ng_STATUS outputStatus =
-      espeak_ng_InitializeOutput(ENOUTPUT_MODE_SYNCHRONOUS, bufferMilliseconds, nullptr);
-  if (outputStatus != ENS_OK) {
-    unload();
-    throw espeakError("initialize", "Cannot prepare the output of eSpeak NG", outputStatus);
+  const std::string ownFolder = libraryFolder();
+  const char* const folder = hasRaisedRights ? ownFolder.c_str() : nullptr;
+  espeak_ng_InitializePath(folder);
+  requireData();
+  // Only this function switches on the events of phonemes.
+  constexpr int options =
+      espeakINITIALIZE_PHONEME_EVENTS | espeakINITIALIZE_PHONEME_IPA | espeakINITIALIZE_DONT_EXIT;
+  if (espeak_Initialize(AUDIO_OUTPUT_SYNCHRONOUS, bufferMilliseconds, folder, options) < 0) {
+    throw KQError(espeakName, "initialize", "Cannot load eSpeak NG", nullptr, 0);
   }
   espeak_SetSynthCallback(onBuffer);
 }

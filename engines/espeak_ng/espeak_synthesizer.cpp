@@ -5,6 +5,7 @@
 #include <cstring>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "engine/warning.hpp"
@@ -41,6 +42,8 @@ class ChunkListener : public EspeakListener {
       const std::size_t place = placeInBuffer(events->sample, count);
       if (events->type == espeakEVENT_WORD) {
         emitWord(*events, utterance.samplesEmitted() + place - std::min(place, emitted));
+      } else if (events->type == espeakEVENT_PHONEME) {
+        emitPhoneme(*events, utterance.samplesEmitted() + place - std::min(place, emitted));
       } else if (events->type == espeakEVENT_MARK && insertionsEmitted <= numberOf(*events)) {
         const std::size_t before = std::max(place, emitted);
         utterance.emitAudio(samples + emitted, before - emitted, samplingRate);
@@ -88,6 +91,13 @@ class ChunkListener : public EspeakListener {
     std::size_t number = 0;
     std::from_chars(mark.id.name, mark.id.name + std::strlen(mark.id.name), number);
     return number;
+  }
+
+  void emitPhoneme(const espeak_EVENT& event, std::uint64_t samplePosition) {
+    const std::string_view name(event.id.string,
+                                ::strnlen(event.id.string, sizeof event.id.string));
+    const bool isPause = name.empty() || name.front() == '_';
+    utterance.emitPhoneme(isPause ? "" : name, samplePosition);
   }
 
   void emitWord(const espeak_EVENT& event, std::uint64_t samplePosition) {

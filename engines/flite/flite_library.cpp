@@ -134,6 +134,10 @@ FlitePlaces placesIn(const cst_utterance& utterance, int samplingRate) {
   };
   places.speechBegin = isSilence(first) ? endOf(first, samplingRate) : 0;
   places.speechEnd = endOf(isSilence(last) ? item_prev(last) : last, samplingRate);
+  for (const cst_item* segment = first; segment != nullptr; segment = item_next(segment)) {
+    places.phones.push_back(
+        {item_feat_string(segment, "name"), endOf(item_prev(segment), samplingRate)});
+  }
   std::size_t place = places.speechBegin;
   for (const cst_item* token = relation_head(utt_relation(&utterance, "Token")); token != nullptr;
        token = item_next(token)) {

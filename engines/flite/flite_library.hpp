@@ -20,9 +20,16 @@ struct FliteVoice {
   float pitch = 1;    ///< factor to the voice's own
 };
 
+/// A sound of a phrase.
+struct FlitePhone {
+  const char* name;   ///< as Flite names it
+  std::size_t place;  ///< where it begins in the audio, in samples
+};
+
 /// The places of the parts of a phrase in its audio, in samples.
 struct FlitePlaces {
   std::vector<std::size_t> tokens;  ///< where each word begins, in ascending order
+  std::vector<FlitePhone> phones;   ///< in ascending order
   std::size_t speechBegin = 0;      ///< where the silence before the phrase ends
   std::size_t speechEnd = 0;        ///< where the silence after the phrase begins
 };

@@ -5,6 +5,8 @@
 #include <limits>
 #include <utility>
 
+#include "flite/phone_names.hpp"
+
 namespace KQ::engines {
 
 namespace {
@@ -17,6 +19,7 @@ class PhraseListener : public FliteListener {
 
   void begin(const FlitePlaces& found) noexcept override {
     places = found;
+    phone = utterance.wantsPhonemes() ? 0 : places.phones.size();
     // There is no silence between the phrases of a sentence.
     audibleBegin = phrase.continues ? places.speechBegin : 0;
     audibleEnd = phrase.isContinued ? places.speechEnd : std::numeric_limits<std::size_t>::max();
@@ -24,9 +27,18 @@ class PhraseListener : public FliteListener {
 
   bool take(const std::int16_t* samples, std::size_t count) noexcept override {
     const std::size_t end = taken + count;
-    while (token < places.tokens.size() && places.tokens[token] < end) {
-      emitTo(places.tokens[token], samples);
-      emitToken();
+    for (;;) {
+      const std::size_t word = token < places.tokens.size() ? places.tokens[token] : end;
+      const std::size_t sound = phone < places.phones.size() ? places.phones[phone].place : end;
+      if (std::min(word, sound) >= end) {
+        break;
+      }
+      emitTo(std::min(word, sound), samples);
+      if (word <= sound) {
+        emitToken();
+      } else {
+        emitPhone();
+      }
     }
     emitTo(end, samples);
     taken = end;
@@ -72,6 +84,13 @@ class PhraseListener : public FliteListener {
     utterance.emitWord({word.offset, word.length, utterance.samplesEmitted()});
   }
 
+  void emitPhone() noexcept {
+    const FlitePhone& sound = places.phones[phone++];
+    if (sound.place >= audibleBegin && sound.place < audibleEnd) {
+      utterance.emitPhoneme(ipaOf(sound.name), utterance.samplesEmitted());
+    }
+  }
+
   void emitInsertions(const std::vector<MarkupItem>& insertions) noexcept {
     for (const MarkupItem& item : insertions) {
       utterance.emitInsertion(item, samplingRate);
@@ -88,6 +107,7 @@ class PhraseListener : public FliteListener {
   std::size_t taken = 0;    ///< samples received from Flite before the present ones
   std::size_t emitted = 0;  ///< samples from Flite that were emitted or left out
   std::size_t token = 0;    ///< the next one to emit
+  std::size_t phone = 0;    ///< the next one to emit
   std::vector<std::int16_t> louder;
 };
 
