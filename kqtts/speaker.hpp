@@ -291,8 +291,6 @@ struct SpeakerSettings {
   /// The sampling rate of all audio in Hz, 8000 to 192000. With 0, each utterance has the rate of
   /// its first engine.
   int samplingRate = 0;
-  /// The folder of the files that SSML's `audio` may play; "" for none. No other file is opened.
-  std::string audioFolder;
 };
 
 /// The folders that are searched for installed packages, in order: those of the environment

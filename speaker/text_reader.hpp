@@ -18,7 +18,6 @@ struct ReadingContext {
   float rate = 1;  ///< factors that hold for the whole utterance, in range
   float pitch = 1;
   bool detectsLanguages = true;
-  std::string audioFolder;  ///< where sound files may lie; "" for nowhere
   /// The locale of a language, as written; "" is that of the utterance.
   std::function<std::string(const std::string& language)> localeOf;
   /// Whether there is a voice for a language.

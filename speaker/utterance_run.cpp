@@ -84,7 +84,6 @@ ReadingContext UtteranceRun::readingContext() {
   context.rate = within(options.rate, 0.5F, 4);
   context.pitch = within(options.pitch, 0.5F, 2);
   context.detectsLanguages = options.detectLanguages;
-  context.audioFolder = core.constantSettings().audioFolder;
   const std::shared_ptr<const Catalogue> catalogue = core.catalogue();
   const std::string own = ownLanguage();
   context.localeOf = [catalogue, own](const std::string& language) {

@@ -127,8 +127,8 @@ class UtteranceRun {
   std::deque<std::pair<std::uint64_t, std::size_t>> wordsToBegin;
 };
 
-/// What every engine of a speaker reports to; passes on to the run that speaks. Used by the speaking
-/// thread alone.
+/// What every engine of a speaker reports to; passes on to the run that speaks. Used by the
+/// speaking thread alone.
 class EngineCallback : public TextToSpeechEngineCallbackInterface, public PhonemeCallback {
  public:
   void onStart() override;

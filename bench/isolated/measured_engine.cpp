@@ -114,7 +114,8 @@ double MeasuredEngine::killToNextAudio(const std::string& text) {
       killed = Clock::now();
       return true;
     }
-    // Audio that the process had sent already comes at once; that of the next one comes from another.
+    // Audio that the process had sent already comes at once; that of the next one comes from
+    // another.
     if (killed != Clock::time_point() && newestChild() != child && newestChild() != 0) {
       taken = Seconds(now - killed).count();
       return false;

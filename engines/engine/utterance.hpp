@@ -107,8 +107,8 @@ class Utterance {
   bool emitAudio(const std::int16_t* samples, std::size_t count, int samplingRate) noexcept;
   bool emitMark(int number, std::uint64_t samplePosition) noexcept;
   bool emitWord(const SpeechWord& word) noexcept;
-  /// Emits a sound that lasts until the next one, if the host wants to know. \param ipa  its name in
-  /// IPA, "" for a silence
+  /// Emits a sound that lasts until the next one, if the host wants to know. \param ipa  its name
+  /// in IPA, "" for a silence
   bool emitPhoneme(std::string_view ipa, std::uint64_t samplePosition) noexcept;
   /// Emits a mark at the end of the audio so far, or a pause as silence. \param tag  one of these
   bool emitInsertion(const MarkupItem& tag, int samplingRate) noexcept;

@@ -43,8 +43,8 @@ struct Process {
 
   TurnQueue turns{espeakName};
 
-  /// Whether this process was forked while eSpeak NG was in use. Its thread is the parent's then, and
-  /// it waits for that thread wherever it begins or ends.
+  /// Whether this process was forked while eSpeak NG was in use. Its thread is the parent's then,
+  /// and it waits for that thread wherever it begins or ends.
   std::atomic<bool> isOfParent{false};
 
   // The current settings of eSpeak NG; empty if unknown. Used by the holder of the turn.
@@ -98,9 +98,9 @@ int onBuffer(short* samples, int count, espeak_EVENT* events) {
   return goesOn ? 0 : 1;
 }
 
-/// Ends eSpeak NG. Its thread, which serves the asynchronous mode only, must have run a command first:
-/// otherwise espeak_ng_Terminate() waits for ever for the end of a command that never began. So this
-/// gives it a command.
+/// Ends eSpeak NG. Its thread, which serves the asynchronous mode only, must have run a command
+/// first: otherwise espeak_ng_Terminate() waits for ever for the end of a command that never began.
+/// So this gives it a command.
 void unload() {
   espeak_ng_InitializeOutput(static_cast<espeak_ng_OUTPUT_MODE>(0), bufferMilliseconds, nullptr);
   espeak_ng_SetParameter(espeakRATE, espeakRATE_NORMAL, 0);
@@ -110,8 +110,8 @@ void unload() {
   espeak_ng_Terminate();
 }
 
-/// Keeps eSpeak NG's library in the process for good. It never frees its buffers, but uses them again
-/// after it was ended. If it were unmapped, each load would leak them.
+/// Keeps eSpeak NG's library in the process for good. It never frees its buffers, but uses them
+/// again after it was ended. If it were unmapped, each load would leak them.
 void keepLibrary() {
   Dl_info library{};
   if (::dladdr(reinterpret_cast<const void*>(&espeak_ng_Initialize), &library) != 0) {

@@ -62,8 +62,9 @@ class ChunkListener : public EspeakListener {
     }
   }
 
-  /// eSpeak NG reports some words only as a part of the one before them: "In the end" is "In" and "end".
-  /// Emits those that stand before a place, which is the next word's or the end of the chunk.
+  /// eSpeak NG reports some words only as a part of the one before them: "In the end" is "In" and
+  /// "end". Emits those that stand before a place, which is the next word's or the end of the
+  /// chunk.
   void emitJoined(std::size_t end, std::uint64_t samplePosition) {
     for (; itemsLookedAt < chunk.size() && chunk[itemsLookedAt].offset < end; ++itemsLookedAt) {
       const MarkupItem& item = chunk[itemsLookedAt];

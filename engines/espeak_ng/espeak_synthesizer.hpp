@@ -13,7 +13,8 @@
 namespace KQ::engines {
 
 namespace parameters {
-/// Whether words in a script that the voice does not read are read by another language's voice: 1 or 0.
+/// Whether words in a script that the voice does not read are read by another language's voice: 1
+/// or 0.
 constexpr ParameterRow otherScripts{"otherScripts", 1, 0, 1, false};
 }  // namespace parameters
 
@@ -21,7 +22,8 @@ constexpr ParameterRow otherScripts{"otherScripts", 1, 0, 1, false};
 /// after another, in the order in which they were started.
 class EspeakSynthesizer : public Synthesizer {
  public:
-  /// The engine's own parameters, besides those of all engines. SpeechSettings::more has their values.
+  /// The engine's own parameters, besides those of all engines. SpeechSettings::more has their
+  /// values.
   static std::vector<ParameterRow> ownParameters() { return {parameters::otherScripts}; }
 
   int samplingRate(const std::string& /*sourceVoice*/) const override {
@@ -39,8 +41,8 @@ class EspeakSynthesizer : public Synthesizer {
  private:
   EspeakLibrary library;
 
-  // Used by the holder of the turn. They keep their memory from one utterance to the next: freeing it
-  // would delay the return of a stopped start.
+  // Used by the holder of the turn. They keep their memory from one utterance to the next: freeing
+  // it would delay the return of a stopped start.
   TextChunks chunks;
   EspeakText written;
 };

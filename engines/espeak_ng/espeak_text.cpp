@@ -159,8 +159,9 @@ EspeakParameters::EspeakParameters(const SpeechSettings& settings, const Prosody
   const double factor = std::clamp<double>(double{settings.pitch} * tags.pitch / 100, 0.5, 2);
   const double level = std::clamp<double>(double{settings.level} * tags.volume / 100, 0, 4);
   rate = static_cast<int>(std::lround(espeakRATE_NORMAL * speed / 100));
-  // The number moves the base of the pitch, 50 steps an octave. The mean pitch of speech lies above the
-  // base, so moving the mean by the factor takes more than the factor, and a change of the range.
+  // The number moves the base of the pitch, 50 steps an octave. The mean pitch of speech lies above
+  // the base, so moving the mean by the factor takes more than the factor, and a change of the
+  // range.
   const double base = std::clamp<double>(1 + (factor - 1) / 0.8, 0.5, 2);
   pitch = static_cast<int>(std::lround(50 + 50 * std::log2(base)));
   range = static_cast<int>(std::lround(50 * factor));
@@ -226,8 +227,8 @@ void EspeakTextWriter::write(const TextChunk& chunk, EspeakText& written) {
   limitClauses(written);
 }
 
-/// Each run names its voice: at the end of a tag eSpeak NG goes back to the first voice of the language,
-/// which may be another one than it began with.
+/// Each run names its voice: at the end of a tag eSpeak NG goes back to the first voice of the
+/// language, which may be another one than it began with.
 template <typename Appender>
 void EspeakTextWriter::addInVoices(Appender& appender, std::string_view piece,
                                    std::size_t offset) const {
@@ -255,8 +256,8 @@ std::string EspeakTextWriter::tagsFrom(const Prosody& former) const {
   return tags;
 }
 
-/// Returns a tag with only the values that differ from the settings: the time for reading markup delays
-/// the first audio.
+/// Returns a tag with only the values that differ from the settings: the time for reading markup
+/// delays the first audio.
 std::string EspeakTextWriter::openingTag() const {
   // The speed is relative to the engine's, the other values are absolute.
   const EspeakParameters absolute(settings, prosody);

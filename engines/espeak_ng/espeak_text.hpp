@@ -45,13 +45,14 @@ struct EspeakText {
 };
 
 /// Turns the chunks of a text into the form that eSpeak NG reads: inline tags become markup, and
-/// characters of markup are escaped. Marks and pauses become marks of eSpeak NG; several at one place
-/// become one, with the number of the last.
+/// characters of markup are escaped. Marks and pauses become marks of eSpeak NG; several at one
+/// place become one, with the number of the last.
 class EspeakTextWriter {
  public:
   /// \param source     stays alive, as do the settings
   /// \param voiceFile    as EspeakLibrary::voiceFile() returns it
-  /// \param otherVoices  finds voices for words in scripts that the voice does not read; null for none
+  /// \param otherVoices  finds voices for words in scripts that the voice does not read; null for
+  /// none
   EspeakTextWriter(const SpokenText& source, const SpeechSettings& settings,
                    const std::string& voiceFile, ScriptVoices::Finder otherVoices = nullptr);
 
@@ -72,8 +73,8 @@ class EspeakTextWriter {
   Prosody prosody;  ///< at the end of the written text
 };
 
-/// Maps the numbers of characters, as eSpeak NG counts them, to places in the source. Takes linear time
-/// for ascending numbers.
+/// Maps the numbers of characters, as eSpeak NG counts them, to places in the source. Takes linear
+/// time for ascending numbers.
 class SourcePositions {
  public:
   /// \param text  stays alive and unchanged

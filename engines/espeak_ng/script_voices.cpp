@@ -17,10 +17,10 @@ struct Script {
   const char* voice;           ///< that reads it for all others; "" for none
 };
 
-/// The scripts that eSpeak NG knows. With the voice of another language it loads the rules of a second
-/// language for them, and frees these rules while it uses them if it meets a character that they do not
-/// know. So only voices of these languages get these characters; characters in none of these ranges
-/// become blanks.
+/// The scripts that eSpeak NG knows. With the voice of another language it loads the rules of a
+/// second language for them, and frees these rules while it uses them if it meets a character that
+/// they do not know. So only voices of these languages get these characters; characters in none of
+/// these ranges become blanks.
 constexpr std::array<Script, 30> scripts{
     {{0x0370, 0x03FF, " el grc ", "el"},
      {0x0400, 0x052F, " ru uk be bg mk sr kk ky tt ba cv mn uz ", "ru"},

@@ -10,8 +10,8 @@
 
 namespace KQ::isolation {
 
-/// An engine that does what another one does, until its fault is due. Its hooks are made of the table
-/// of calls.
+/// An engine that does what another one does, until its fault is due. Its hooks are made of the
+/// table of calls.
 class FaultyEngine : public TextToSpeechEngine {
  public:
   using Pointer = std::unique_ptr<TextToSpeechEngine, std::function<void(TextToSpeechEngine*)>>;

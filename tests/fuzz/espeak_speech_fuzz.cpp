@@ -1,5 +1,5 @@
-// Speaks texts with eSpeak NG. An input is a language in one line, and the text. Each is spoken by a
-// process of its own, whose death is the finding.
+// Speaks texts with eSpeak NG. An input is a language in one line, and the text. Each is spoken by
+// a process of its own, whose death is the finding.
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -82,8 +82,8 @@ bool isSurvived(test::SpeakingEngine& speaking, const std::string& language,
 
 }  // namespace
 
-/// libFuzzer asks for a changed input: here one that is made by chance, of what synthesisers stumble
-/// over.
+/// libFuzzer asks for a changed input: here one that is made by chance, of what synthesisers
+/// stumble over.
 extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t /*size*/,
                                                std::size_t maxSize, unsigned int seed) {
   constexpr std::array<std::size_t, 5> sizes{40, 180, 260, 400, 700};

@@ -78,8 +78,8 @@ std::string contentOf(const std::string& file) {
   return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 }
 
-/// Whether a file sets something. A file of another kind reads as the defaults, and so does one that
-/// sets all of them, so its content is compared with that of such a file.
+/// Whether a file sets something. A file of another kind reads as the defaults, and so does one
+/// that sets all of them, so its content is compared with that of such a file.
 bool holdsPreferences(const std::string& file) {
   const KQ::VoiceSetting defaults(KQ::VOICE_SETTING_PREFERENCES, "");
   if (!(read(file) == defaults)) {

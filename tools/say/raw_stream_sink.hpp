@@ -8,7 +8,8 @@
 
 namespace tool {
 
-/// Writes samples to a pipe, a device or standard output, as they are: 16 bit, the lower byte first.
+/// Writes samples to a pipe, a device or standard output, as they are: 16 bit, the lower byte
+/// first.
 class RawStreamSink : public AudioSink {
  public:
   /// \param outputName   the name of the output in a failure

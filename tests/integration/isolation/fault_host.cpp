@@ -1,5 +1,5 @@
-// Speaks a text with Flite and prints what it hears. Arguments: a package, the text, and the folders in
-// which plug-ins are looked for, the first one first.
+// Speaks a text with Flite and prints what it hears. Arguments: a package, the text, and the
+// folders in which plug-ins are looked for, the first one first.
 
 #include <boost/make_shared.hpp>
 #include <iostream>

@@ -73,7 +73,10 @@ _kqtts() {
     --log-level) candidates=$(_kqtts_choices "$previous" "$program") ;;
     --format) candidates=$(_kqtts_choices "$previous" "$program" say) ;;
     --packages|--engines) mapfile -t COMPREPLY < <(compgen -d -- "$current"); return ;;
-    -f|--file|-o|--output|--events|--junit) mapfile -t COMPREPLY < <(compgen -f -- "$current"); return ;;
+    -f|--file|-o|--output|--events|--junit)
+      mapfile -t COMPREPLY < <(compgen -f -- "$current")
+      return
+      ;;
     *)
       if [[ -n $subcommand ]]; then
         candidates=$(_kqtts_arguments "$program" "$subcommand")
