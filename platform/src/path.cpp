@@ -1,10 +1,13 @@
 #include <dlfcn.h>
 #include <stdlib.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <mutex>
+#include <set>
 #include <sstream>
+#include <utility>
 #include <zu/path.hpp>
 
 #include "immortal.hpp"
@@ -56,11 +59,7 @@ struct OwnFolder {
 class FolderList {
  public:
   void add(const std::string& directory) {
-    const auto isSame = [&](const std::string& other) {
-      std::error_code ignored;
-      return other == directory || fs::equivalent(other, directory, ignored);
-    };
-    if (!directory.empty() && std::none_of(folders.begin(), folders.end(), isSame)) {
+    if (!directory.empty() && known.insert(directory).second && isNewFolder(directory)) {
       folders.push_back(directory);
     }
   }
@@ -68,7 +67,16 @@ class FolderList {
   const std::vector<std::string>& paths() const { return folders; }
 
  private:
+  /// Notes a folder. One that does not exist counts as new.
+  bool isNewFolder(const std::string& directory) {
+    struct stat status {};
+    return stat(directory.c_str(), &status) != 0 ||
+           identities.insert({status.st_dev, status.st_ino}).second;
+  }
+
   std::vector<std::string> folders;
+  std::set<std::string> known;
+  std::set<std::pair<dev_t, ino_t>> identities;
 };
 
 void addEnvironment(FolderList& folders) {

@@ -207,7 +207,7 @@ offers() {
 completes() {
   offers 'say' sa
   offers '--log-level' --log
-  offers '--voice' say --vo
+  offers '--voice' say --voi
   offers 'engines' list e
   offers 'warning' --log-level w
   offers 'silent fatal error warning info verbose debug' --log-level ''
