@@ -33,6 +33,8 @@ bool lockSoon(boost::mutex& mutex) {
   return true;
 }
 
+}  // namespace
+
 void refuseIfOfParent(const EngineLibraries& libraries, const char* method) {
   if (libraries.areOfParent()) {
     refuse(method,
@@ -40,8 +42,6 @@ void refuseIfOfParent(const EngineLibraries& libraries, const char* method) {
            "initialize it anew.");
   }
 }
-
-}  // namespace
 
 OperationLock::OperationLock(const EngineLibraries& libraries, boost::mutex& mutex,
                              const char* method)

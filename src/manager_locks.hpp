@@ -39,6 +39,10 @@ class TablesLock {
   const boost::lock_guard<boost::mutex> lock;
 };
 
+/// \param method  the operation, for the error
+/// \throws KQError in a process that was forked after the engines were loaded
+void refuseIfOfParent(const EngineLibraries& libraries, const char* method);
+
 /// In a forked process, frees a lock that a thread of the parent may hold.
 void freeAfterFork(boost::mutex& mutex);
 

@@ -92,7 +92,7 @@ TextToSpeechManager::~TextToSpeechManager() {
 bool TextToSpeechManager::xLoadPlugin(const std::string& name,
                                       const std::vector<zu::PackageInfo>& packages,
                                       boost::shared_ptr<TTSLanguageInfo> languageInfo) {
-  TablesLock(*libraries, tablesMutex);  // refuses before the plug-in is loaded
+  refuseIfOfParent(*libraries, "xLoadPlugin");
   std::unique_ptr<TextToSpeechEngine> loaded(libraries->load(name, engineCallback, languageInfo));
   if (!loaded) {
     return false;
