@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <boost/filesystem/operations.hpp>
+#include <chrono>
 #include <csignal>
 #include <nlohmann/json.hpp>
 
@@ -436,19 +437,24 @@ void PrintTo(const Hang& hang, std::ostream* stream) {
 
 class SayWithAHangingEngine : public Say, public testing::WithParamInterface<Hang> {
  protected:
-  /// Waits until the engine hangs.
-  void awaitHang() const {
+  /// Waits until the engine hangs. \return false if it does not do so in a minute
+  bool awaitHang() const {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
     while (!fs::exists(path("hangs"))) {
+      if (std::chrono::steady_clock::now() > end) {
+        return false;
+      }
       usleep(1000);
     }
+    return true;
   }
 };
 
 TEST_P(SayWithAHangingEngine, EndsAtTheFirstSignalWithACompleteFile) {
   launch.environment["TONE_HANGS_IN"] = GetParam().place;
   launch.environment["TONE_HANGS"] = path("hangs");
-  Process process(command({"say", "-o", wav(), "One", "two", "[deaf]"}), launch);
-  awaitHang();
+  Process process(command({"say", "--in-process", "-o", wav(), "One", "two", "[deaf]"}), launch);
+  ASSERT_TRUE(awaitHang());
 
   process.signal(SIGTERM);
 
@@ -466,7 +472,7 @@ INSTANTIATE_TEST_SUITE_P(, SayWithAHangingEngine,
 TEST_F(Say, EndsWhenTheEngineHangsInItsStop) {
   launch.environment["TONE_HANGS_IN"] = "stop";
   launch.environment["TONE_HANGS"] = path("hangs");
-  Process process(command({"say", "-o", wav(), "--events", "-", "[hang]"}), launch);
+  Process process(command({"say", "--in-process", "-o", wav(), "--events", "-", "[hang]"}), launch);
   process.readLine();
   process.signal(SIGINT);
   EXPECT_EQ(process.wait().status, 130);
