@@ -9,6 +9,7 @@ compadd() {
   while [[ $1 == -* ]]; do
     case $1 in
       -S) suffix=$2; shift 2 ;;
+      -M) caseless='(#i)'; shift 2 ;;
       -a) given=("${(@P)2}"); shift 2 ;;
       *) print -u2 "compadd $1?"; exit 1 ;;
     esac
@@ -21,6 +22,7 @@ _files() { offered+=(FILES) }
 
 function=$1
 shift
-words=("$@") CURRENT=$# offered=()
+words=("$@") CURRENT=$# offered=() caseless=
+setopt extendedglob
 source $function
-print -rn -- "${(@j: :)${(@M)offered:#(${(b)words[CURRENT]}*|FILES)}}"
+print -rn -- "${(@j: :)${(@M)offered:#(${~caseless}${(b)words[CURRENT]}*|FILES)}}"

@@ -507,7 +507,9 @@ TEST_F(Say, LeavesSignalsAloneThatItWasStartedToIgnore) {
 TEST_F(Say, TellsWhyAnEngineFailed) {
   expectFailure(run({"say", "-o", wav(), "x [throw]"}), 1, "the tone broke");
   expectFailure(run({"say", "-o", wav(), "x [failed]"}), 1, "could not speak the text to its end");
-  expectFailure(run({"say", "-o", wav(), "x [foreign]"}), 1, "failed in an unknown way");
+  expectFailure(run({"say", "-o", wav(), "x [foreign]"}), 1, "an exception of an unknown type");
+  expectFailure(run({"say", "--in-process", "-o", wav(), "x [foreign]"}), 1,
+                "failed in an unknown way");
   expectFailure(run({"say", "-o", wav(), "x [rate]"}), 1, "sampling rate changed");
   EXPECT_FALSE(fs::exists(wav()));
 }
