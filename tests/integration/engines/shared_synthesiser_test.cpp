@@ -268,7 +268,8 @@ TEST(Unloading, LeavesNoPlugInAndNoThread) {
     // An isolated engine's synthesiser is in another process.
     EXPECT_EQ(isMapped(test::engineUnderTest().library), !test::isIsolated());
   }
-  EXPECT_FALSE(isMapped("libkqtts-" + test::engineUnderTest().plugin));
+  // After a death, an isolating plug-in stays in the process, to go on counting deaths.
+  EXPECT_TRUE(test::isIsolated() || !isMapped("libkqtts-" + test::engineUnderTest().plugin));
   EXPECT_EQ(threadCount(), threads);
 }
 
