@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <future>
+#include <thread>
 
 #include "isolated.hpp"
 #include "support/environment.hpp"

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <random>
+#include <thread>
 
 #include "speaker_setup.hpp"
 
