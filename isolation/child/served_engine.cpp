@@ -156,10 +156,11 @@ void ServedEngine::run(Call call, Decoder& arguments, std::uint64_t number, Enco
     speeches.stopUpTo(number);
     speeches.releaseAll(false);
   } else {
+    EngineHooks::serve(*engine, call, arguments, result);
     if (call == Call::xStopSynthetizer) {
+      // After the engine knows of it: whoever waits at a mark must find the engine stopped.
       speeches.stopUpTo(number);
     }
-    EngineHooks::serve(*engine, call, arguments, result);
   }
   if (changesStanding(call)) {
     reportStanding(records);
