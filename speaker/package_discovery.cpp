@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <boost/filesystem/operations.hpp>
 #include <cstdlib>
+#include <kqtts/package_names.hpp>
 #include <kqtts/speaker.hpp>
 #include <kqtts/texttospeech_manager.hpp>
 #include <set>
@@ -12,8 +13,6 @@ namespace KQ {
 namespace {
 
 namespace fs = boost::filesystem;
-
-constexpr const char* manifestName = "manifest.xml";
 
 std::string environment(const char* variable, const std::string& otherwise = "") {
   const char* value = secure_getenv(variable);
@@ -31,7 +30,7 @@ std::vector<std::string> splitPath(const std::string& path) {
 
 bool isPackage(const fs::path& folder) {
   boost::system::error_code ignored;
-  return fs::is_regular_file(folder / manifestName, ignored);
+  return fs::is_regular_file(folder / package_names::manifestFile, ignored);
 }
 
 std::vector<fs::path> packageFoldersIn(const fs::path& folder) {
@@ -77,12 +76,13 @@ std::vector<zu::PackageInfo> packagesIn(const std::vector<std::string>& folders)
   std::set<std::string> known;
   for (const std::string& folder : folders) {
     for (const fs::path& path : packageFoldersIn(folder)) {
-      const fs::path manifest = path / manifestName;
-      const std::string uuid = reader.getParamFromXml("uuid", manifest);
+      const fs::path manifest = path / package_names::manifestFile;
+      const std::string uuid = reader.getParamFromXml(package_names::uuid, manifest);
       if (uuid.empty()) {
         warnOfMissingUuid(manifest);
       } else if (known.insert(uuid).second) {
-        packages.push_back({uuid, reader.getParamFromXml("version", manifest), path.string()});
+        packages.push_back(
+            {uuid, reader.getParamFromXml(package_names::version, manifest), path.string()});
       }
     }
   }
